@@ -1,0 +1,36 @@
+#pragma once
+
+// Desktop stand-ins for the phone framework's out-of-line pieces: ClientUtils::itos,
+// MarloException, Serializer and the logging functions declared in framework/Utilities.h,
+// plus the settings and the encoding side that the desktop tools need.
+
+#include <string>
+#include <vector>
+
+#include "framework/Visibility.h"
+
+namespace desktop {
+
+// logAppOxa writes to standard error only once logging is switched on (it starts off).
+FRAMEWORK_API void setLogging(bool enabled);
+
+// Sees every call of the two logging functions, for tests and tools.
+class FRAMEWORK_API LogObserver {
+public:
+    virtual ~LogObserver() = default;
+    virtual void asked(const char* component, int level) = 0;
+    virtual void written(const char* component, const char* sourceFile, int level, int line,
+                         const char* message) = 0;
+};
+
+// Replaces the observer; nullptr removes it. The caller keeps ownership.
+FRAMEWORK_API void setLogObserver(LogObserver* observer);
+
+// The list encoding that Serializer::deserialize reads back. Each item is followed by ';'.
+// Numbers are written in decimal. In texts the bytes '%', ';', '<', '>', '&' and every
+// byte below 0x20 or from 0x7F up are written as '%' and two upper-case hex digits, so
+// an encoded list can stand inside a message element. The empty list is the empty text.
+FRAMEWORK_API std::string serializeList(const std::vector<int>& values);
+FRAMEWORK_API std::string serializeList(const std::vector<std::string>& values);
+
+} // namespace desktop

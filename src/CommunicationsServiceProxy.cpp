@@ -1,0 +1,500 @@
+#include "CommunicationsServiceProxy.h"
+
+#include <charconv>
+#include <cstring>
+#include <stdexcept>
+
+#include "MessageFormat.h"
+#include "framework/Utilities.h"
+
+namespace {
+
+constexpr int kTimeout = 100000;
+constexpr const char* kLogComponent = "SIP Communications Service";
+constexpr const char* kLogSourceFile = "./src/CommunicationsServiceProxy.cpp";
+constexpr int kLogLevel = 5;
+
+// One request in the envelope, written by appends into a string sized once. A null C
+// string stops the text right after its field's opening tag and drops everything after
+// it, which is what the service has always received for such a request.
+class Request {
+public:
+    explicit Request(const char* method) {
+        message.reserve(256);
+        message.append("<Method>").append(method).append("</Method>");
+    }
+
+    Request& text(const char* tag, const std::string& value) {
+        return field(tag, value.data(), value.size());
+    }
+    Request& text(const char* tag, const char* value) {
+        if (value == nullptr) {
+            open(tag);
+            truncated = true;
+            return *this;
+        }
+        return field(tag, value, std::strlen(value));
+    }
+    Request& decimal(const char* tag, int value) {
+        char digits[16];
+        const auto written = std::to_chars(digits, digits + sizeof digits, value);
+        return field(tag, digits, static_cast<std::size_t>(written.ptr - digits));
+    }
+    Request& flag(const char* tag, bool value) { return field(tag, value ? "1" : "0", 1); }
+    Request& word(const char* tag, bool value) {
+        return value ? field(tag, "TRUE", 4) : field(tag, "FALSE", 5);
+    }
+    // The pass-through requests format numbers with the framework's own helper.
+    Request& number(const char* tag, int value) {
+        const std::string digits = ClientUtils::itos(value);
+        return field(tag, digits.data(), digits.size());
+    }
+    Request& payload(const std::string& value) {
+        if (!truncated) message.append(value);
+        return *this;
+    }
+
+    const std::string& str() const { return message; }
+
+private:
+    void open(const char* tag) {
+        if (truncated) return;
+        message.append("<").append(tag).append(">");
+    }
+    Request& field(const char* tag, const char* value, std::size_t size) {
+        if (truncated) return *this;
+        open(tag);
+        message.append(value, size).append("</").append(tag).append(">");
+        return *this;
+    }
+
+    std::string message;
+    bool truncated = false;
+};
+
+std::string exchange(ProxyRequest& channel, const std::string& request,
+                     std::string response = {}) {
+    channel.sendRequest(request, response);
+    return response;
+}
+
+int ask(ProxyRequest& channel, const Request& request) {
+    return resultOf(exchange(channel, request.str()));
+}
+
+void post(ProxyRequest& channel, const Request& request) { channel.sendOneWay(request.str()); }
+
+bool contains(const std::string& text, const char* word) {
+    return text.find(word) != std::string::npos;
+}
+
+// Answers to the yes/no queries: a failure word anywhere wins, then "true" anywhere.
+int readFlagAnswer(const std::string& response, bool& value) {
+    if (contains(response, "sfiFailure")) return sfiFailure;
+    value = contains(response, "true");
+    return sfiSuccess;
+}
+
+void log(int line, const char* message) {
+    if (loggingOnAppOxa(kLogComponent, kLogLevel) != 0) {
+        logAppOxa(kLogComponent, kLogSourceFile, kLogLevel, line, message);
+    }
+}
+
+} // namespace
+
+CommunicationsServiceProxy::CommunicationsServiceProxy() : requestChannel(nullptr) {}
+
+CommunicationsServiceProxy::~CommunicationsServiceProxy() = default;
+
+void CommunicationsServiceProxy::initProxy(ProxyRequest& channel) {
+    requestChannel = &channel;
+    requestChannel->setProtocol("CommunicationsServiceProtocol");
+}
+
+void CommunicationsServiceProxy::processSignallingComponentEvent(const char* data, int length) {
+    std::string message = "SigEvent:";
+    // A negative length is a huge size; refuse it with the text the phone has always given.
+    const auto size = static_cast<std::size_t>(static_cast<long long>(length));
+    if (size > message.max_size() - message.size()) {
+        throw std::length_error("basic_string::append");
+    }
+    message.append(data, size);
+    requestChannel->sendOneWay(message);
+}
+
+int CommunicationsServiceProxy::activate() {
+    std::string response;
+    requestChannel->sendRequestTimed("<Method>Activate</Method>", response, kTimeout);
+    return resultOf(response);
+}
+
+int CommunicationsServiceProxy::deactivate(bool allowAutoActivate) {
+    return ask(*requestChannel, Request("Deactivate").flag("AllowAutoActivate", allowAutoActivate));
+}
+
+int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
+    log(277, "subscribe start");
+    if (subscriber == nullptr) return sfiFailure;
+    const std::string request = "<Method>Subscribe</Method>";
+    std::string response;
+    const std::string channelName = requestChannel->context->findChannel(subscriber);
+    try {
+        requestChannel->sendSubscribe(request, response, channelName, kTimeout);
+    } catch (MarloException& caught) {
+        log(298, "subscribe exception caught:");
+        throw MarloException(caught);
+    }
+    log(302, "subscribe end");
+    return resultOf(response);
+}
+
+std::string CommunicationsServiceProxy::csCommunicationsService(const char* /*name*/) { return {}; }
+
+void CommunicationsServiceProxy::activateStoredFwd() {}
+
+// Call control.
+
+int CommunicationsServiceProxy::outgoingCallMake(const std::string& line, int callId,
+                                                 const char* destination, bool dssDirectCall,
+                                                 bool bridgeCall, bool callCompletionCall) {
+    return ask(*requestChannel, Request("OutgoingCallMakeRequest")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .text("Destination", destination)
+                                    .flag("DSSDirectCall", dssDirectCall)
+                                    .flag("BridgeCall", bridgeCall)
+                                    .flag("CallCompletionCall", callCompletionCall));
+}
+
+int CommunicationsServiceProxy::acceptCall(const std::string& line, int callId, bool autoAnswer) {
+    return ask(*requestChannel, Request("AcceptCall")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .flag("AutoAnswer", autoAnswer));
+}
+
+int CommunicationsServiceProxy::answerCall(const std::string& line, int callId) {
+    return ask(*requestChannel, Request("AnswerCall").text("Line", line).decimal("CallID", callId));
+}
+
+int CommunicationsServiceProxy::deflectCall(const std::string& line, int callId,
+                                            const char* destination) {
+    return ask(*requestChannel, Request("DeflectCall")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .text("Destination", destination));
+}
+
+int CommunicationsServiceProxy::holdCall(const std::string& line, int callId,
+                                         sfiFeature holdCallReason, bool manual) {
+    return ask(*requestChannel, Request("HoldCall")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .decimal("HoldCallReason", holdCallReason)
+                                    .flag("Manual", manual));
+}
+
+int CommunicationsServiceProxy::retrieveCall(const std::string& line, int callId) {
+    return ask(*requestChannel,
+               Request("RetrieveCall").text("Line", line).decimal("CallID", callId));
+}
+
+int CommunicationsServiceProxy::callClear(const std::string& line, int callId,
+                                          CSTAEventCause cause) {
+    return ask(*requestChannel, Request("CallClearRequest")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .decimal("Cause", cause));
+}
+
+int CommunicationsServiceProxy::consultationCall(const std::string& line, int callId,
+                                                 const char* destination) {
+    return ask(*requestChannel, Request("Consult")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .text("Destination", destination));
+}
+
+int CommunicationsServiceProxy::attendedTransferCall(const std::string& line, int activeCall,
+                                                     int heldCall) {
+    return ask(*requestChannel, Request("AttendedTransfer")
+                                    .text("Line", line)
+                                    .decimal("activeCall", activeCall)
+                                    .decimal("heldCall", heldCall));
+}
+
+int CommunicationsServiceProxy::blindTransferCall(const std::string& line, int callId,
+                                                  const char* destination) {
+    return ask(*requestChannel, Request("BlindTransfer")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .text("Destination", destination));
+}
+
+int CommunicationsServiceProxy::refuseCall(const std::string& line, int callId,
+                                           sfiRefuseCall refuseCallReason) {
+    return ask(*requestChannel, Request("RefuseCall")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .decimal("RefuseCallReason", refuseCallReason));
+}
+
+int CommunicationsServiceProxy::alternateCalls(const std::string& line) {
+    return ask(*requestChannel, Request("AlternateCalls").text("Line", line));
+}
+
+int CommunicationsServiceProxy::conferenceCall(const std::string& line, int activeCall,
+                                               int heldCall, sfiFeature feature) {
+    return ask(*requestChannel, Request("ConferenceCall")
+                                    .text("Line", line)
+                                    .decimal("activeCall", activeCall)
+                                    .decimal("heldCall", heldCall)
+                                    .decimal("feature", feature));
+}
+
+int CommunicationsServiceProxy::generateDigits(const std::string& line, int activeCall,
+                                               const char* digits) {
+    return ask(*requestChannel, Request("GenerateDigits")
+                                    .text("Line", line)
+                                    .decimal("activeCall", activeCall)
+                                    .text("digits", digits));
+}
+
+int CommunicationsServiceProxy::directedPickupCall(const std::string& line, int callId,
+                                                   const std::string& callToBePickedUp,
+                                                   bool blfPickup) {
+    return ask(*requestChannel, Request("DirectedPickupCall")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .text("CallToBePickedUp", callToBePickedUp)
+                                    .decimal("BLFPickup", blfPickup));
+}
+
+int CommunicationsServiceProxy::groupPickupCall(const std::string& line, int callId) {
+    return ask(*requestChannel,
+               Request("GroupPickupCall").text("Line", line).decimal("CallID", callId));
+}
+
+// Features and settings.
+
+int CommunicationsServiceProxy::activateCallbackRinging(const std::string& line, int callId) {
+    return ask(*requestChannel,
+               Request("ActivateCallbackRinging").text("Line", line).decimal("CallID", callId));
+}
+
+int CommunicationsServiceProxy::activateCallbackBusy(const std::string& line, int callId) {
+    return ask(*requestChannel,
+               Request("ActivateCallbackBusy").text("Line", line).decimal("CallID", callId));
+}
+
+int CommunicationsServiceProxy::cancelCallbacks(const std::string& line, int callId,
+                                                const std::string& uri,
+                                                sfiCancelCallBackType cancelCallBackType,
+                                                bool displayOutcomeCallUI) {
+    return ask(*requestChannel, Request("CancelCallbacks")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .text("URI", uri)
+                                    .decimal("CancelCallBackType", cancelCallBackType)
+                                    .flag("DisplayOutcomeCallUI", displayOutcomeCallUI));
+}
+
+int CommunicationsServiceProxy::setMicrophoneMute(bool status) {
+    return ask(*requestChannel, Request("SetMicrophoneMute").flag("Status", status));
+}
+
+int CommunicationsServiceProxy::setDoNotDisturb(const std::string& line, bool doNotDisturbOn) {
+    return ask(*requestChannel, Request("SetDoNotDisturb")
+                                    .text("Line", line)
+                                    .flag("doNotDisturbOn", doNotDisturbOn));
+}
+
+int CommunicationsServiceProxy::setForwardingConfiguration(const std::string& line,
+                                                           sfiForwardingType fwType, bool status,
+                                                           const std::string& uri,
+                                                           int cfnrRingCount,
+                                                           bool forceTKVSUpdate) {
+    return ask(*requestChannel, Request("setForwardingConfiguration")
+                                    .text("Line", line)
+                                    .decimal("fwType", fwType)
+                                    .flag("status", status)
+                                    .text("uri", uri)
+                                    .decimal("cfnrRingCount", cfnrRingCount)
+                                    .flag("forceTKVSUpdate", forceTKVSUpdate));
+}
+
+int CommunicationsServiceProxy::setAssociatedCalls(bool associated) {
+    return ask(*requestChannel, Request("setAssociatedCalls").flag("associated", associated));
+}
+
+int CommunicationsServiceProxy::setLampMode(const std::string& line, const std::string& lampId,
+                                            int lampMode) {
+    return ask(*requestChannel, Request("setLampMode")
+                                    .text("Line", line)
+                                    .text("lampId", lampId)
+                                    .decimal("lampMode", lampMode));
+}
+
+int CommunicationsServiceProxy::makeSecurityChangeReinvite(const std::string& line, int callId,
+                                                           bool forceFlag) {
+    return ask(*requestChannel, Request("makeSecurityChangeReinvite")
+                                    .text("Line", line)
+                                    .decimal("CallID", callId)
+                                    .flag("forceFlag", forceFlag));
+}
+
+void CommunicationsServiceProxy::setIsInServiceInitiatedState(const std::string& line,
+                                                              bool isInServiceInitiatedState) {
+    post(*requestChannel, Request("setIsInServiceInitiatedState")
+                              .text("Line", line)
+                              .word("IsInServiceInitiatedState", isInServiceInitiatedState));
+}
+
+int CommunicationsServiceProxy::systemStatus(const char* systemStatus,
+                                             const char* systemStatusInfo) {
+    return ask(*requestChannel, Request("SystemStatus")
+                                    .text("SystemStatus", systemStatus)
+                                    .text("SystemStatusInfo", systemStatusInfo));
+}
+
+int CommunicationsServiceProxy::setServiceState(sfiServiceState state) {
+    return ask(*requestChannel, Request("SetServiceState").text("state", serialize(state)));
+}
+
+// Queries.
+
+int CommunicationsServiceProxy::getMicrophoneMute(bool& muted) {
+    return readFlagAnswer(exchange(*requestChannel, "<Method>GetMicrophoneMute</Method>"), muted);
+}
+
+int CommunicationsServiceProxy::getDoNotDisturb(const std::string& deviceId,
+                                                bool& doNotDisturbOn) {
+    const Request request = Request("GetDoNotDisturb").text("deviceID", deviceId);
+    return readFlagAnswer(exchange(*requestChannel, request.str(), "false"), doNotDisturbOn);
+}
+
+int CommunicationsServiceProxy::getServiceState(sfiServiceState& state) {
+    const std::string response =
+        exchange(*requestChannel, "<Method>GetServiceState</Method>", "false");
+    if (contains(response, "sfiFailure")) return sfiFailure;
+    for (const sfiServiceState candidate :
+         {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
+        if (contains(response, serialize(candidate).c_str())) {
+            state = candidate;
+            return sfiSuccess;
+        }
+    }
+    return sfiFailure;
+}
+
+int CommunicationsServiceProxy::getForwardingConfiguration(sfiForwardingType fwType, bool& status,
+                                                           std::string& uri,
+                                                           int& cfnrRingCount) {
+    const Request request = Request("getForwardingConfiguration").decimal("fwType", fwType);
+    const std::string response = exchange(*requestChannel, request.str());
+    status = getParamAsLong("<status>", response, "</status>") != 0;
+    cfnrRingCount = static_cast<int>(getParamAsLong("<cfnrRingCount>", response, "</cfnrRingCount>"));
+    uri = getParamAsString("<uri>", response, "</uri>");
+    std::string result = getParamAsString("<sfiResult>", response, "</sfiResult>");
+    return getResult(result);
+}
+
+int CommunicationsServiceProxy::getMessageWaitingIndicator(
+    int& type, unsigned int& newMsgs, unsigned int& oldMsgs, unsigned int& newUrgMsgs,
+    unsigned int& oldUrgMsgs, int& returnType, int& availableInfo, int& messagesWaiting,
+    std::string& voiceMailNumber) {
+    const std::string response =
+        exchange(*requestChannel, "<Method>GetMessageWaitingIndicator</Method>");
+    const auto read = [&](const char* start, const char* end) {
+        return getParamAsString(start, response, end);
+    };
+    std::string result = read("<func_return_val>", "</func_return_val>");
+    const std::string typeText = read("<Type>", "</Type>");
+    const std::string newText = read("<newMsgs>", "</newMsgs>");
+    const std::string oldText = read("<oldMsgs>", "</oldMsgs>");
+    const std::string newUrgentText = read("<newUrgMsgs>", "</newUrgMsgs>");
+    const std::string oldUrgentText = read("<oldUrgMsgs>", "</oldUrgMsgs>");
+    const std::string returnTypeText = read("<return_type>", "</return_type>");
+    const std::string availableText = read("<available_info>", "</available_info>");
+    const std::string waitingText = read("<messages_waiting>", "</messages_waiting>");
+    voiceMailNumber = read("<voiceMailNumber>", "</voiceMailNumber>");
+    // Counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
+    const auto count = [](const std::string& text) {
+        return static_cast<unsigned int>(static_cast<int>(strtol32(text.c_str())));
+    };
+    type = static_cast<int>(strtol32(typeText.c_str()));
+    newMsgs = count(newText);
+    oldMsgs = count(oldText);
+    newUrgMsgs = count(newUrgentText);
+    oldUrgMsgs = count(oldUrgentText);
+    returnType = static_cast<int>(strtol32(returnTypeText.c_str()));
+    availableInfo = static_cast<int>(strtol32(availableText.c_str()));
+    messagesWaiting = static_cast<int>(strtol32(waitingText.c_str()));
+    return getResult(result);
+}
+
+int CommunicationsServiceProxy::getDevices(std::vector<std::string>& devices) {
+    const std::string response = exchange(*requestChannel, "<Method>GetDevices</Method>");
+    if (response == "sfiFailure") return sfiFailure;
+    // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b".
+    for (std::size_t open = response.find('<'); open != std::string::npos;
+         open = response.find('<', open + 1)) {
+        const std::size_t close = response.find('>', open);
+        if (close != std::string::npos) devices.push_back(response.substr(open + 1, close - open - 1));
+    }
+    return sfiSuccess;
+}
+
+bool CommunicationsServiceProxy::isCallHoldPossible(const std::string& line) {
+    const Request request = Request("isCallHoldPossible").text("Line", line);
+    return exchange(*requestChannel, request.str()) == "true";
+}
+
+bool CommunicationsServiceProxy::getManualHoldIndication(const std::string& line, int callId) {
+    const Request request =
+        Request("getManualHoldIndication").text("Line", line).decimal("CallID", callId);
+    return exchange(*requestChannel, request.str()) == "true";
+}
+
+// Server features and CSTA pass-through.
+
+int CommunicationsServiceProxy::SendCSTARequest(const std::string& line,
+                                                const std::string& cstaRequest) {
+    return ask(*requestChannel,
+               Request("SendCSTARequest").text("Line", line).payload(cstaRequest));
+}
+
+void CommunicationsServiceProxy::sendUACSTAServerMessage(std::string& line,
+                                                         std::string& serverMessage) {
+    post(*requestChannel,
+         Request("SendUACSTAServerMessage").text("Line", line).payload(serverMessage));
+}
+
+void CommunicationsServiceProxy::InitializeOrFinalizeServerFeatures(const std::string& line,
+                                                                    bool initialize) {
+    post(*requestChannel, Request("InitializeOrFinalizeServerFeatures")
+                              .text("Line", line)
+                              .flag("initialize", initialize));
+}
+
+void CommunicationsServiceProxy::callbackDOFeatureCallID(const std::string& callId,
+                                                         int instanceId) {
+    post(*requestChannel,
+         Request("callbackDOFeatureCallID").text("CallID", callId).number("instanceId", instanceId));
+}
+
+int CommunicationsServiceProxy::setAgentState(const std::string& line,
+                                              const std::string& agentState) {
+    return ask(*requestChannel,
+               Request("SetAgentState").text("Line", line).text("agentState", agentState));
+}
+
+void CommunicationsServiceProxy::RemoveConfParticipant(int callId,
+                                                       const std::string& remoteParticipant,
+                                                       const std::string& conferenceMemberId) {
+    post(*requestChannel, Request("RemoveConfParticipant")
+                              .number("callID", callId)
+                              .text("remoteParticipant", remoteParticipant)
+                              .text("conferenceMemberId", conferenceMemberId));
+}
