@@ -1,15 +1,19 @@
 #include "CommunicationsServiceEventInvoker.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
+#include "MessageFormat.h"
 #include "framework/Utilities.h"
 
 namespace {
@@ -17,45 +21,70 @@ namespace {
 using Ifc = CommunicationsServiceEventIfc;
 using Self = CommunicationsServiceEventInvoker;
 
-std::string openTag(const char* name) { return std::string("<").append(name).append(">"); }
-std::string closeTag(const char* name) { return std::string("</").append(name).append(">"); }
+// Hands out the located elements of a text in the order the handler names them.
+class ElementCursor {
+public:
+    ElementCursor(std::string_view message, const ElementSpan* spans)
+        : message(message), next(spans) {}
 
-// Field kinds. Each reads one element, named without its brackets, from the whole text.
+    std::string text() { return elementText(message, *next++); }
+    int number() { return static_cast<int>(elementNumber(message, *next++)); }
+    std::string_view view() {
+        const ElementSpan span = *next++;
+        return span.found() ? message.substr(span.value, span.end - span.value)
+                            : std::string_view();
+    }
+
+private:
+    std::string_view message;
+    const ElementSpan* next;
+};
+
+// Field kinds. Each names the elements it reads, without their brackets, and reads them
+// from the cursor; a missing element reads as "" or -1.
 
 struct Text {
-    const char* name;
-    std::string read(Self& self, const std::string& message) const {
-        return self.getParamAsString(openTag(name), message, closeTag(name));
+    static constexpr std::size_t kElements = 1;
+    std::string_view name;
+    void names(std::string_view*& out) const { *out++ = name; }
+    std::string read(ElementCursor& elements, const std::string&) const {
+        return elements.text();
     }
 };
 
 struct Number {
-    const char* name;
-    int read(Self& self, const std::string& message) const {
-        return static_cast<int>(self.getParamAsLong(openTag(name), message, closeTag(name)));
-    }
+    static constexpr std::size_t kElements = 1;
+    std::string_view name;
+    void names(std::string_view*& out) const { *out++ = name; }
+    int read(ElementCursor& elements, const std::string&) const { return elements.number(); }
 };
 
 // A message counter keeps the number's bits: a missing one arrives as 4294967295.
 struct Counter {
-    const char* name;
-    unsigned int read(Self& self, const std::string& message) const {
-        return static_cast<unsigned int>(Number{name}.read(self, message));
+    static constexpr std::size_t kElements = 1;
+    std::string_view name;
+    void names(std::string_view*& out) const { *out++ = name; }
+    unsigned int read(ElementCursor& elements, const std::string&) const {
+        return static_cast<unsigned int>(elements.number());
     }
 };
 
 // A missing flag reads as -1 and so arrives as true; the service relies on that.
 struct Flag {
-    const char* name;
-    bool read(Self& self, const std::string& message) const {
-        return Number{name}.read(self, message) != 0;
+    static constexpr std::size_t kElements = 1;
+    std::string_view name;
+    void names(std::string_view*& out) const { *out++ = name; }
+    bool read(ElementCursor& elements, const std::string&) const {
+        return elements.number() != 0;
     }
 };
 
 struct NumberList {
-    const char* name;
-    std::vector<int> read(Self& self, const std::string& message) const {
-        std::string encoded = Text{name}.read(self, message);
+    static constexpr std::size_t kElements = 1;
+    std::string_view name;
+    void names(std::string_view*& out) const { *out++ = name; }
+    std::vector<int> read(ElementCursor& elements, const std::string&) const {
+        std::string encoded = elements.text();
         std::vector<int> values;
         Serializer::deserialize(encoded, values);
         return values;
@@ -63,9 +92,11 @@ struct NumberList {
 };
 
 struct TextList {
-    const char* name;
-    std::vector<std::string> read(Self& self, const std::string& message) const {
-        std::string encoded = Text{name}.read(self, message);
+    static constexpr std::size_t kElements = 1;
+    std::string_view name;
+    void names(std::string_view*& out) const { *out++ = name; }
+    std::vector<std::string> read(ElementCursor& elements, const std::string&) const {
+        std::string encoded = elements.text();
         return Serializer::deserialize(encoded);
     }
 };
@@ -74,8 +105,10 @@ struct TextList {
 // (a tag without its '<'). The cut length is computed in 32 bits as the phone does: when
 // the text is missing, the not-found position plus its nine characters wraps to 8.
 struct Payload {
+    static constexpr std::size_t kElements = 0;
     const char* closing;
-    std::string& read(Self&, std::string& message) const {
+    void names(std::string_view*&) const {}
+    std::string& read(ElementCursor&, std::string& message) const {
         const auto position = static_cast<std::uint32_t>(message.find(closing));
         const std::uint32_t length = position + static_cast<std::uint32_t>(std::strlen(closing));
         message.erase(0, length);
@@ -103,19 +136,27 @@ PartyRecord newPartyRecord() {
 }
 
 // Copies up to the value's first NUL, cut to fit with its terminator.
-void copyInto(char (&field)[65], const std::string& value) {
-    const std::size_t length = std::min(std::strlen(value.c_str()), sizeof field - 1);
-    std::memcpy(field, value.c_str(), length);
+void copyInto(char (&field)[65], std::string_view value) {
+    const std::size_t length = std::min({value.find('\0'), value.size(), sizeof field - 1});
+    std::memcpy(field, value.data(), length);
     field[length] = '\0';
 }
 
+// The four parties travel inside the record, copied straight from the text.
 struct Parties {
+    static constexpr std::size_t kElements = 4;
     CallPartyInfo* record;
-    CallPartyInfo* read(Self& self, const std::string& message) const {
-        const std::string callingParty = Text{"GPUCLG"}.read(self, message);
-        const std::string callingPartyName = Text{"GPUCLGName"}.read(self, message);
-        const std::string calledParty = Text{"GPUCLD"}.read(self, message);
-        const std::string calledPartyName = Text{"GPUCLDName"}.read(self, message);
+    void names(std::string_view*& out) const {
+        *out++ = "GPUCLG";
+        *out++ = "GPUCLGName";
+        *out++ = "GPUCLD";
+        *out++ = "GPUCLDName";
+    }
+    CallPartyInfo* read(ElementCursor& elements, const std::string&) const {
+        const std::string_view callingParty = elements.view();
+        const std::string_view callingPartyName = elements.view();
+        const std::string_view calledParty = elements.view();
+        const std::string_view calledPartyName = elements.view();
         copyInto(record->callingParty, callingParty);
         copyInto(record->callingPartyName, callingPartyName);
         copyInto(record->calledParty, calledParty);
@@ -124,13 +165,30 @@ struct Parties {
     }
 };
 
-// Reads the fields in the order given (a braced list is evaluated left to right), then
-// makes the one callback with them.
-template <typename Message, typename... Params, typename... Fields>
-void deliver(Self& self, Ifc* subscriber, void (Ifc::*callback)(Params...), Message& message,
-             const Fields&... fields) {
-    static_assert(sizeof...(Params) == sizeof...(Fields), "one field per callback argument");
-    std::tuple<decltype(fields.read(self, message))...> values{fields.read(self, message)...};
+template <typename Callback> struct Arity;
+template <typename... Params>
+struct Arity<void (Ifc::*)(Params...)> : std::integral_constant<std::size_t, sizeof...(Params)> {};
+
+// Locates the handler's elements in one pass over the text, reads the fields in the order
+// given (a braced list is evaluated left to right), then makes the one callback. Each
+// callback is made by one handler only, whose element names never change, so their index
+// is built on its first event and kept.
+template <auto callback, typename Message, typename... Fields>
+void deliver(Ifc* subscriber, Message& message, const Fields&... fields) {
+    static_assert(Arity<decltype(callback)>::value == sizeof...(Fields),
+                  "one field per callback argument");
+    constexpr std::size_t count = (Fields::kElements + ...);
+    static const ElementNames names = [&] {
+        std::array<std::string_view, count> list;
+        std::string_view* next = list.data();
+        (fields.names(next), ...);
+        return ElementNames(list.data(), count);
+    }();
+    std::array<ElementSpan, count> spans;
+    findElements(message, names, spans.data());
+    ElementCursor elements(message, spans.data());
+    std::tuple<decltype(fields.read(elements, message))...> values{
+        fields.read(elements, message)...};
     std::apply([&](auto&... value) { (subscriber->*callback)(value...); }, values);
 }
 
@@ -142,17 +200,17 @@ void run(Self& self, Ifc* subscriber, std::string& message) {
 }
 
 struct Route {
-    const char* method;
+    std::string_view method;
     bool exact;
     Handler handler;
 
-    bool matches(const std::string& name) const {
-        return exact ? name == method : name.compare(0, std::strlen(method), method) == 0;
+    bool matches(std::string_view name) const {
+        return exact ? name == method : name.substr(0, method.size()) == method;
     }
 };
 
 // Every row is tried for every message; only the first compares the whole name.
-const Route kRoutes[] = {
+constexpr Route kRoutes[] = {
     {"CallStateChangeEvent", true, run<&Self::callStateChangeEvent>},
     {"RegistrationStateChangeEvent", false, run<&Self::registrationStateChangeEvent>},
     {"IncomingCallEvent", false, run<&Self::incomingCallEvent>},
@@ -187,6 +245,29 @@ const Route kRoutes[] = {
     {"bluetoothAudioStatusChanged", false, run<&Self::bluetoothAudioStatusChanged>},
 };
 
+using RouteSet = std::uint32_t;
+static_assert(std::size(kRoutes) <= 32, "one bit per route");
+
+// The rows whose method begins with each byte: only those can match a name.
+constexpr std::array<RouteSet, 256> routesByFirstByte() {
+    std::array<RouteSet, 256> rows{};
+    for (std::size_t row = 0; row < std::size(kRoutes); ++row) {
+        rows[static_cast<unsigned char>(kRoutes[row].method.front())] |= RouteSet{1} << row;
+    }
+    return rows;
+}
+constexpr std::array<RouteSet, 256> kRoutesByFirstByte = routesByFirstByte();
+
+RouteSet routesMatching(std::string_view method) {
+    if (method.empty()) return 0;
+    RouteSet matching = 0;
+    RouteSet candidates = kRoutesByFirstByte[static_cast<unsigned char>(method.front())];
+    for (std::size_t row = 0; candidates != 0; ++row, candidates >>= 1) {
+        if ((candidates & 1) != 0 && kRoutes[row].matches(method)) matching |= RouteSet{1} << row;
+    }
+    return matching;
+}
+
 } // namespace
 
 void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, const char* msg,
@@ -196,9 +277,17 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     std::string text(msg);
     Ifc* events = subscriber != nullptr ? dynamic_cast<Ifc*>(subscriber) : nullptr;
     if (events == nullptr) std::printf("CommunicationsServiceEventSvc == NULL");
-    const std::string method = getParamAsString("<Method>", text, "</Method>");
-    for (const Route& route : kRoutes) {
-        if (route.matches(method)) route.handler(*this, events, text);
+    // The routes are chosen before any handler runs, because the pass-through handlers cut
+    // the text that the method name was read from.
+    constexpr std::string_view kMethod = "Method";
+    static const ElementNames methodName(&kMethod, 1);
+    ElementSpan method;
+    findElements(text, methodName, &method);
+    RouteSet matching = routesMatching(
+        method.found() ? std::string_view(text).substr(method.value, method.end - method.value)
+                       : std::string_view());
+    for (std::size_t row = 0; matching != 0; ++row, matching >>= 1) {
+        if ((matching & 1) != 0) kRoutes[row].handler(*this, events, text);
     }
     if (response != nullptr) response->messageHandled();
 }
@@ -207,7 +296,7 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
 
 void Self::callStateChangeEvent(Ifc* subscriber, std::string& message) {
     const PartyRecord parties = newPartyRecord();
-    deliver(*this, subscriber, &Ifc::onCallStateChangeEvent, message, Text{"LineID"},
+    deliver<&Ifc::onCallStateChangeEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Number{"CallState"}, Number{"Reason"}, Number{"SendOptions"},
             Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Parties{parties.get()},
             Number{"ResourcePriority"}, Number{"PreemptionCause"}, Text{"PreemptionText"},
@@ -215,7 +304,7 @@ void Self::callStateChangeEvent(Ifc* subscriber, std::string& message) {
 }
 
 void Self::incomingCallEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onIncomingCallEvent, message, Text{"LineID"},
+    deliver<&Ifc::onIncomingCallEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
             Text{"AlertInformation_AlertURI"}, Text{"AlertInformation_InfoParam"},
             Flag{"AlertInformation_AutoAnswer"}, Number{"CallType"}, Text{"DiversionURI"},
@@ -225,41 +314,41 @@ void Self::incomingCallEvent(Ifc* subscriber, std::string& message) {
 }
 
 void Self::incomingPickupCallEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onIncomingPickupCallEvent, message, Text{"LineID"},
+    deliver<&Ifc::onIncomingPickupCallEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"});
 }
 
 void Self::incomingCallMissedEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onIncomingCallMissedEvent, message, Text{"LineID"},
+    deliver<&Ifc::onIncomingCallMissedEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Number{"Reason"},
             Text{"DiversionURI"}, Text{"DiversionName"}, Number{"DiversionReason"});
 }
 
 void Self::incomingAssociatedCallEvent(Ifc* subscriber, const std::string& message) {
-    deliver(*this, subscriber, &Ifc::onIncomingAssociatedCallEvent, message, Text{"LineID"},
+    deliver<&Ifc::onIncomingAssociatedCallEvent>(subscriber, message, Text{"LineID"},
             Number{"CurrentCallID"}, Number{"NewCallID"});
 }
 
 // Call transitions.
 
 void Self::callHeldEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onCallHeldEvent, message, Text{"LineID"}, Number{"CallID"});
+    deliver<&Ifc::onCallHeldEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"});
 }
 
 void Self::callRetrievedEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onCallRetrievedEvent, message, Text{"LineID"},
+    deliver<&Ifc::onCallRetrievedEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Number{"ILCallLevel"},
             Number{"ILLocalLevel"}, Flag{"ConnectedToMediaServer"});
 }
 
 void Self::remoteEndpointDetailsChangedEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onRemoteEndpointDetailsChangedEvent, message,
+    deliver<&Ifc::onRemoteEndpointDetailsChangedEvent>(subscriber, message,
             Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
             Flag{"exitConf"}, Flag{"jointCall"});
 }
 
 void Self::callForwardedEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onCallForwardedEvent, message, Text{"LineID"},
+    deliver<&Ifc::onCallForwardedEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Text{"CallingParty"}, Text{"CallingPartyName"},
             Text{"CallingPartyFullPAI"}, Text{"NewDestination"}, Number{"Reason"});
 }
@@ -267,22 +356,22 @@ void Self::callForwardedEvent(Ifc* subscriber, std::string& message) {
 // Line, feature and device status.
 
 void Self::registrationStateChangeEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onRegistrationStateChangeEvent, message, Text{"LineID"},
+    deliver<&Ifc::onRegistrationStateChangeEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Flag{"Registered"}, Number{"RegistrationResult"});
 }
 
 void Self::featureSuccessEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onFeatureSuccessEvent, message, Text{"LineID"},
+    deliver<&Ifc::onFeatureSuccessEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Number{"Feature"});
 }
 
 void Self::featureFailedEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onFeatureFailedEvent, message, Text{"LineID"},
+    deliver<&Ifc::onFeatureFailedEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Number{"Feature"}, Number{"FeatureFailure"});
 }
 
 void Self::messageWaitingEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onMessageWaitingEvent, message, Text{"LineID"},
+    deliver<&Ifc::onMessageWaitingEvent>(subscriber, message, Text{"LineID"},
             Number{"type"}, Counter{"new_messages"}, Counter{"old_messages"},
             Counter{"new_urgent_messages"}, Counter{"old_urgent_messages"},
             Number{"return_type"}, Number{"avail_info"}, Number{"messages_waiting"},
@@ -290,77 +379,77 @@ void Self::messageWaitingEvent(Ifc* subscriber, std::string& message) {
 }
 
 void Self::doNotDisturbEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onDoNotDisturbEvent, message, Text{"deviceId"},
+    deliver<&Ifc::onDoNotDisturbEvent>(subscriber, message, Text{"deviceId"},
             Flag{"doNotDisturbOn"});
 }
 
 void Self::agentStateEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onAgentStateEvent, message, Text{"deviceId"},
+    deliver<&Ifc::onAgentStateEvent>(subscriber, message, Text{"deviceId"},
             Text{"agentState"});
 }
 
 void Self::callRecordingStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onCallRecordingStatusEvent, message, Text{"LineID"},
+    deliver<&Ifc::onCallRecordingStatusEvent>(subscriber, message, Text{"LineID"},
             Number{"callId"}, Text{"callRecorded"});
 }
 
 void Self::systemStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onSystemStatusEvent, message, Text{"status"},
+    deliver<&Ifc::onSystemStatusEvent>(subscriber, message, Text{"status"},
             Text{"statusInfo"});
 }
 
 void Self::serverFeatureStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onServerFeatureStatusEvent, message, Text{"lineURI"},
+    deliver<&Ifc::onServerFeatureStatusEvent>(subscriber, message, Text{"lineURI"},
             Text{"status"});
 }
 
 void Self::conferenceStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onConferenceStatusEvent, message, Text{"LineID"},
+    deliver<&Ifc::onConferenceStatusEvent>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Text{"XMLContent"});
 }
 
 void Self::callCompletionEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onCallCompletionEvent, message, Text{"LineID"}, Text{"URI"},
+    deliver<&Ifc::onCallCompletionEvent>(subscriber, message, Text{"LineID"}, Text{"URI"},
             Number{"CallCompletionType"}, Number{"CallCompletionState"},
             Flag{"DisplayOutcomeCallUI"});
 }
 
 void Self::callCompletionFailedEvent(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onCallCompletionFailedEvent, message, Text{"LineID"},
+    deliver<&Ifc::onCallCompletionFailedEvent>(subscriber, message, Text{"LineID"},
             Text{"URI"}, Number{"CallCompletionFailureType"});
 }
 
 void Self::bluetoothAudioStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onBluetoothAudioStatusChanged, message, Text{"LineID"},
+    deliver<&Ifc::onBluetoothAudioStatusChanged>(subscriber, message, Text{"LineID"},
             Number{"CallID"}, Flag{"AudioEnabled"}, Flag{"AudioGateway"}, Flag{"InBandRinging"});
 }
 
 // Security and precedence.
 
 void Self::securityStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onSecurityStatusChanged, message, Text{"lineURI"},
+    deliver<&Ifc::onSecurityStatusChanged>(subscriber, message, Text{"lineURI"},
             Number{"callId"}, Number{"securityStatus"}, NumberList{"CallIDsRecorded"},
             TextList{"CallLineURIsRecorded"});
 }
 
 void Self::preemptionStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onPreemptionStatusChanged, message, Text{"lineURI"},
+    deliver<&Ifc::onPreemptionStatusChanged>(subscriber, message, Text{"lineURI"},
             Number{"callId"}, Number{"priority"}, Number{"cause"}, Text{"reason"});
 }
 
 void Self::impactLevelChanged(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onImpactLevelChanged, message, Text{"lineURI"},
+    deliver<&Ifc::onImpactLevelChanged>(subscriber, message, Text{"lineURI"},
             Number{"callId"}, Number{"ILCallLevel"}, Number{"ILLocalLevel"});
 }
 
 // Back-to-back CSTA pass-through.
 
 void Self::b2buaCSTAResponse(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onB2buaCSTAResponse, message, Text{"lineURI"},
+    deliver<&Ifc::onB2buaCSTAResponse>(subscriber, message, Text{"lineURI"},
             Flag{"success"}, Payload{"/success>"});
 }
 
 void Self::b2buaCSTAEventOrRequest(Ifc* subscriber, std::string& message) {
-    deliver(*this, subscriber, &Ifc::onB2buaCSTAEventOrRequest, message, Text{"lineURI"},
+    deliver<&Ifc::onB2buaCSTAEventOrRequest>(subscriber, message, Text{"lineURI"},
             Payload{"/lineURI>"});
 }

@@ -1,8 +1,11 @@
 #include "CommunicationsServiceProxy.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <stdexcept>
+#include <string_view>
 
 #include "MessageFormat.h"
 #include "framework/Utilities.h"
@@ -14,61 +17,102 @@ constexpr const char* kLogComponent = "SIP Communications Service";
 constexpr const char* kLogSourceFile = "./src/CommunicationsServiceProxy.cpp";
 constexpr int kLogLevel = 5;
 
-// One request in the envelope, written by appends into a string sized once. A null C
-// string stops the text right after its field's opening tag and drops everything after
-// it, which is what the service has always received for such a request.
+// One request in the envelope. The fields are collected first and written at the end into
+// one string of exactly the request's length, so that a request costs one allocation
+// however long its values are. A null C string stops the text right after its field's
+// opening tag and drops everything after it, which is what the service has always
+// received for such a request.
 class Request {
 public:
-    explicit Request(const char* method) {
-        message.reserve(256);
-        message.append("<Method>").append(method).append("</Method>");
-    }
+    explicit Request(std::string_view method) : method(method) {}
+    Request(const Request&) = delete;
+    Request& operator=(const Request&) = delete;
 
-    Request& text(const char* tag, const std::string& value) {
-        return field(tag, value.data(), value.size());
+    Request& text(std::string_view tag, std::string_view value) {
+        if (!truncated) add(tag).value = value;
+        return *this;
     }
-    Request& text(const char* tag, const char* value) {
-        if (value == nullptr) {
-            open(tag);
-            truncated = true;
-            return *this;
-        }
-        return field(tag, value, std::strlen(value));
+    Request& text(std::string_view tag, const char* value) {
+        if (value != nullptr) return text(tag, std::string_view(value));
+        if (!truncated) add(tag).closed = false;
+        truncated = true;
+        return *this;
     }
-    Request& decimal(const char* tag, int value) {
-        char digits[16];
-        const auto written = std::to_chars(digits, digits + sizeof digits, value);
-        return field(tag, digits, static_cast<std::size_t>(written.ptr - digits));
+    Request& decimal(std::string_view tag, int value) {
+        if (truncated) return *this;
+        Field& field = add(tag);
+        const auto written = std::to_chars(field.digits, field.digits + sizeof field.digits, value);
+        field.value = std::string_view(field.digits, static_cast<std::size_t>(written.ptr - field.digits));
+        return *this;
     }
-    Request& flag(const char* tag, bool value) { return field(tag, value ? "1" : "0", 1); }
-    Request& word(const char* tag, bool value) {
-        return value ? field(tag, "TRUE", 4) : field(tag, "FALSE", 5);
-    }
+    Request& flag(std::string_view tag, bool value) { return text(tag, value ? "1" : "0"); }
+    Request& word(std::string_view tag, bool value) { return text(tag, value ? "TRUE" : "FALSE"); }
     // The pass-through requests format numbers with the framework's own helper.
-    Request& number(const char* tag, int value) {
-        const std::string digits = ClientUtils::itos(value);
-        return field(tag, digits.data(), digits.size());
+    Request& number(std::string_view tag, int value) {
+        if (truncated) return *this;
+        Field& field = add(tag);
+        field.spelled = ClientUtils::itos(value);
+        field.value = field.spelled;
+        return *this;
     }
-    Request& payload(const std::string& value) {
-        if (!truncated) message.append(value);
+    Request& payload(std::string_view value) {
+        if (!truncated) trailer = value;
         return *this;
     }
 
-    const std::string& str() const { return message; }
+    std::string str() const {
+        constexpr std::string_view kOpenMethod = "<Method>";
+        constexpr std::string_view kCloseMethod = "</Method>";
+        std::size_t size = kOpenMethod.size() + method.size() + kCloseMethod.size() + trailer.size();
+        for (std::size_t i = 0; i < count; ++i) {
+            const Field& field = fields[i];
+            size += field.tag.size() + 2;
+            if (field.closed) size += field.value.size() + field.tag.size() + 3;
+        }
+        std::string message(size, '\0');
+        char* out = put(message.data(), kOpenMethod);
+        out = put(put(out, method), kCloseMethod);
+        for (std::size_t i = 0; i < count; ++i) {
+            const Field& field = fields[i];
+            *out++ = '<';
+            out = put(out, field.tag);
+            *out++ = '>';
+            if (!field.closed) break;
+            out = put(out, field.value);
+            *out++ = '<';
+            *out++ = '/';
+            out = put(out, field.tag);
+            *out++ = '>';
+        }
+        put(out, trailer);
+        return message;
+    }
 
 private:
-    void open(const char* tag) {
-        if (truncated) return;
-        message.append("<").append(tag).append(">");
-    }
-    Request& field(const char* tag, const char* value, std::size_t size) {
-        if (truncated) return *this;
-        open(tag);
-        message.append(value, size).append("</").append(tag).append(">");
-        return *this;
+    struct Field {
+        std::string_view tag;
+        std::string_view value;
+        bool closed = true;
+        char digits[12];
+        std::string spelled;
+    };
+
+    static char* put(char* out, std::string_view piece) {
+        std::memcpy(out, piece.data(), piece.size());
+        return out + piece.size();
     }
 
-    std::string message;
+    Field& add(std::string_view tag) {
+        if (count == fields.size()) throw std::length_error("Request: too many fields");
+        Field& field = fields[count++];
+        field.tag = tag;
+        return field;
+    }
+
+    std::string_view method;
+    std::array<Field, 6> fields;
+    std::size_t count = 0;
+    std::string_view trailer;
     bool truncated = false;
 };
 
@@ -370,8 +414,10 @@ int CommunicationsServiceProxy::getMicrophoneMute(bool& muted) {
 
 int CommunicationsServiceProxy::getDoNotDisturb(const std::string& deviceId,
                                                 bool& doNotDisturbOn) {
-    const Request request = Request("GetDoNotDisturb").text("deviceID", deviceId);
-    return readFlagAnswer(exchange(*requestChannel, request.str(), "false"), doNotDisturbOn);
+    return readFlagAnswer(
+        exchange(*requestChannel, Request("GetDoNotDisturb").text("deviceID", deviceId).str(),
+                 "false"),
+        doNotDisturbOn);
 }
 
 int CommunicationsServiceProxy::getServiceState(sfiServiceState& state) {
@@ -391,12 +437,12 @@ int CommunicationsServiceProxy::getServiceState(sfiServiceState& state) {
 int CommunicationsServiceProxy::getForwardingConfiguration(sfiForwardingType fwType, bool& status,
                                                            std::string& uri,
                                                            int& cfnrRingCount) {
-    const Request request = Request("getForwardingConfiguration").decimal("fwType", fwType);
-    const std::string response = exchange(*requestChannel, request.str());
-    status = getParamAsLong("<status>", response, "</status>") != 0;
-    cfnrRingCount = static_cast<int>(getParamAsLong("<cfnrRingCount>", response, "</cfnrRingCount>"));
-    uri = getParamAsString("<uri>", response, "</uri>");
-    std::string result = getParamAsString("<sfiResult>", response, "</sfiResult>");
+    const std::string response = exchange(
+        *requestChannel, Request("getForwardingConfiguration").decimal("fwType", fwType).str());
+    status = answerNumber(response, "<status>", "</status>") != 0;
+    cfnrRingCount = static_cast<int>(answerNumber(response, "<cfnrRingCount>", "</cfnrRingCount>"));
+    uri = answerText(response, "<uri>", "</uri>");
+    std::string result(answerText(response, "<sfiResult>", "</sfiResult>"));
     return getResult(result);
 }
 
@@ -406,38 +452,44 @@ int CommunicationsServiceProxy::getMessageWaitingIndicator(
     std::string& voiceMailNumber) {
     const std::string response =
         exchange(*requestChannel, "<Method>GetMessageWaitingIndicator</Method>");
-    const auto read = [&](const char* start, const char* end) {
-        return getParamAsString(start, response, end);
+    const auto read = [&](std::string_view start, std::string_view end) {
+        return answerText(response, start, end);
     };
-    std::string result = read("<func_return_val>", "</func_return_val>");
-    const std::string typeText = read("<Type>", "</Type>");
-    const std::string newText = read("<newMsgs>", "</newMsgs>");
-    const std::string oldText = read("<oldMsgs>", "</oldMsgs>");
-    const std::string newUrgentText = read("<newUrgMsgs>", "</newUrgMsgs>");
-    const std::string oldUrgentText = read("<oldUrgMsgs>", "</oldUrgMsgs>");
-    const std::string returnTypeText = read("<return_type>", "</return_type>");
-    const std::string availableText = read("<available_info>", "</available_info>");
-    const std::string waitingText = read("<messages_waiting>", "</messages_waiting>");
+    std::string result(read("<func_return_val>", "</func_return_val>"));
+    const std::string_view typeText = read("<Type>", "</Type>");
+    const std::string_view newText = read("<newMsgs>", "</newMsgs>");
+    const std::string_view oldText = read("<oldMsgs>", "</oldMsgs>");
+    const std::string_view newUrgentText = read("<newUrgMsgs>", "</newUrgMsgs>");
+    const std::string_view oldUrgentText = read("<oldUrgMsgs>", "</oldUrgMsgs>");
+    const std::string_view returnTypeText = read("<return_type>", "</return_type>");
+    const std::string_view availableText = read("<available_info>", "</available_info>");
+    const std::string_view waitingText = read("<messages_waiting>", "</messages_waiting>");
     voiceMailNumber = read("<voiceMailNumber>", "</voiceMailNumber>");
     // Counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
-    const auto count = [](const std::string& text) {
-        return static_cast<unsigned int>(static_cast<int>(strtol32(text.c_str())));
+    const auto count = [](std::string_view text) {
+        return static_cast<unsigned int>(static_cast<int>(decimal32(text)));
     };
-    type = static_cast<int>(strtol32(typeText.c_str()));
+    type = static_cast<int>(decimal32(typeText));
     newMsgs = count(newText);
     oldMsgs = count(oldText);
     newUrgMsgs = count(newUrgentText);
     oldUrgMsgs = count(oldUrgentText);
-    returnType = static_cast<int>(strtol32(returnTypeText.c_str()));
-    availableInfo = static_cast<int>(strtol32(availableText.c_str()));
-    messagesWaiting = static_cast<int>(strtol32(waitingText.c_str()));
+    returnType = static_cast<int>(decimal32(returnTypeText));
+    availableInfo = static_cast<int>(decimal32(availableText));
+    messagesWaiting = static_cast<int>(decimal32(waitingText));
     return getResult(result);
 }
 
 int CommunicationsServiceProxy::getDevices(std::vector<std::string>& devices) {
     const std::string response = exchange(*requestChannel, "<Method>GetDevices</Method>");
     if (response == "sfiFailure") return sfiFailure;
-    // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b".
+    // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b". Every
+    // '<' before the last '>' gives one item, so the list grows once.
+    const std::size_t lastClose = response.rfind('>');
+    if (lastClose != std::string::npos) {
+        devices.reserve(devices.size() + static_cast<std::size_t>(std::count(
+                                             response.begin(), response.begin() + lastClose, '<')));
+    }
     for (std::size_t open = response.find('<'); open != std::string::npos;
          open = response.find('<', open + 1)) {
         const std::size_t close = response.find('>', open);
@@ -447,14 +499,15 @@ int CommunicationsServiceProxy::getDevices(std::vector<std::string>& devices) {
 }
 
 bool CommunicationsServiceProxy::isCallHoldPossible(const std::string& line) {
-    const Request request = Request("isCallHoldPossible").text("Line", line);
-    return exchange(*requestChannel, request.str()) == "true";
+    return exchange(*requestChannel, Request("isCallHoldPossible").text("Line", line).str()) ==
+           "true";
 }
 
 bool CommunicationsServiceProxy::getManualHoldIndication(const std::string& line, int callId) {
-    const Request request =
-        Request("getManualHoldIndication").text("Line", line).decimal("CallID", callId);
-    return exchange(*requestChannel, request.str()) == "true";
+    return exchange(*requestChannel, Request("getManualHoldIndication")
+                                         .text("Line", line)
+                                         .decimal("CallID", callId)
+                                         .str()) == "true";
 }
 
 // Server features and CSTA pass-through.

@@ -1,9 +1,12 @@
 #include "MessageFormat.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <stdexcept>
 
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
@@ -48,6 +51,191 @@ long strtol32(const char* text) {
     const long value = std::strtol(text, nullptr, 10);
     return std::clamp<long>(value, std::numeric_limits<std::int32_t>::min(),
                             std::numeric_limits<std::int32_t>::max());
+}
+
+long decimal32(std::string_view digits) {
+    const char* at = digits.data();
+    const char* const end = at + digits.size();
+    bool negative = false;
+    // strtol skips what the current locale calls white space, which never takes in a digit.
+    if (at != end && (*at < '0' || *at > '9')) {
+        while (at != end && std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
+        if (at != end && (*at == '+' || *at == '-')) {
+            negative = *at == '-';
+            ++at;
+        }
+    }
+    // Past 2^32 every value saturates alike, so the magnitude stops growing there.
+    constexpr std::uint64_t kSaturated = std::uint64_t{1} << 32;
+    std::uint64_t magnitude = 0;
+    for (; at != end && *at >= '0' && *at <= '9'; ++at) {
+        if (magnitude < kSaturated) magnitude = magnitude * 10 + static_cast<unsigned>(*at - '0');
+    }
+    const auto value = static_cast<std::int64_t>(magnitude);
+    return static_cast<long>(std::clamp<std::int64_t>(negative ? -value : value,
+                                                      std::numeric_limits<std::int32_t>::min(),
+                                                      std::numeric_limits<std::int32_t>::max()));
+}
+
+std::string_view answerText(std::string_view answer, std::string_view startTag,
+                            std::string_view endTag) {
+    const std::size_t start = answer.find(startTag);
+    if (start == std::string_view::npos) return {};
+    const std::size_t value = start + startTag.size();
+    const std::size_t end = answer.find(endTag);
+    return answer.substr(value, std::min(answer.size() - value, end - value));
+}
+
+long answerNumber(std::string_view answer, std::string_view startTag, std::string_view endTag) {
+    if (answer.find(startTag) == std::string_view::npos) return -1;
+    return decimal32(answerText(answer, startTag, endTag));
+}
+
+ElementNames::ElementNames(const std::string_view* list, std::size_t size) : count(size) {
+    if (size > kMaxNames) throw std::invalid_argument("ElementNames: too many names");
+    std::memset(firstByByte, kNone, sizeof firstByByte);
+    for (std::size_t i = size; i-- > 0;) {
+        const std::string_view name = list[i];
+        if (name.empty() || name.front() == '/' || name.find('<') != std::string_view::npos ||
+            std::find(list + i + 1, list + size, name) != list + size) {
+            throw std::invalid_argument("ElementNames: unusable element name");
+        }
+        names[i] = name;
+        const auto first = static_cast<unsigned char>(name.front());
+        nextSameByte[i] = firstByByte[first];
+        firstByByte[first] = static_cast<std::uint8_t>(i);
+    }
+}
+
+std::size_t ElementNames::firstWith(char byte) const {
+    return firstByByte[static_cast<unsigned char>(byte)];
+}
+
+namespace {
+
+template <typename Word> Word load(const char* bytes) {
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// Equality of two short byte runs, a word at a time and without a library call: the last
+// word overlaps the one before it rather than falling back to single bytes.
+bool sameBytes(const char* left, const char* right, std::size_t size) {
+    if (size >= 8) {
+        for (std::size_t at = 0; at + 8 < size; at += 8) {
+            if (load<std::uint64_t>(left + at) != load<std::uint64_t>(right + at)) return false;
+        }
+        return load<std::uint64_t>(left + size - 8) == load<std::uint64_t>(right + size - 8);
+    }
+    if (size >= 4) {
+        return load<std::uint32_t>(left) == load<std::uint32_t>(right) &&
+               load<std::uint32_t>(left + size - 4) == load<std::uint32_t>(right + size - 4);
+    }
+    for (std::size_t at = 0; at < size; ++at) {
+        if (left[at] != right[at]) return false;
+    }
+    return true;
+}
+
+// Whether `name` followed by '>' stands at `at`.
+bool tagAt(const char* at, const char* end, std::string_view name) {
+    return static_cast<std::size_t>(end - at) > name.size() && at[name.size()] == '>' &&
+           sameBytes(at, name.data(), name.size());
+}
+
+// The scan of one text: each '<' is looked at once, from left to right.
+class ElementScan {
+public:
+    ElementScan(std::string_view text, const ElementNames& names, ElementSpan* spans)
+        : begin(text.data()), end(text.data() + text.size()), names(names), spans(spans),
+          unsettled(names.size()) {
+        for (std::size_t i = 0; i < names.size(); ++i) spans[i] = ElementSpan{};
+    }
+
+    void run() {
+        const char* open = nextOpening(begin);
+        while (open != nullptr && unsettled != 0) {
+            const char* const name = open + 1;
+            if (name == end) break;
+            open = *name == '/' ? afterClosing(open) : afterOpening(open);
+        }
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            if (!spans[i].found()) spans[i] = ElementSpan{};
+        }
+    }
+
+private:
+    // The first '<' at or after `from`; after a closing tag it usually stands right there.
+    const char* nextOpening(const char* from) const {
+        if (from == end) return nullptr;
+        if (*from == '<') return from;
+        return static_cast<const char*>(
+            std::memchr(from + 1, '<', static_cast<std::size_t>(end - from - 1)));
+    }
+
+    // `open` starts "</": settles the element still waiting for this end tag, if any.
+    const char* afterClosing(const char* open) {
+        const char* const name = open + 2;
+        if (name == end) return nullptr;
+        for (std::size_t i = names.firstWith(*name); i != ElementNames::kNone;
+             i = names.nextWith(i)) {
+            if (spans[i].value != std::string_view::npos && !spans[i].found() &&
+                tagAt(name, end, names[i])) {
+                settle(i, open);
+                return nextOpening(name + names[i].size() + 1);
+            }
+        }
+        return nextOpening(name);
+    }
+
+    // `open` may start a wanted element. On its first occurrence the value begins behind
+    // it, and the element's own end tag is usually the very next '<'.
+    const char* afterOpening(const char* open) {
+        const char* const name = open + 1;
+        for (std::size_t i = names.firstWith(*name); i != ElementNames::kNone;
+             i = names.nextWith(i)) {
+            if (!tagAt(name, end, names[i])) continue;
+            const char* const value = name + names[i].size() + 1;
+            if (spans[i].value != std::string_view::npos) return nextOpening(value);
+            spans[i].value = static_cast<std::size_t>(value - begin);
+            const char* const next = nextOpening(value);
+            if (next == nullptr || end - next < 2 || next[1] != '/' ||
+                !tagAt(next + 2, end, names[i])) {
+                return next;
+            }
+            settle(i, next);
+            return nextOpening(next + 2 + names[i].size() + 1);
+        }
+        return nextOpening(name);
+    }
+
+    void settle(std::size_t i, const char* closing) {
+        spans[i].end = static_cast<std::size_t>(closing - begin);
+        --unsettled;
+    }
+
+    const char* const begin;
+    const char* const end;
+    const ElementNames& names;
+    ElementSpan* const spans;
+    std::size_t unsettled;
+};
+
+} // namespace
+
+void findElements(std::string_view text, const ElementNames& names, ElementSpan* spans) {
+    ElementScan(text, names, spans).run();
+}
+
+std::string elementText(std::string_view text, ElementSpan span) {
+    if (!span.found()) return {};
+    return std::string(text.substr(span.value, span.end - span.value));
+}
+
+long elementNumber(std::string_view text, ElementSpan span) {
+    if (!span.found()) return -1;
+    return decimal32(text.substr(span.value, span.end - span.value));
 }
 
 int CommunicationsServiceProxy::getResult(std::string& response) { return resultOf(response); }

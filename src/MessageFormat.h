@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "CommunicationsServiceTypes.h"
 
@@ -12,3 +15,59 @@ std::string serialize(sfiServiceState state);
 
 // strtol with base 10, saturated to the 32-bit range of the phone's long on every host.
 long strtol32(const char* text);
+
+// strtol32 on the bytes of `digits` as if they were copied into a string of their own:
+// conversion stops at the first byte that is not part of the number, a NUL included.
+long decimal32(std::string_view digits);
+
+// Fields of the service's answers, read without building tag strings. Same rules as the
+// proxy's member readers: the end tag is searched from position 0, and an end tag that is
+// missing or stands before the value lets the value run to the end of the answer.
+std::string_view answerText(std::string_view answer, std::string_view startTag,
+                            std::string_view endTag);
+// -1 when the start tag is missing, otherwise decimal32 of answerText.
+long answerNumber(std::string_view answer, std::string_view startTag, std::string_view endTag);
+
+// Where an element of an event text lies: the value starts right behind the first "<name>"
+// and ends at the first "</name>" after it. Both are npos when either tag is missing.
+struct ElementSpan {
+    std::size_t value = std::string_view::npos;
+    std::size_t end = std::string_view::npos;
+
+    bool found() const { return end != std::string_view::npos; }
+};
+
+// The element names one event handler reads, indexed by their first byte. Names must be
+// distinct and non-empty, hold no '<' and not begin with '/' (every tag of the service
+// keeps to that); up to kMaxNames of them.
+class ElementNames {
+public:
+    static constexpr std::size_t kMaxNames = 32;
+
+    // Throws std::invalid_argument for names that break the rules above.
+    ElementNames(const std::string_view* names, std::size_t count);
+
+    std::size_t size() const { return count; }
+    std::string_view operator[](std::size_t index) const { return names[index]; }
+    // The first name beginning with `byte`, then the next one after `index`; kNone at the end.
+    std::size_t firstWith(char byte) const;
+    std::size_t nextWith(std::size_t index) const { return nextSameByte[index]; }
+
+    static constexpr std::size_t kNone = 0xFF;
+
+private:
+    std::string_view names[kMaxNames];
+    std::uint8_t firstByByte[256];
+    std::uint8_t nextSameByte[kMaxNames];
+    std::size_t count;
+};
+
+// Locates every element of `names` in one pass over the text and writes their spans
+// (`spans` holds names.size() entries). Gives exactly what the invoker's member readers give
+// for "<name>" and "</name>", for any text: every '<' is a possible tag start, looked at
+// once and compared only with the names that begin with the byte after it.
+void findElements(std::string_view text, const ElementNames& names, ElementSpan* spans);
+
+// The invoker's readings of a located element: "" or -1 when it is missing.
+std::string elementText(std::string_view text, ElementSpan span);
+long elementNumber(std::string_view text, ElementSpan span);

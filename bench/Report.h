@@ -1,0 +1,26 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+// What one run measured, by benchmark name ("event/CallHeldEvent", "request/holdCall",
+// "straightforward/...", "pugixml/...", "floor/...", "ostringstream/...").
+struct Results {
+    std::map<std::string, double> nanoseconds; // median time per call
+    std::map<std::string, double> allocations; // per call, from the counting run
+    std::map<std::string, double> budgets;     // allowed allocations per call
+    std::vector<std::string> eventNames;       // dispatch order
+    std::vector<std::string> operationNames;   // interface order
+};
+
+// The tables of medians, ratios, goals and allocations, in Markdown.
+std::string markdown(const Results& results);
+
+// Writes the chart's data and gnuplot script into `folder` and draws results.png there
+// with gnuplot. Returns false when gnuplot could not draw it.
+bool drawChart(const Results& results, const std::string& folder);
+
+} // namespace bench

@@ -1,0 +1,69 @@
+# Installation: the plug-in, the desktop framework, the public headers, the test doubles,
+# a CMake package (find_package(CommunicationsService)) and pkg-config files.
+#
+# Everything lands in one include folder, include/CommunicationsService, which keeps the
+# framework/, desktop/ and communications/testing/ subfolders, so the includes that work
+# in this tree ("CommunicationsServiceIfc.h", "framework/Executable.h") work the same
+# against an installed package.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(comms_package CommunicationsService)
+set(comms_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/${comms_package})
+set(comms_config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${comms_package})
+
+# Applications compile against the interfaces only: the framework loads the plug-in.
+add_library(comms_interfaces INTERFACE)
+target_include_directories(comms_interfaces INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
+target_link_libraries(communications_testing INTERFACE comms_interfaces)
+
+set_target_properties(comms_interfaces PROPERTIES EXPORT_NAME interfaces)
+set_target_properties(CommunicationsService PROPERTIES EXPORT_NAME plugin)
+set_target_properties(communications_testing PROPERTIES EXPORT_NAME testing)
+
+install(TARGETS comms_interfaces CommunicationsService desktopframework communications_testing
+  EXPORT ${comms_package}Targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  INCLUDES DESTINATION ${comms_include_dir})
+
+# Only the public headers: the private ones of src/ and the desktop kit's own stay behind.
+foreach(header_root include testsupport/include)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/${header_root}/
+    DESTINATION ${comms_include_dir}
+    FILES_MATCHING PATTERN "*.h")
+endforeach()
+install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/desktop/Framework.h
+  DESTINATION ${comms_include_dir}/desktop)
+
+install(EXPORT ${comms_package}Targets
+  NAMESPACE ${comms_package}::
+  DESTINATION ${comms_config_dir})
+
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/${comms_package}Config.cmake.in
+  ${PROJECT_BINARY_DIR}/${comms_package}Config.cmake
+  INSTALL_DESTINATION ${comms_config_dir})
+write_basic_package_version_file(
+  ${PROJECT_BINARY_DIR}/${comms_package}ConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/${comms_package}Config.cmake
+  ${PROJECT_BINARY_DIR}/${comms_package}ConfigVersion.cmake
+  DESTINATION ${comms_config_dir})
+
+# The .pc files find the prefix from their own place, so that a package installed with
+# `cmake --install --prefix` somewhere else than configured still points at itself.
+set(comms_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH comms_pkgconfig_to_prefix /${comms_pkgconfig_dir} /)
+string(REGEX REPLACE "/$" "" comms_pkgconfig_to_prefix ${comms_pkgconfig_to_prefix})
+foreach(pc_name ${comms_package} ${comms_package}-desktop)
+  configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc_name}.pc.in
+    ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc.configured @ONLY)
+  file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc
+    INPUT ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc.configured)
+  install(FILES ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc DESTINATION ${comms_pkgconfig_dir})
+endforeach()
+
+add_subdirectory(${PROJECT_SOURCE_DIR}/docs ${PROJECT_BINARY_DIR}/docs)

@@ -1,0 +1,42 @@
+#include <dlfcn.h>
+
+#include <stdexcept>
+
+#include "desktop/Host.h"
+
+namespace desktop {
+
+namespace {
+
+std::string lastDlError() {
+    const char* text = dlerror();
+    return text != nullptr ? text : "no reason given";
+}
+
+template <typename Factory> Factory findFactory(void* handle, const std::string& path,
+                                                const char* name) {
+    dlerror();
+    void* symbol = dlsym(handle, name);
+    if (symbol == nullptr) {
+        const std::string reason = lastDlError();
+        dlclose(handle);
+        throw std::runtime_error("plug-in " + path + " has no factory '" + name + "': " + reason);
+    }
+    return reinterpret_cast<Factory>(symbol);
+}
+
+} // namespace
+
+PluginLibrary::PluginLibrary(const std::string& path) {
+    handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+        throw std::runtime_error("cannot load plug-in " + path + ": " + lastDlError());
+    }
+    proxyFactory = findFactory<Proxy* (*)()>(handle, path, "createCommunicationsServiceProxy");
+    invokerFactory =
+        findFactory<Invoker* (*)()>(handle, path, "createCommunicationsServiceEventInvoker");
+}
+
+PluginLibrary::~PluginLibrary() { dlclose(handle); }
+
+} // namespace desktop

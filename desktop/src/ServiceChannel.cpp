@@ -1,0 +1,265 @@
+#include <array>
+#include <asio.hpp>
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <thread>
+
+#include "desktop/Host.h"
+#include "desktop/Wire.h"
+
+namespace desktop {
+
+namespace {
+
+using Socket = asio::local::stream_protocol::socket;
+using wire::Frame;
+using wire::Kind;
+
+// "<Method>AnswerCall</Method>..." is named AnswerCall in reports; anything else by its
+// first bytes.
+std::string describe(const std::string& message) {
+    const std::string open = "<Method>";
+    const std::size_t end = message.find("</Method>");
+    if (message.compare(0, open.size(), open) == 0 && end != std::string::npos) {
+        return message.substr(open.size(), end - open.size());
+    }
+    return "'" + message.substr(0, 24) + (message.size() > 24 ? "...'" : "'");
+}
+
+} // namespace
+
+// All socket work happens on one I/O thread; callers hand it frames and wait for the
+// answer with their id under the mutex.
+struct ServiceChannel::Connection {
+    Connection(const std::string& path, std::chrono::milliseconds timeout, EventSink sink,
+               Reporter reporter)
+        : socketPath(path), defaultTimeout(timeout), events(std::move(sink)),
+          report(std::move(reporter)) {}
+
+    void connect() {
+        asio::error_code error;
+        socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
+        if (error) {
+            throw std::runtime_error("cannot connect to the communications service at " +
+                                     socketPath + ": " + error.message());
+        }
+        readHeader();
+        ioThread = std::thread([this] { io.run(); });
+    }
+
+    void close() {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            closing = true;
+        }
+        asio::post(io, [this] { lose({}); });
+        if (ioThread.joinable()) ioThread.join();
+    }
+
+    // Sends a frame that expects an answer; nothing when none came in time.
+    std::optional<std::string> exchange(Frame frame, std::chrono::milliseconds timeout) {
+        std::unique_lock<std::mutex> lock(mutex);
+        if (lost) return std::nullopt;
+        frame.id = nextId++;
+        const std::uint32_t id = frame.id;
+        answers[id];
+        const std::string what = frame.kind == Kind::Control ? "control command '" + frame.text + "'"
+                                                             : describe(frame.text);
+        lock.unlock();
+        send(std::move(frame));
+        lock.lock();
+        answered.wait_for(lock, timeout, [&] { return lost || answers[id].has_value(); });
+        std::optional<std::string> answer = std::move(answers[id]);
+        answers.erase(id);
+        const bool timedOut = !answer && !lost;
+        lock.unlock();
+        if (timedOut) {
+            report("no answer from the communications service to " + what + " within " +
+                   std::to_string(timeout.count()) + " ms");
+        }
+        return answer;
+    }
+
+    bool post(Frame frame) {
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            if (lost) return false;
+        }
+        send(std::move(frame));
+        return true;
+    }
+
+    bool isLost() const {
+        std::lock_guard<std::mutex> lock(mutex);
+        return lost;
+    }
+
+    void send(Frame frame) {
+        asio::post(io, [this, bytes = wire::encode(frame)]() mutable {
+            outbox.push_back(std::move(bytes));
+            if (outbox.size() == 1) writeNext();
+        });
+    }
+
+    void writeNext() {
+        asio::async_write(socket, asio::buffer(outbox.front()),
+                          [this](const asio::error_code& error, std::size_t) {
+                              if (error) return lose("writing failed: " + error.message());
+                              outbox.pop_front();
+                              if (!outbox.empty()) writeNext();
+                          });
+    }
+
+    void readHeader() {
+        asio::async_read(socket, asio::buffer(header),
+                         [this](const asio::error_code& error, std::size_t) {
+                             if (error) return lose(readFailure(error));
+                             const std::uint32_t size = wire::bodySize(header.data());
+                             if (size > wire::kMaxBodySize) {
+                                 return lose("it announced a frame of " + std::to_string(size) +
+                                             " bytes, more than the limit of " +
+                                             std::to_string(wire::kMaxBodySize));
+                             }
+                             body.resize(size);
+                             readBody();
+                         });
+    }
+
+    void readBody() {
+        asio::async_read(socket, asio::buffer(body),
+                         [this](const asio::error_code& error, std::size_t) {
+                             if (error) return lose(readFailure(error));
+                             std::string problem;
+                             std::optional<Frame> frame = wire::decode(body, problem);
+                             if (!frame) return lose("it sent a malformed frame: " + problem);
+                             if (frame->kind == Kind::Event) {
+                                 events(std::move(frame->channel), std::move(frame->text));
+                             } else if (frame->kind == Kind::Answer) {
+                                 deliverAnswer(frame->id, std::move(frame->text));
+                             } else {
+                                 return lose(std::string("it sent a ") +
+                                             wire::kindName(frame->kind) +
+                                             " frame, which only clients send");
+                             }
+                             readHeader();
+                         });
+    }
+
+    static std::string readFailure(const asio::error_code& error) {
+        if (error == asio::error::eof) return "the service closed the connection";
+        return "reading failed: " + error.message();
+    }
+
+    void deliverAnswer(std::uint32_t id, std::string text) {
+        std::lock_guard<std::mutex> lock(mutex);
+        // An answer nobody waits for any more came after its time-out: dropped.
+        auto waiting = answers.find(id);
+        if (waiting != answers.end()) waiting->second = std::move(text);
+        answered.notify_all();
+    }
+
+    // Ends the connection for good; reports it unless the channel is being closed.
+    void lose(const std::string& reason) {
+        bool wasClosing = false;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            if (lost) return;
+            lost = true;
+            wasClosing = closing;
+        }
+        answered.notify_all();
+        asio::error_code ignored;
+        socket.close(ignored);
+        if (!wasClosing) {
+            report("lost the connection to the communications service at " + socketPath + " (" +
+                   reason + "); from now on every request fails");
+        }
+    }
+
+    const std::string socketPath;
+    const std::chrono::milliseconds defaultTimeout;
+    const EventSink events;
+    const Reporter report;
+
+    asio::io_context io;
+    Socket socket{io};
+    std::thread ioThread;
+    std::array<unsigned char, wire::kHeaderSize> header{};
+    std::string body;
+    std::deque<std::string> outbox;
+
+    mutable std::mutex mutex;
+    std::condition_variable answered;
+    std::map<std::uint32_t, std::optional<std::string>> answers;
+    std::uint32_t nextId = 1;
+    bool lost = false;
+    bool closing = false;
+};
+
+ServiceChannel::ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
+                               std::chrono::milliseconds answerTimeout, EventSink events,
+                               Reporter report)
+    : ProxyRequest(&owner),
+      connection(std::make_unique<Connection>(socketPath, answerTimeout, std::move(events),
+                                              std::move(report))) {
+    connection->connect();
+}
+
+ServiceChannel::~ServiceChannel() { connection->close(); }
+
+namespace {
+
+std::chrono::milliseconds chooseTimeout(int timeout, std::chrono::milliseconds fallback) {
+    return timeout > 0 ? std::chrono::milliseconds(timeout) : fallback;
+}
+
+int settle(std::optional<std::string> answer, std::string& response) {
+    if (!answer) {
+        response.clear();
+        return -1;
+    }
+    response = std::move(*answer);
+    return 0;
+}
+
+} // namespace
+
+int ServiceChannel::sendRequest(const std::string& request, std::string& response) {
+    return settle(connection->exchange({Kind::Request, 0, {}, request}, connection->defaultTimeout),
+                  response);
+}
+
+int ServiceChannel::sendRequestTimed(const std::string& request, std::string& response,
+                                     int timeout) {
+    return settle(connection->exchange({Kind::Request, 0, {}, request},
+                                       chooseTimeout(timeout, connection->defaultTimeout)),
+                  response);
+}
+
+int ServiceChannel::sendSubscribe(const std::string& request, std::string& response,
+                                  const std::string& channelName, int timeout) {
+    return settle(connection->exchange({Kind::Subscribe, 0, channelName, request},
+                                       chooseTimeout(timeout, connection->defaultTimeout)),
+                  response);
+}
+
+int ServiceChannel::sendOneWay(const std::string& message) {
+    return connection->post({Kind::OneWay, 0, {}, message}) ? 0 : -1;
+}
+
+int ServiceChannel::setProtocol(const std::string& protocolName) {
+    return connection->post({Kind::Protocol, 0, {}, protocolName}) ? 0 : -1;
+}
+
+std::string ServiceChannel::control(const std::string& command) {
+    return connection->exchange({Kind::Control, 0, {}, command}, connection->defaultTimeout)
+        .value_or(std::string());
+}
+
+bool ServiceChannel::connected() const { return !connection->isLost(); }
+
+} // namespace desktop

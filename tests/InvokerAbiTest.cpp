@@ -1,0 +1,133 @@
+// The binary contract with applications and the framework: the slot of every callback, the
+// invoker's own table, and dispatch from the plug-in as the framework loads it.
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "CommunicationsServiceEventInvoker.h"
+#include "communications/testing/RecordingSubscriber.h"
+
+namespace {
+
+using communications::testing::RecordedCall;
+using communications::testing::RecordingSubscriber;
+using Ifc = CommunicationsServiceEventIfc;
+
+// With the Itanium C++ ABI a pointer to a virtual member function holds 1 + the byte
+// offset of its slot in its first word (an odd number; a non-virtual one holds an
+// address). Returns the 0-based slot, or -1 for a non-virtual member.
+template <typename Member> long slotOf(Member member) {
+    static_assert(sizeof(Member) == 2 * sizeof(void *), "Itanium member function pointer");
+    std::uintptr_t word = 0;
+    std::memcpy(&word, &member, sizeof word);
+    if ((word & 1) == 0) return -1;
+    return static_cast<long>((word - 1) / sizeof(void *));
+}
+
+TEST(EventInterfaceAbi, KeepsEveryCallbackInItsSlot) {
+    const std::pair<const char *, long> slots[] = {
+        {"onCallStateChangeEvent", slotOf(&Ifc::onCallStateChangeEvent)},
+        {"onRegistrationStateChangeEvent", slotOf(&Ifc::onRegistrationStateChangeEvent)},
+        {"onIncomingCallEvent", slotOf(&Ifc::onIncomingCallEvent)},
+        {"onIncomingPickupCallEvent", slotOf(&Ifc::onIncomingPickupCallEvent)},
+        {"onCallHeldEvent", slotOf(&Ifc::onCallHeldEvent)},
+        {"onCallRetrievedEvent", slotOf(&Ifc::onCallRetrievedEvent)},
+        {"onFeatureSuccessEvent", slotOf(&Ifc::onFeatureSuccessEvent)},
+        {"onFeatureFailedEvent", slotOf(&Ifc::onFeatureFailedEvent)},
+        {"onRemoteEndpointDetailsChangedEvent", slotOf(&Ifc::onRemoteEndpointDetailsChangedEvent)},
+        {"onIncomingCallMissedEvent", slotOf(&Ifc::onIncomingCallMissedEvent)},
+        {"onCallForwardedEvent", slotOf(&Ifc::onCallForwardedEvent)},
+        {"onIncomingAssociatedCallEvent", slotOf(&Ifc::onIncomingAssociatedCallEvent)},
+        {"onDevicesChangedEvent", slotOf(&Ifc::onDevicesChangedEvent)},
+        {"onMessageWaitingEvent", slotOf(&Ifc::onMessageWaitingEvent)},
+        {"onDoNotDisturbEvent", slotOf(&Ifc::onDoNotDisturbEvent)},
+        {"onAgentStateEvent", slotOf(&Ifc::onAgentStateEvent)},
+        {"onSecurityStatusChanged", slotOf(&Ifc::onSecurityStatusChanged)},
+        {"onCallRecordingStatusEvent", slotOf(&Ifc::onCallRecordingStatusEvent)},
+        {"onPreemptionStatusChanged", slotOf(&Ifc::onPreemptionStatusChanged)},
+        {"onImpactLevelChanged", slotOf(&Ifc::onImpactLevelChanged)},
+        {"onSystemStatusEvent", slotOf(&Ifc::onSystemStatusEvent)},
+        {"onServerFeatureStatusEvent", slotOf(&Ifc::onServerFeatureStatusEvent)},
+        {"onB2buaCSTAResponse", slotOf(&Ifc::onB2buaCSTAResponse)},
+        {"onB2buaCSTAEventOrRequest", slotOf(&Ifc::onB2buaCSTAEventOrRequest)},
+        {"onConferenceStatusEvent", slotOf(&Ifc::onConferenceStatusEvent)},
+        {"onCallCompletionEvent", slotOf(&Ifc::onCallCompletionEvent)},
+        {"onCallCompletionFailedEvent", slotOf(&Ifc::onCallCompletionFailedEvent)},
+        {"onBluetoothAudioStatusChanged", slotOf(&Ifc::onBluetoothAudioStatusChanged)},
+    };
+    for (long expected = 0; expected < 28; ++expected) {
+        EXPECT_EQ(slots[expected].second, expected) << slots[expected].first;
+    }
+    // No destructor in the table: the first callback is its first entry.
+    EXPECT_FALSE(std::has_virtual_destructor_v<Ifc>);
+    EXPECT_EQ(sizeof(Ifc), sizeof(void *));
+}
+
+TEST(InvokerAbi, KeepsHandleMessageThirdAndInitInvokerFourthBehindTheTwoDestructors) {
+    EXPECT_EQ(slotOf(&Invoker::handleMessage), 2);
+    EXPECT_EQ(slotOf(&Invoker::initInvoker), 3);
+    EXPECT_EQ(slotOf(&CommunicationsServiceEventInvoker::handleMessage), 2);
+    EXPECT_EQ(slotOf(&InvokerResponse::messageHandled), 1);
+    EXPECT_TRUE(std::has_virtual_destructor_v<Invoker>);
+    // Nothing but the table pointer, and handlers that are not in the table.
+    EXPECT_EQ(sizeof(CommunicationsServiceEventInvoker), sizeof(void *));
+    EXPECT_EQ(slotOf(&CommunicationsServiceEventInvoker::callHeldEvent), -1);
+}
+
+// Loads the plug-in as the framework does and keeps it for the test's duration.
+class LoadedPlugin {
+public:
+    LoadedPlugin() : handle(dlopen(PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL)) {}
+    ~LoadedPlugin() {
+        if (handle != nullptr) dlclose(handle);
+    }
+    void *symbol(const char *name) const { return handle ? dlsym(handle, name) : nullptr; }
+    void *handle;
+};
+
+TEST(InvokerPlugin, DispatchesFromTheLoadedLibraryToASubscriberOfTheApplication) {
+    LoadedPlugin plugin;
+    ASSERT_NE(plugin.handle, nullptr) << dlerror();
+    using Factory = Invoker *(*)();
+    const auto create =
+        reinterpret_cast<Factory>(plugin.symbol("createCommunicationsServiceEventInvoker"));
+    ASSERT_NE(create, nullptr);
+    Invoker *invoker = create();
+    ASSERT_NE(invoker, nullptr);
+    invoker->initInvoker(nullptr);
+
+    struct Response : InvokerResponse {
+        int handled = 0;
+        void messageHandled() override { ++handled; }
+    } response;
+    RecordingSubscriber subscriber;
+    const char *messages[] = {
+        "<Method>CallStateChangeEvent</Method><LineID>1001</LineID><CallID>12</CallID>"
+        "<CallState>3</CallState><GPUCLG>sip:a</GPUCLG>",
+        "<Method>securityStatusChanged</Method><callId>4</callId>"
+        "<CallIDsRecorded>1;2;</CallIDsRecorded><CallLineURIsRecorded>x;</CallLineURIsRecorded>",
+        "<Method>b2buaCSTAEventOrRequest</Method><lineURI>1001</lineURI><ev/>",
+        "<Method>DevicesChangedEvent</Method>",
+    };
+    for (const char *message : messages)
+        invoker->handleMessage(&subscriber, message, 0, &response);
+    delete invoker;
+
+    const std::vector<RecordedCall> expected = {
+        {"onCallStateChangeEvent",
+         {"1001", "12", "3", "-1", "-1",    "",   "",   "", "",     "",   "",  "",
+          "0",    "",   "",  "",   "sip:a", "-1", "-1", "", "true", "-1", "-1"}},
+        {"onSecurityStatusChanged", {"", "4", "-1", "[1, 2]", "[\"x\"]"}},
+        {"onB2buaCSTAEventOrRequest", {"1001", "<ev/>"}},
+        {"onDevicesChangedEvent", {}},
+    };
+    EXPECT_EQ(subscriber.calls(), expected);
+    EXPECT_EQ(response.handled, 4);
+}
+
+} // namespace

@@ -1,0 +1,307 @@
+// The connection between host and simulator under stress: two clients at once, a
+// simulator that dies mid-session, garbage on the socket, answers that come too late,
+// and a plug-in or service that is not there.
+
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include "Client.h"
+#include "SimulatorProcess.h"
+#include "desktop/Wire.h"
+
+namespace {
+
+using desktop::wire::Frame;
+using desktop::wire::Kind;
+
+// A client that speaks raw bytes to a socket, for what no well-behaved host sends.
+class RawSocket {
+public:
+    explicit RawSocket(const std::string& path) : descriptor(socket(AF_UNIX, SOCK_STREAM, 0)) {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof address.sun_path - 1);
+        connected = connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~RawSocket() { close(descriptor); }
+
+    bool send(const std::string& bytes) {
+        return ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
+               static_cast<ssize_t>(bytes.size());
+    }
+
+    // Reads one frame's text; nothing when the peer closes or sends none in time.
+    std::optional<std::string> receiveText() {
+        timeval timeout{5, 0};
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+        unsigned char header[desktop::wire::kHeaderSize];
+        if (!receiveAll(header, sizeof header)) return std::nullopt;
+        std::string body(desktop::wire::bodySize(header), '\0');
+        if (!receiveAll(body.data(), body.size())) return std::nullopt;
+        std::string problem;
+        auto frame = desktop::wire::decode(body, problem);
+        return frame ? std::optional<std::string>(frame->text) : std::nullopt;
+    }
+
+    // True once the peer has closed its end.
+    bool closedByPeer() {
+        char byte = 0;
+        timeval timeout{5, 0};
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+        return recv(descriptor, &byte, 1, 0) == 0;
+    }
+
+    bool connected = false;
+
+private:
+    bool receiveAll(void* buffer, std::size_t size) {
+        auto* bytes = static_cast<char*>(buffer);
+        while (size > 0) {
+            const ssize_t got = recv(descriptor, bytes, size, 0);
+            if (got <= 0) return false;
+            bytes += got;
+            size -= static_cast<std::size_t>(got);
+        }
+        return true;
+    }
+
+    int descriptor;
+};
+
+std::string frame(Kind kind, std::uint32_t id, const std::string& text) {
+    return desktop::wire::encode({kind, id, {}, text});
+}
+
+TEST(TwoClients, ShareTheServiceAndBothSeeItsEvents) {
+    kit::SimulatorProcess simulator;
+    kit::Client alice(simulator.socketPath(), "alice");
+    kit::Client bob(simulator.socketPath(), "bob");
+    ASSERT_TRUE(alice.run({"subscribe => sfiSuccess"}));
+    ASSERT_TRUE(bob.run({"subscribe => sfiSuccess", "activate => sfiSuccess",
+                         "sim incomingCall 1001 2005", "answerCall 1001 1 => sfiSuccess"}));
+    for (kit::Client* client : {&alice, &bob}) {
+        EXPECT_TRUE(client->run({"await onRegistrationStateChangeEvent lineId=1002 registered=true",
+                                 "await onCallStateChangeEvent callId=1 callState=4"}));
+    }
+
+    // Both hammer the service at once; every answer finds its own caller.
+    auto load = [](kit::Client& client, const std::string& line) {
+        int correct = 0;
+        for (int i = 0; i < 50; ++i) {
+            bool on = false;
+            correct += client.service().getDoNotDisturb(line, on) == sfiSuccess && !on;
+            std::string uri;
+            bool status = true;
+            int ringCount = -1;
+            correct += client.service().getForwardingConfiguration(sfiForwardingNoReply, status,
+                                                                   uri, ringCount) == sfiSuccess;
+        }
+        return correct;
+    };
+    auto fromAlice = std::async(std::launch::async, load, std::ref(alice), "1001");
+    auto fromBob = std::async(std::launch::async, load, std::ref(bob), "1002");
+    EXPECT_EQ(fromAlice.get(), 100);
+    EXPECT_EQ(fromBob.get(), 100);
+    EXPECT_NE(alice.control("clients").find("channels alice"), std::string::npos);
+    EXPECT_TRUE(alice.reports().empty());
+}
+
+TEST(LostService, CallersGetFailureAtOnceAndTheLossIsReportedOnce) {
+    auto simulator = std::make_unique<kit::SimulatorProcess>(std::vector<std::string>{"--verbose"});
+    const std::string socket = simulator->socketPath();
+    kit::Client client(socket);
+    ASSERT_TRUE(client.run({"subscribe => sfiSuccess", "sim delayAnswers 5000"}));
+
+    // A caller blocked on an answer when the service dies is released.
+    auto blocked = std::async(std::launch::async, [&] {
+        return client.service().answerCall("1001", 1);
+    });
+    ASSERT_TRUE(simulator->waitForLog("AnswerCall -> sfiFailure")) << simulator->log();
+    kit::Stopwatch clock;
+    simulator->kill(SIGKILL);
+    EXPECT_EQ(blocked.get(), sfiFailure);
+    EXPECT_LT(clock.elapsedMs(), 3000);
+
+    clock = kit::Stopwatch();
+    bool status = false;
+    std::string uri;
+    int ringCount = 0;
+    EXPECT_EQ(client.service().activate(), sfiFailure);
+    EXPECT_EQ(client.service().getForwardingConfiguration(sfiForwardingBusy, status, uri, ringCount),
+              sfiFailure);
+    EXPECT_FALSE(client.service().isCallHoldPossible("1001"));
+    client.service().setIsInServiceInitiatedState("1001", true);
+    EXPECT_LT(clock.elapsedMs(), 1000);
+    EXPECT_FALSE(client.host->channel().connected());
+
+    const std::vector<std::string> reports = client.reports();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_NE(reports[0].find("lost the connection to the communications service at " + socket),
+              std::string::npos)
+        << reports[0];
+}
+
+TEST(Garbage, FromAClientCostsOnlyThatClient) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    ASSERT_TRUE(client.run({"activate => sfiSuccess"}));
+
+    RawSocket oversized(simulator.socketPath());
+    ASSERT_TRUE(oversized.send("GET / HTTP/1.1\r\nHost: x\r\n\r\n"));
+    EXPECT_TRUE(oversized.closedByPeer());
+
+    RawSocket unknownKind(simulator.socketPath());
+    ASSERT_TRUE(unknownKind.send(std::string("\0\0\0\x0Bxyzwvutsrqp", 15)));
+    EXPECT_TRUE(unknownKind.closedByPeer());
+
+    {
+        // Leaves in the middle of its request.
+        RawSocket vanishing(simulator.socketPath());
+        ASSERT_TRUE(vanishing.send(frame(Kind::Request, 1, "<Method>Activate</Method>").substr(0, 9)));
+    }
+    // The readiness probe, the two garbage senders and the vanishing client are gone.
+    kit::Stopwatch clock;
+    auto disconnections = [&] {
+        const std::string log = simulator.log();
+        int count = 0;
+        for (std::size_t at = log.find("disconnected"); at != std::string::npos;
+             at = log.find("disconnected", at + 1)) {
+            ++count;
+        }
+        return count;
+    };
+    while (disconnections() < 4 && clock.elapsedMs() < 5000) std::this_thread::yield();
+    EXPECT_EQ(disconnections(), 4) << simulator.log();
+
+    // Well-framed but wrong: no protocol, then a malformed and an unknown request.
+    RawSocket wrong(simulator.socketPath());
+    ASSERT_TRUE(wrong.send(frame(Kind::Request, 1, "<Method>GetDevices</Method>")));
+    EXPECT_EQ(wrong.receiveText(), "sfiFailure");
+    ASSERT_TRUE(wrong.send(frame(Kind::Protocol, 0, "CommunicationsServiceProtocol")));
+    ASSERT_TRUE(wrong.send(frame(Kind::Request, 2, "<Method>AnswerCall</Method><Line>1001")));
+    EXPECT_EQ(wrong.receiveText(), "sfiFailure");
+    ASSERT_TRUE(wrong.send(frame(Kind::Request, 3, "<Method>FlyToMoon</Method>")));
+    EXPECT_EQ(wrong.receiveText(), "sfiFailure");
+    ASSERT_TRUE(wrong.send(frame(Kind::Request, 4, "<Method>GetDevices</Method>")));
+    EXPECT_EQ(wrong.receiveText(), "<1001><1002>");
+
+    const std::string log = simulator.log();
+    EXPECT_NE(log.find("bytes, more than the limit of"), std::string::npos) << log;
+    EXPECT_NE(log.find("sent a malformed frame (unknown frame kind byte 120)"), std::string::npos)
+        << log;
+    EXPECT_NE(log.find("request on a channel bound to no protocol; answered sfiFailure"),
+              std::string::npos)
+        << log;
+    EXPECT_NE(log.find("malformed request: AnswerCall: <Line> is not closed; answered sfiFailure"),
+              std::string::npos)
+        << log;
+    EXPECT_NE(log.find("malformed request: unknown method 'FlyToMoon'"), std::string::npos) << log;
+
+    // The well-behaved client never noticed.
+    EXPECT_TRUE(client.run({"getDevices => sfiSuccess devices=1001,1002"}));
+    EXPECT_TRUE(client.reports().empty());
+}
+
+TEST(Garbage, FromTheServiceEndsTheConnectionWithOneReport) {
+    char folder[] = "/tmp/comms-e2e.XXXXXX";
+    ASSERT_NE(mkdtemp(folder), nullptr);
+    const std::string path = std::string(folder) + "/fake.sock";
+    const int listener = socket(AF_UNIX, SOCK_STREAM, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    std::atomic<int> accepted{-1};
+    std::thread fakeService([&] {
+        accepted = accept(listener, nullptr, nullptr);
+        const std::string junk = std::string("\0\0\0\x0D", 4) + std::string(13, 'z');
+        ::send(accepted, junk.data(), junk.size(), MSG_NOSIGNAL);
+    });
+
+    kit::Client client(path);
+    fakeService.join();
+    kit::Stopwatch clock;
+    EXPECT_EQ(client.service().answerCall("1001", 1), sfiFailure);
+    EXPECT_LT(clock.elapsedMs(), 5000);
+    const std::vector<std::string> reports = client.reports();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_NE(reports[0].find("it sent a malformed frame: unknown frame kind byte 122"),
+              std::string::npos)
+        << reports[0];
+    close(accepted);
+    close(listener);
+    unlink(path.c_str());
+    rmdir(folder);
+}
+
+TEST(Timeouts, TimedRequestGivesUpInTimeAndItsLateAnswerIsDropped) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    ASSERT_EQ(client.control("delayAnswers 600"), "ok");
+    std::string response = "stale";
+    kit::Stopwatch clock;
+    EXPECT_EQ(client.host->channel().sendRequestTimed("<Method>GetDevices</Method>", response, 100),
+              -1);
+    EXPECT_GE(clock.elapsedMs(), 90);
+    EXPECT_LT(clock.elapsedMs(), 550);
+    EXPECT_EQ(response, "");
+    ASSERT_EQ(client.control("delayAnswers 0"), "ok");
+    // The late "<1001><1002>" must not be taken for this answer.
+    ASSERT_EQ(client.control("nextAnswer sfiServiceOutOfService"), "ok");
+    sfiServiceState state = sfiServiceInService;
+    EXPECT_EQ(client.service().getServiceState(state), sfiSuccess);
+    EXPECT_EQ(state, sfiServiceOutOfService);
+    const std::vector<std::string> reports = client.reports();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0], "no answer from the communications service to GetDevices within 100 ms");
+}
+
+TEST(Subscription, WithoutAChannelNameIsRefused) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    console::EventRecorder stranger([](const console::RecordedEvent&) {});
+    EXPECT_EQ(client.service().subscribe(&stranger), sfiFailure);
+    EXPECT_TRUE(simulator.waitForLog("Subscribe for an empty channel name; answered sfiFailure"));
+}
+
+struct StartFailure {
+    std::string plugin;
+    bool serviceRunning;
+    std::vector<std::string> mentions;
+};
+
+TEST(Start, FailsWithAMessageNamingWhatIsMissing) {
+    const std::vector<StartFailure> cases = {
+        {"/nonexistent/libCommunicationsService.so", true,
+         {"cannot load plug-in /nonexistent/libCommunicationsService.so"}},
+        {FRAMEWORK_PATH, true,
+         {"plug-in " FRAMEWORK_PATH, "has no factory 'createCommunicationsServiceProxy'"}},
+        {PLUGIN_PATH, false, {"cannot connect to the communications service at "}},
+    };
+    for (const StartFailure& failure : cases) {
+        SCOPED_TRACE(failure.plugin);
+        kit::SimulatorProcess simulator;
+        if (!failure.serviceRunning) simulator.kill();
+        desktop::Host::Options options;
+        options.pluginPath = failure.plugin;
+        options.socketPath = simulator.socketPath();
+        try {
+            desktop::Host host(options);
+            ADD_FAILURE() << "the host started";
+        } catch (const std::runtime_error& error) {
+            for (const std::string& mention : failure.mentions) {
+                EXPECT_NE(std::string(error.what()).find(mention), std::string::npos)
+                    << error.what();
+            }
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,63 @@
+#include <gtest/gtest.h>
+
+#include "Console.h"
+#include "Operations.h"
+
+namespace {
+
+TEST(Tokenize, SplitsLikeAShell) {
+    const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+        {"  answerCall\t1001 12 ", {"answerCall", "1001", "12"}},
+        {"a 'b c' \"d \\\"e\\\" \\n\" f''", {"a", "b c", "d \"e\" \n", "f"}},
+        {"uri=\"\" name='x y'z", {"uri=", "name=x yz"}},
+        {"echo one # a comment", {"echo", "one"}},
+        {"# only a comment", {}},
+        {"a#b", {"a#b"}},
+    };
+    for (const auto& [line, words] : cases) EXPECT_EQ(console::tokenize(line), words) << line;
+    EXPECT_THROW(console::tokenize("say 'unfinished"), std::invalid_argument);
+    EXPECT_THROW(console::tokenize("say \"unfinished"), std::invalid_argument);
+}
+
+TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
+    EXPECT_EQ(console::operations().size(), 48u);
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{"answerCall", "1001"},
+         "answerCall takes 2 arguments, not 1: answerCall <line> <callId:int>"},
+        {{"answerCall", "1001", "twelve"},
+         "answerCall: <callId> must be a whole number, not 'twelve': answerCall <line> "
+         "<callId:int>"},
+        {{"setMicrophoneMute", "maybe"},
+         "setMicrophoneMute: <status> must be a flag (1/0, true/false, yes/no, on/off), not "
+         "'maybe': setMicrophoneMute <status:flag>"},
+        {{"setServiceState", "3"},
+         "setServiceState: <state> must be a service state (sfiServiceInService, "
+         "sfiServiceOutOfService, sfiServiceDoNotDisturb or 0 to 2), not '3': setServiceState "
+         "<state:state>"},
+        {{"activate", "now"}, "activate takes 0 arguments, not 1: activate"},
+    };
+    for (const auto& [words, message] : cases) {
+        const console::Operation* operation = console::findOperation(words.front());
+        ASSERT_NE(operation, nullptr);
+        try {
+            console::bindArguments(*operation, {words.begin() + 1, words.end()});
+            ADD_FAILURE() << words.front();
+        } catch (const std::invalid_argument& error) {
+            EXPECT_EQ(error.what(), message);
+        }
+    }
+}
+
+TEST(EventLog, EachAwaitTakesItsOwnMatchingEvent) {
+    console::EventLog log;
+    log.add({"onCallHeldEvent", {{"lineId", "1001"}, {"callId", "1"}}});
+    log.add({"onCallHeldEvent", {{"lineId", "1001"}, {"callId", "2"}}});
+    const std::chrono::milliseconds none{0};
+    EXPECT_TRUE(log.await("onCallHeldEvent", {{"callId", "2"}}, none));
+    EXPECT_FALSE(log.await("onCallHeldEvent", {{"callId", "2"}}, none));
+    EXPECT_FALSE(log.await("onCallHeldEvent", {{"lineId", "1002"}}, none));
+    EXPECT_TRUE(log.await("onCallHeldEvent", {}, none));
+    EXPECT_FALSE(log.await("onCallHeldEvent", {}, none));
+}
+
+} // namespace

@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include "ControlScript.h"
+#include "PhoneService.h"
+
+namespace {
+
+using namespace simulator;
+
+class Recorder : public EventSink, public Scheduler {
+public:
+    void publish(const std::string& event) override { events.push_back(event); }
+    void after(std::chrono::milliseconds, std::function<void()> step) override {
+        steps.push_back(std::move(step));
+    }
+    void runDelayedSteps() {
+        std::vector<std::function<void()>> due;
+        due.swap(steps);
+        for (auto& step : due) step();
+    }
+    // The call states published so far, in order.
+    std::vector<int> callStates() const {
+        std::vector<int> states;
+        for (const std::string& event : events) {
+            const std::size_t at = event.find("<CallState>");
+            if (event.rfind("<Method>CallStateChangeEvent</Method>", 0) == 0 && at != std::string::npos) {
+                states.push_back(std::stoi(event.substr(at + 11)));
+            }
+        }
+        return states;
+    }
+    std::vector<std::string> events;
+    std::vector<std::function<void()>> steps;
+};
+
+class Service : public ::testing::Test {
+protected:
+    std::string request(const std::string& text) {
+        const ParsedRequest parsed = parseRequest(text);
+        EXPECT_TRUE(parsed.valid()) << parsed.error;
+        return service.handle(parsed).value_or("(none)");
+    }
+    std::string call(const std::string& destination, int id = 0) {
+        return request("<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>" +
+                       std::to_string(id) + "</CallID><Destination>" + destination +
+                       "</Destination><DSSDirectCall>0</DSSDirectCall><BridgeCall>0</BridgeCall>"
+                       "<CallCompletionCall>0</CallCompletionCall>");
+    }
+    Recorder recorder;
+    PhoneService service{ServiceSettings{}, recorder, recorder};
+};
+
+TEST_F(Service, TheDestinationSteersTheFarEnd) {
+    struct Case {
+        std::string destination;
+        std::vector<int> states; // after the far end's delayed steps
+    };
+    const std::vector<Case> cases = {
+        {"2001", {kDialing, kRingback, kConnected}},
+        {"sip:2001@elsewhere", {kDialing, kRingback, kConnected}},
+        {"5555", {kDialing, kRingback, kConnected}},
+        {"2002", {kDialing, kRingback}},
+        {"2003", {kDialing, kBusy}},
+        {"2004", {kDialing, kFailed}},
+    };
+    request("<Method>Activate</Method>");
+    for (const Case& entry : cases) {
+        recorder.events.clear();
+        EXPECT_EQ(call(entry.destination), "sfiSuccess");
+        recorder.runDelayedSteps();
+        EXPECT_EQ(recorder.callStates(), entry.states) << entry.destination;
+    }
+}
+
+TEST_F(Service, RefusesCallsOnUnregisteredOrUnknownLines) {
+    EXPECT_EQ(call("2001"), "sfiFailure");
+    request("<Method>Activate</Method>");
+    EXPECT_EQ(request("<Method>OutgoingCallMakeRequest</Method><Line>9</Line><CallID>0</CallID>"
+                      "<Destination>2001</Destination><DSSDirectCall>0</DSSDirectCall>"
+                      "<BridgeCall>0</BridgeCall><CallCompletionCall>0</CallCompletionCall>"),
+              "sfiFailure");
+    EXPECT_TRUE(recorder.callStates().empty());
+}
+
+TEST_F(Service, CallBacksAnswerWithTheirOwnFailureWords) {
+    request("<Method>Activate</Method>");
+    auto callbackBusy = [&](int id) {
+        return request("<Method>ActivateCallbackBusy</Method><Line>1001</Line><CallID>" +
+                       std::to_string(id) + "</CallID>");
+    };
+    EXPECT_EQ(callbackBusy(99), "sfiFailureCallBackNoCallInfo");
+    call("2002", 1);
+    EXPECT_EQ(callbackBusy(1), "sfiFailureCallBackInvalidState");
+    call("2003", 2);
+    EXPECT_EQ(callbackBusy(2), "sfiSuccess");
+    call("2003", 3);
+    EXPECT_EQ(callbackBusy(3), "sfiFailureCallBackAllreadyExists");
+    call("sip:7001", 4);
+    call("sip:7002", 5);
+    call("sip:7003", 6);
+    recorder.runDelayedSteps();
+    service.control({"hangup", "4"});
+    service.control({"hangup", "5"});
+    EXPECT_EQ(request("<Method>ActivateCallbackRinging</Method><Line>1001</Line><CallID>1</CallID>"),
+              "sfiSuccess");
+    EXPECT_EQ(request("<Method>CancelCallbacks</Method><Line>1001</Line><CallID>0</CallID>"
+                      "<URI>sip:2002</URI><CancelCallBackType>1</CancelCallBackType>"
+                      "<DisplayOutcomeCallUI>0</DisplayOutcomeCallUI>"),
+              "sfiSuccess");
+}
+
+TEST_F(Service, IncomingCallsHonourDoNotDisturbAndForwarding) {
+    request("<Method>Activate</Method>");
+    request("<Method>SetDoNotDisturb</Method><Line>1001</Line><doNotDisturbOn>1</doNotDisturbOn>");
+    recorder.events.clear();
+    EXPECT_EQ(service.control({"incomingCall", "1001", "2005"}), "ok call 1");
+    ASSERT_EQ(recorder.events.size(), 1u);
+    EXPECT_NE(recorder.events[0].find("IncomingCallMissedEvent"), std::string::npos);
+    EXPECT_NE(recorder.events[0].find("<Reason>15</Reason>"), std::string::npos);
+
+    request("<Method>SetDoNotDisturb</Method><Line>1001</Line><doNotDisturbOn>0</doNotDisturbOn>");
+    request("<Method>setForwardingConfiguration</Method><Line>1001</Line><fwType>2</fwType>"
+            "<status>1</status><uri>8000</uri><cfnrRingCount>3</cfnrRingCount>"
+            "<forceTKVSUpdate>0</forceTKVSUpdate>");
+    service.control({"incomingCall", "1001", "2005"});
+    recorder.events.clear();
+    recorder.runDelayedSteps();
+    ASSERT_EQ(recorder.events.size(), 1u);
+    EXPECT_NE(recorder.events[0].find("<NewDestination>sip:8000@pbx.example.com</NewDestination>"),
+              std::string::npos);
+}
+
+TEST(ControlCommands, NameTheirUsageWhenMisused) {
+    Recorder recorder;
+    PhoneService service(ServiceSettings{}, recorder, recorder);
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
+        {{}, "error: empty control command"},
+        {{"fly"}, "error: unknown control command 'fly' (try help)"},
+        {{"incomingCall", "1001"}, "error: usage: incomingCall LINE NUMBER [NAME]"},
+        {{"incomingCall", "7", "2005"}, "error: no line 7"},
+        {{"incomingCall", "1001", "2005"}, "error: line 1001 is not registered"},
+        {{"hangup", "x"}, "error: usage: hangup CALLID"},
+        {{"hangup", "3"}, "error: no call 3"},
+        {{"voicemail", "1001", "1", "-2"}, "error: '-2' is not a message count"},
+        {{"bluetooth", "1001", "1", "1", "maybe", "0"},
+         "error: usage: bluetooth LINE CALLID AUDIO GATEWAY INBAND"},
+        {{"removeDevice", "1003"}, "error: device 1003 is not listed"},
+        {{"registrationLost", "1001", "busy"}, "error: usage: registrationLost LINE [CODE]"},
+    };
+    for (const auto& [words, reply] : cases) {
+        EXPECT_EQ(service.control(words), reply);
+    }
+    EXPECT_TRUE(recorder.events.empty());
+}
+
+TEST(ControlScript, ReadsTimedStepsAndNamesTheFirstBadLine) {
+    const auto steps = parseControlScript("# morning\nwait 100\nwait 50\nincomingCall 1001 2005\n"
+                                          "\nvoicemail 1001 1 0\n",
+                                          "day.txt");
+    ASSERT_EQ(steps.size(), 2u);
+    EXPECT_EQ(steps[0].wait.count(), 150);
+    EXPECT_EQ(steps[0].lineNumber, 4);
+    EXPECT_EQ(steps[1].wait.count(), 0);
+    EXPECT_EQ(steps[1].words, (std::vector<std::string>{"voicemail", "1001", "1", "0"}));
+
+    const std::vector<std::pair<std::string, std::string>> bad = {
+        {"wait\n", "day.txt:1: 'wait' takes one number of milliseconds"},
+        {"wait -5\n", "day.txt:1: 'wait' takes one number of milliseconds"},
+        {"\nwait 1s\n", "day.txt:2: 'wait' takes one number of milliseconds"},
+        {"hangup 1\nteleport 1001\n", "day.txt:2: unknown control command 'teleport'"},
+    };
+    for (const auto& [text, error] : bad) {
+        try {
+            parseControlScript(text, "day.txt");
+            ADD_FAILURE() << text;
+        } catch (const std::runtime_error& failure) {
+            EXPECT_EQ(failure.what(), error);
+        }
+    }
+}
+
+} // namespace

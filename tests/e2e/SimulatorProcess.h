@@ -1,0 +1,50 @@
+#pragma once
+
+// Runs comms-simulator as a child process on a socket in a fresh temporary folder, for
+// as long as the object lives.
+
+#include <signal.h>
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace kit {
+
+class SimulatorProcess {
+public:
+    explicit SimulatorProcess(std::vector<std::string> extraArguments = {});
+    ~SimulatorProcess();
+    SimulatorProcess(const SimulatorProcess&) = delete;
+    SimulatorProcess& operator=(const SimulatorProcess&) = delete;
+
+    const std::string& socketPath() const { return socket; }
+    std::string log() const;
+
+    // Waits until the log holds the text; false after the timeout.
+    bool waitForLog(const std::string& text,
+                    std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
+
+    void kill(int signal = SIGKILL);
+
+private:
+    std::string folder;
+    std::string socket;
+    std::string logPath;
+    pid_t pid = -1;
+};
+
+// Milliseconds since the call, for checking that nothing hangs.
+class Stopwatch {
+public:
+    long long elapsedMs() const {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(
+                   std::chrono::steady_clock::now() - start)
+            .count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+};
+
+} // namespace kit

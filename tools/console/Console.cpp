@@ -1,0 +1,213 @@
+#include "Console.h"
+
+#include <charconv>
+#include <stdexcept>
+
+#include "Operations.h"
+
+namespace console {
+
+namespace {
+
+constexpr const char* kExpectMarker = "=>";
+
+std::optional<NamedValue> splitAssignment(const std::string& word) {
+    const std::size_t equals = word.find('=');
+    if (equals == std::string::npos || equals == 0) return std::nullopt;
+    return NamedValue{word.substr(0, equals), word.substr(equals + 1)};
+}
+
+std::string joinWords(const std::vector<std::string>& words, std::size_t first) {
+    std::string joined;
+    for (std::size_t i = first; i < words.size(); ++i) joined += (i > first ? " " : "") + words[i];
+    return joined;
+}
+
+} // namespace
+
+std::vector<std::string> tokenize(const std::string& line) {
+    std::vector<std::string> words;
+    std::string word;
+    bool inWord = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char c = line[i];
+        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
+            if (inWord) words.push_back(word);
+            word.clear();
+            inWord = false;
+        } else if (c == '#' && !inWord) {
+            break;
+        } else if (c == '\'') {
+            const std::size_t end = line.find('\'', i + 1);
+            if (end == std::string::npos) throw std::invalid_argument("unterminated ' quote");
+            word += line.substr(i + 1, end - i - 1);
+            inWord = true;
+            i = end;
+        } else if (c == '"') {
+            inWord = true;
+            for (++i;; ++i) {
+                if (i >= line.size()) throw std::invalid_argument("unterminated \" quote");
+                if (line[i] == '"') break;
+                if (line[i] == '\\' && i + 1 < line.size()) {
+                    const char escaped = line[++i];
+                    word.push_back(escaped == 'n' ? '\n' : escaped == 't' ? '\t' : escaped);
+                } else {
+                    word.push_back(line[i]);
+                }
+            }
+        } else {
+            word.push_back(c);
+            inWord = true;
+        }
+    }
+    if (inWord) words.push_back(word);
+    return words;
+}
+
+Console::Console(CommunicationsServiceIfc& serviceInterface, Executable& eventSubscriber,
+                 EventLog& eventLog, Control controlCommand, Print printLine,
+                 Settings consoleSettings)
+    : service(serviceInterface), subscriber(eventSubscriber), events(eventLog),
+      control(std::move(controlCommand)), print(std::move(printLine)),
+      settings(consoleSettings) {}
+
+std::string Console::help() {
+    std::string text = "Operations (flags take 1/0, true/false, yes/no, on/off):\n";
+    for (const Operation& operation : operations()) text += "  " + usage(operation) + "\n";
+    text += "Console commands:\n"
+            "  OPERATION ARGS... => RESULT [name=value...]  check the result and outputs\n"
+            "  await CALLBACK [name=value...] [within=MS]   wait for a matching event\n"
+            "  sim COMMAND...                               simulator control (sim help)\n"
+            "  echo TEXT...                                 print a line into the trace\n"
+            "  help [OPERATION]                             this list, or one operation\n"
+            "  quit                                         leave the console";
+    return text;
+}
+
+bool Console::fail(const std::string& message) {
+    print("! " + message);
+    return false;
+}
+
+bool Console::execute(const std::string& line) {
+    std::vector<std::string> words;
+    try {
+        words = tokenize(line);
+    } catch (const std::invalid_argument& error) {
+        return fail(std::string("bad line: ") + error.what());
+    }
+    if (words.empty()) return true;
+    if (settings.echoCommands) print("> " + line.substr(line.find_first_not_of(" \t")));
+    const std::string& command = words.front();
+    if (command == "quit" || command == "exit") {
+        quit = true;
+        return true;
+    }
+    if (command == "help") {
+        if (words.size() == 1) {
+            print(help());
+            return true;
+        }
+        const Operation* operation = findOperation(words[1]);
+        if (operation == nullptr) return fail("no operation '" + words[1] + "' (try help)");
+        print(usage(*operation));
+        return true;
+    }
+    if (command == "echo") {
+        print("# " + joinWords(words, 1));
+        return true;
+    }
+    if (command == "await") return await(words);
+    if (command == "sim") return simulate(words);
+    return runOperation(words);
+}
+
+bool Console::runOperation(const std::vector<std::string>& words) {
+    const Operation* operation = findOperation(words.front());
+    if (operation == nullptr) return fail("no operation '" + words.front() + "' (try help)");
+    std::vector<std::string> arguments;
+    std::vector<std::string> expectations;
+    bool expecting = false;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        if (words[i] == kExpectMarker && !expecting) {
+            expecting = true;
+        } else {
+            (expecting ? expectations : arguments).push_back(words[i]);
+        }
+    }
+    Outcome outcome;
+    try {
+        const Arguments bound = bindArguments(*operation, arguments);
+        outcome = operation->run(service, subscriber, bound);
+    } catch (const std::invalid_argument& error) {
+        return fail(error.what());
+    }
+    std::string shown = "< " + std::string(operation->name) + ": " + outcome.result;
+    for (const NamedValue& output : outcome.outputs) {
+        shown += " " + output.name + "=" + displayValue(output.value);
+    }
+    print(shown);
+
+    bool met = true;
+    for (const std::string& expectation : expectations) {
+        const std::optional<NamedValue> wanted = splitAssignment(expectation);
+        if (!wanted) {
+            if (expectation != outcome.result) {
+                met = fail("expected " + expectation + ", got " + outcome.result);
+            }
+            continue;
+        }
+        const NamedValue* actual = nullptr;
+        for (const NamedValue& output : outcome.outputs) {
+            if (output.name == wanted->name) actual = &output;
+        }
+        if (actual == nullptr) {
+            met = fail(std::string(operation->name) + " has no output '" + wanted->name + "'");
+        } else if (actual->value != wanted->value) {
+            met = fail("expected " + wanted->name + "=" + displayValue(wanted->value) + ", got " +
+                       displayValue(actual->value));
+        }
+    }
+    return met;
+}
+
+bool Console::await(const std::vector<std::string>& words) {
+    if (words.size() < 2) return fail("await takes a callback name: await CALLBACK [name=value...] [within=MS]");
+    std::vector<NamedValue> expected;
+    std::chrono::milliseconds timeout = settings.awaitTimeout;
+    for (std::size_t i = 2; i < words.size(); ++i) {
+        const std::optional<NamedValue> assignment = splitAssignment(words[i]);
+        if (!assignment) return fail("await: '" + words[i] + "' is not name=value");
+        if (assignment->name == "within") {
+            int milliseconds = -1;
+            const std::string& value = assignment->value;
+            const auto parsed = std::from_chars(value.data(), value.data() + value.size(), milliseconds);
+            if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() ||
+                milliseconds < 0) {
+                return fail("await: within= takes milliseconds, not '" + value + "'");
+            }
+            timeout = std::chrono::milliseconds(milliseconds);
+        } else {
+            expected.push_back(*assignment);
+        }
+    }
+    std::string wanted = words[1];
+    for (const NamedValue& value : expected) wanted += " " + value.name + "=" + displayValue(value.value);
+    const std::optional<RecordedEvent> event = events.await(words[1], expected, timeout);
+    if (!event) {
+        return fail("no event " + wanted + " within " + std::to_string(timeout.count()) + " ms");
+    }
+    print("= got " + wanted);
+    return true;
+}
+
+bool Console::simulate(const std::vector<std::string>& words) {
+    if (words.size() < 2) return fail("sim takes a control command (try sim help)");
+    const std::string reply = control(joinWords(words, 1));
+    if (reply.empty()) return fail("sim: no answer from the simulator");
+    print("< sim: " + reply);
+    if (reply.compare(0, 2, "ok") != 0) return fail("sim " + joinWords(words, 1) + " failed");
+    return true;
+}
+
+} // namespace console

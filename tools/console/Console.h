@@ -1,0 +1,61 @@
+#pragma once
+
+// The console's line interpreter: one operation or console command per line, results
+// printed in words, expectations checked.
+//
+//   answerCall 1001 12 => sfiSuccess        an operation, and the result it must give
+//   getForwardingConfiguration 0 => sfiSuccess uri=sip:2002   ... and output values
+//   await onCallHeldEvent callId=12 [within=MS]               wait for a matching event
+//   sim incomingCall 1001 2005                                a simulator control command
+//   echo TEXT | help [OPERATION] | quit
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "CommunicationsServiceIfc.h"
+#include "EventRecorder.h"
+
+namespace console {
+
+// Splits a line into words: blanks separate, '...' quotes literally, "..." quotes with
+// backslash escapes (\" \\ \n \t), '#' at the start of a word begins a comment. Throws
+// std::invalid_argument for an unterminated quote.
+std::vector<std::string> tokenize(const std::string& line);
+
+class Console {
+public:
+    using Print = std::function<void(const std::string& line)>;
+    using Control = std::function<std::string(const std::string& command)>;
+
+    struct Settings {
+        std::chrono::milliseconds awaitTimeout{5000};
+        bool echoCommands = false; // print each line before its result, for traces
+    };
+
+    Console(CommunicationsServiceIfc& service, Executable& subscriber, EventLog& events,
+            Control control, Print print, Settings settings);
+
+    // Runs one line; false when it was bad or did not give what it expected.
+    bool execute(const std::string& line);
+    bool quitRequested() const { return quit; }
+
+    static std::string help();
+
+private:
+    bool runOperation(const std::vector<std::string>& words);
+    bool await(const std::vector<std::string>& words);
+    bool simulate(const std::vector<std::string>& words);
+    bool fail(const std::string& message);
+
+    CommunicationsServiceIfc& service;
+    Executable& subscriber;
+    EventLog& events;
+    Control control;
+    Print print;
+    Settings settings;
+    bool quit = false;
+};
+
+} // namespace console

@@ -1,0 +1,66 @@
+#pragma once
+
+// The 48 operations of CommunicationsServiceIfc as console commands: each with its
+// parameters for checking a line's words, and a call that prints its result in words.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "CommunicationsServiceIfc.h"
+#include "EventRecorder.h"
+
+namespace console {
+
+enum class Kind {
+    Text,         // any word
+    Integer,      // a 32-bit decimal number (also enumeration values)
+    Flag,         // 1/0, true/false, yes/no, on/off
+    ServiceState, // sfiServiceInService, ... or 0, 1, 2
+};
+
+struct Parameter {
+    const char* name;
+    Kind kind;
+};
+
+// The words of one call, checked against the operation's parameters.
+class Arguments {
+public:
+    explicit Arguments(std::vector<std::string> words) : words(std::move(words)) {}
+    const std::string& text(std::size_t index) const { return words.at(index); }
+    int integer(std::size_t index) const;
+    bool flag(std::size_t index) const;
+    sfiServiceState serviceState(std::size_t index) const;
+
+private:
+    std::vector<std::string> words;
+};
+
+struct Outcome {
+    std::string result; // "sfiSuccess", "true", "sent", ...
+    std::vector<NamedValue> outputs;
+};
+
+struct Operation {
+    const char* name;
+    std::vector<Parameter> parameters;
+    std::function<Outcome(CommunicationsServiceIfc& service, Executable& subscriber,
+                          const Arguments& arguments)>
+        run;
+};
+
+const std::vector<Operation>& operations();
+const Operation* findOperation(const std::string& name);
+
+// "answerCall <line> <callId:int>"
+std::string usage(const Operation& operation);
+
+// Checks the words against the parameters; throws std::invalid_argument naming the
+// operation's expected arguments and what was wrong.
+Arguments bindArguments(const Operation& operation, const std::vector<std::string>& words);
+
+// The name of a result code: "sfiSuccess", ..., or the number when it has none.
+std::string resultName(int code);
+
+} // namespace console

@@ -1,0 +1,221 @@
+// comms-console: loads the plug-in through the desktop host, connects to the service,
+// subscribes, then runs one operation per line from a terminal (with line editing and
+// history) or from a script.
+
+#include <poll.h>
+#include <readline/history.h>
+#include <readline/readline.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <iostream>
+#include <mutex>
+
+#include "CommunicationsServiceIfc.h"
+#include "Console.h"
+#include "Operations.h"
+#include "desktop/Framework.h"
+#include "desktop/Host.h"
+
+namespace {
+
+// Lines from any thread. At a terminal, lines from other threads wait in a queue until
+// the input loop can print them around the line being edited.
+class Output {
+public:
+    explicit Output(bool terminal) : atTerminal(terminal) {
+        if (atTerminal && pipe(wakePipe) != 0) atTerminal = false;
+    }
+
+    void printNow(const std::string& line) {
+        std::lock_guard<std::mutex> lock(mutex);
+        std::cout << line << std::endl;
+    }
+
+    void printFromAnyThread(const std::string& line) {
+        if (!atTerminal) return printNow(line);
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            waiting.push_back(line);
+        }
+        const char wake = 1;
+        [[maybe_unused]] const ssize_t written = write(wakePipe[1], &wake, 1);
+    }
+
+    int wakeDescriptor() const { return wakePipe[0]; }
+
+    // Prints what waits, keeping the prompt and the half-typed line intact.
+    void flushAroundPrompt() {
+        char drained[64];
+        [[maybe_unused]] const ssize_t ignored = read(wakePipe[0], drained, sizeof drained);
+        std::deque<std::string> lines;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            lines.swap(waiting);
+        }
+        if (lines.empty()) return;
+        const int point = rl_point;
+        char* typed = rl_copy_text(0, rl_end);
+        rl_save_prompt();
+        rl_replace_line("", 0);
+        rl_redisplay();
+        for (const std::string& line : lines) printNow(line);
+        rl_restore_prompt();
+        rl_replace_line(typed, 0);
+        rl_point = point;
+        rl_redisplay();
+        std::free(typed);
+    }
+
+private:
+    bool atTerminal;
+    int wakePipe[2] = {-1, -1};
+    std::mutex mutex;
+    std::deque<std::string> waiting;
+};
+
+console::Console* activeConsole = nullptr;
+bool inputEnded = false;
+
+void handleTerminalLine(char* line) {
+    if (line == nullptr) {
+        inputEnded = true;
+        return;
+    }
+    if (*line != '\0') add_history(line);
+    activeConsole->execute(line);
+    std::free(line);
+}
+
+char* completeOperation(const char* prefix, int state) {
+    static std::size_t next = 0;
+    static std::vector<std::string> names;
+    if (state == 0) {
+        next = 0;
+        names = {"await", "sim", "echo", "help", "quit"};
+        for (const console::Operation& operation : console::operations()) {
+            names.push_back(operation.name);
+        }
+    }
+    while (next < names.size()) {
+        const std::string& name = names[next++];
+        if (name.compare(0, std::strlen(prefix), prefix) == 0) return strdup(name.c_str());
+    }
+    return nullptr;
+}
+
+std::string historyPath() {
+    const char* home = std::getenv("HOME");
+    return home != nullptr ? std::string(home) + "/.comms_console_history" : std::string();
+}
+
+int runTerminal(console::Console& console, Output& output) {
+    activeConsole = &console;
+    const std::string history = historyPath();
+    if (!history.empty()) read_history(history.c_str());
+    rl_completion_entry_function = completeOperation;
+    rl_callback_handler_install("comms> ", handleTerminalLine);
+    while (!inputEnded && !console.quitRequested()) {
+        pollfd sources[2] = {{STDIN_FILENO, POLLIN, 0}, {output.wakeDescriptor(), POLLIN, 0}};
+        if (poll(sources, 2, -1) < 0) continue;
+        if (sources[1].revents != 0) output.flushAroundPrompt();
+        if (sources[0].revents != 0) rl_callback_read_char();
+    }
+    rl_callback_handler_remove();
+    if (!history.empty()) write_history(history.c_str());
+    std::cout << std::endl;
+    return 0;
+}
+
+// A script stops at its first failing line; its exit status says whether all passed.
+int runScript(console::Console& console, std::istream& input, const std::string& source,
+              Output& output) {
+    std::string line;
+    int lineNumber = 0;
+    int steps = 0;
+    while (!console.quitRequested() && std::getline(input, line)) {
+        ++lineNumber;
+        const std::size_t first = line.find_first_not_of(" \t\r");
+        if (first == std::string::npos || line[first] == '#') continue;
+        ++steps;
+        if (!console.execute(line)) {
+            output.printNow("! " + source + ":" + std::to_string(lineNumber) +
+                            ": step failed, stopping");
+            return 1;
+        }
+    }
+    output.printNow("# " + source + ": all " + std::to_string(steps) + " steps gave what they expected");
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Drives the communications service through the plug-in, one operation per line."};
+    desktop::Host::Options options;
+    options.pluginPath = COMMS_PLUGIN_PATH;
+    std::string scriptPath;
+    std::string channelName = "console-" + std::to_string(getpid());
+    int answerTimeout = 10000;
+    int awaitTimeout = 5000;
+    bool logging = false;
+    app.add_option("-p,--plugin", options.pluginPath, "The plug-in to load")->capture_default_str();
+    app.add_option("-s,--socket", options.socketPath, "The service's Unix-domain socket")
+        ->capture_default_str();
+    app.add_option("-f,--script", scriptPath, "Run this script instead of reading a terminal")
+        ->check(CLI::ExistingFile);
+    app.add_option("-c,--channel", channelName, "The subscriber's channel name")
+        ->capture_default_str();
+    app.add_option("--answer-timeout", answerTimeout, "Milliseconds to wait for an answer")
+        ->check(CLI::Range(1, 3600000))
+        ->capture_default_str();
+    app.add_option("--await-timeout", awaitTimeout, "Default milliseconds an await waits")
+        ->check(CLI::Range(0, 3600000))
+        ->capture_default_str();
+    app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    CLI11_PARSE(app, argc, argv);
+
+    const bool terminal = scriptPath.empty() && isatty(STDIN_FILENO) != 0;
+    Output output(terminal);
+    console::EventLog events;
+    console::EventRecorder recorder([&](const console::RecordedEvent& event) {
+        output.printFromAnyThread("* " + event.describe());
+        events.add(event);
+    });
+    desktop::setLogging(logging);
+    options.answerTimeout = std::chrono::milliseconds(answerTimeout);
+    options.report = [&](const std::string& line) { output.printFromAnyThread("! host: " + line); };
+
+    try {
+        desktop::Host host(options);
+        host.attach(recorder, channelName);
+        const int subscribed = host.service().subscribe(&recorder);
+        if (subscribed != sfiSuccess) {
+            std::cerr << "comms-console: subscribing channel '" << channelName
+                      << "' failed: " << console::resultName(subscribed) << "\n";
+            return 2;
+        }
+        console::Console::Settings settings;
+        settings.awaitTimeout = std::chrono::milliseconds(awaitTimeout);
+        settings.echoCommands = !terminal;
+        console::Console console(
+            host.service(), recorder, events,
+            [&](const std::string& command) { return host.channel().control(command); },
+            [&](const std::string& line) { output.printNow(line); }, settings);
+        if (terminal) {
+            output.printNow("connected to " + options.socketPath + ", subscribed as '" +
+                            channelName + "'; help lists the operations");
+            return runTerminal(console, output);
+        }
+        if (scriptPath.empty()) return runScript(console, std::cin, "standard input", output);
+        std::ifstream script(scriptPath);
+        return runScript(console, script, scriptPath, output);
+    } catch (const std::exception& error) {
+        std::cerr << "comms-console: " << error.what() << "\n";
+        return 2;
+    }
+}

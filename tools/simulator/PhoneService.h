@@ -1,0 +1,241 @@
+#pragma once
+
+// The phone's communications service as the simulator plays it: lines, registration,
+// calls and their states, features and settings. It answers requests, publishes the
+// events that a real service would send for what happened, and carries out control
+// commands that make things happen on the far side. No I/O: events go to a sink and
+// delayed steps to a scheduler, both given by the caller.
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "RequestParser.h"
+
+namespace simulator {
+
+class EventSink {
+public:
+    virtual ~EventSink() = default;
+    virtual void publish(const std::string& event) = 0;
+};
+
+class Scheduler {
+public:
+    virtual ~Scheduler() = default;
+    virtual void after(std::chrono::milliseconds delay, std::function<void()> step) = 0;
+};
+
+struct ServiceSettings {
+    std::vector<std::string> lines{"1001", "1002"};
+    std::string domain = "pbx.example.com";
+    // How long a far end rings before it answers or a missed caller gives up.
+    std::chrono::milliseconds ringTime{300};
+};
+
+// Call states as the service numbers them in "<CallState>".
+enum CallState {
+    kIdle = 0,
+    kDialing = 1,
+    kRingback = 2,
+    kRinging = 3,
+    kConnected = 4,
+    kHeld = 5,
+    kBusy = 6,
+    kFailed = 7,
+    kConferenced = 8,
+};
+
+// Causes in "<Reason>" (CSTA event causes).
+enum Cause {
+    kCauseNone = 0,
+    kCauseBusy = 3,
+    kCauseForwarded = 9,
+    kCauseNotAnswered = 10,
+    kCausePickup = 11,
+    kCauseConference = 13,
+    kCauseRejected = 14,
+    kCauseDoNotDisturb = 15,
+    kCauseNormalClearing = 48,
+};
+
+// Feature numbers of the feature success and failure events.
+enum Feature {
+    kFeatureHold = 2,
+    kFeatureRetrieve = 3,
+    kFeatureTransfer = 4,
+    kFeatureConference = 5,
+    kFeatureForwarding = 6,
+    kFeaturePickup = 8,
+};
+
+// Failure numbers of the feature failure event.
+enum FeatureFailure {
+    kFailureInvalidState = 1,
+    kFailureBusy = 2,
+    kFailureRejected = 3,
+    kFailureNoCall = 4,
+};
+
+class PhoneService {
+public:
+    PhoneService(ServiceSettings settings, EventSink& events, Scheduler& scheduler);
+
+    // The answer to a valid request, nothing for a one-way message.
+    std::optional<std::string> handle(const ParsedRequest& request);
+
+    // Carries out one control command; the answer begins with "ok" or "error:".
+    std::string control(const std::vector<std::string>& words);
+    static const char* controlHelp();
+
+private:
+    struct Party {
+        std::string number;
+        std::string uri;
+        std::string name;
+        std::string fullPai() const;
+    };
+    struct Call {
+        int id = 0;
+        std::string line;
+        Party remote;
+        CallState state = kIdle;
+        bool incoming = false;
+        bool manualHold = false;
+        bool recorded = false;
+        int priority = 0;
+    };
+    struct LineState {
+        bool registered = false;
+        bool doNotDisturb = false;
+        std::string agentState = "loggedOff";
+    };
+    struct Forwarding {
+        bool status = false;
+        std::string uri;
+        int ringCount = 0;
+    };
+    struct Callback {
+        std::string line;
+        Party callee;
+        int type = 0;
+    };
+    struct MessageWaiting {
+        std::string line;
+        unsigned newMessages = 0, oldMessages = 0, newUrgent = 0, oldUrgent = 0;
+    };
+
+    using Handler = std::optional<std::string> (PhoneService::*)(const ParsedRequest&);
+    static const std::map<std::string, Handler>& handlers();
+
+    // Requests, one per method.
+    std::optional<std::string> activate(const ParsedRequest&);
+    std::optional<std::string> deactivate(const ParsedRequest&);
+    std::optional<std::string> subscribe(const ParsedRequest&);
+    std::optional<std::string> makeCall(const ParsedRequest&);
+    std::optional<std::string> acceptCall(const ParsedRequest&);
+    std::optional<std::string> answerCall(const ParsedRequest&);
+    std::optional<std::string> deflectCall(const ParsedRequest&);
+    std::optional<std::string> holdCall(const ParsedRequest&);
+    std::optional<std::string> retrieveCall(const ParsedRequest&);
+    std::optional<std::string> clearCall(const ParsedRequest&);
+    std::optional<std::string> consult(const ParsedRequest&);
+    std::optional<std::string> attendedTransfer(const ParsedRequest&);
+    std::optional<std::string> blindTransfer(const ParsedRequest&);
+    std::optional<std::string> refuseCall(const ParsedRequest&);
+    std::optional<std::string> alternateCalls(const ParsedRequest&);
+    std::optional<std::string> conferenceCall(const ParsedRequest&);
+    std::optional<std::string> generateDigits(const ParsedRequest&);
+    std::optional<std::string> directedPickup(const ParsedRequest&);
+    std::optional<std::string> groupPickup(const ParsedRequest&);
+    std::optional<std::string> callbackRinging(const ParsedRequest&);
+    std::optional<std::string> callbackBusy(const ParsedRequest&);
+    std::optional<std::string> cancelCallbacks(const ParsedRequest&);
+    std::optional<std::string> setMute(const ParsedRequest&);
+    std::optional<std::string> getMute(const ParsedRequest&);
+    std::optional<std::string> setDoNotDisturb(const ParsedRequest&);
+    std::optional<std::string> getDoNotDisturb(const ParsedRequest&);
+    std::optional<std::string> setForwarding(const ParsedRequest&);
+    std::optional<std::string> getForwarding(const ParsedRequest&);
+    std::optional<std::string> setAssociatedCalls(const ParsedRequest&);
+    std::optional<std::string> setLampMode(const ParsedRequest&);
+    std::optional<std::string> securityReinvite(const ParsedRequest&);
+    std::optional<std::string> setInServiceInitiated(const ParsedRequest&);
+    std::optional<std::string> systemStatus(const ParsedRequest&);
+    std::optional<std::string> setServiceState(const ParsedRequest&);
+    std::optional<std::string> getServiceState(const ParsedRequest&);
+    std::optional<std::string> getMessageWaiting(const ParsedRequest&);
+    std::optional<std::string> getDevices(const ParsedRequest&);
+    std::optional<std::string> isCallHoldPossible(const ParsedRequest&);
+    std::optional<std::string> getManualHold(const ParsedRequest&);
+    std::optional<std::string> cstaRequest(const ParsedRequest&);
+    std::optional<std::string> serverFeatures(const ParsedRequest&);
+    std::optional<std::string> callbackFeatureCallId(const ParsedRequest&);
+    std::optional<std::string> setAgentState(const ParsedRequest&);
+    std::optional<std::string> removeConferenceParticipant(const ParsedRequest&);
+    std::optional<std::string> signalling(const ParsedRequest&);
+
+    // Control commands.
+    std::string incomingCall(const std::vector<std::string>& words, bool missed);
+    std::string farEndHangUp(const std::vector<std::string>& words);
+    std::string farEndAnswer(const std::vector<std::string>& words);
+    std::string colleagueCall(const std::vector<std::string>& words);
+    std::string voicemail(const std::vector<std::string>& words);
+    std::string registration(const std::vector<std::string>& words, bool registered);
+    std::string preempt(const std::vector<std::string>& words);
+    std::string impactLevel(const std::vector<std::string>& words);
+    std::string recording(const std::vector<std::string>& words);
+    std::string bluetooth(const std::vector<std::string>& words);
+    std::string cstaEvent(const std::vector<std::string>& words);
+    std::string systemStatusChange(const std::vector<std::string>& words);
+    std::string changeDevices(const std::vector<std::string>& words, bool add);
+    std::string calleeFree(const std::vector<std::string>& words);
+    std::string show();
+
+    // Call handling shared by requests and control commands.
+    Party partyFor(const std::string& destination) const;
+    Party linePartyFor(const std::string& line) const;
+    bool knownLine(const std::string& line) const;
+    Call* findCall(const std::string& line, int id);
+    int allocateCallId(int wanted);
+    void dial(const std::string& line, int id, const Party& remote);
+    void farEndAnswers(int id);
+    void setState(Call& call, CallState state, int reason);
+    void clear(int id, int reason);
+    void hold(Call& call, bool manual);
+    void retrieve(Call& call);
+    void publishCallState(const Call& call, int reason, const std::string& preemptionText = {});
+    void publishFeature(const std::string& line, int callId, int feature);
+    void publishFeatureFailure(const std::string& line, int callId, int feature, int failure);
+    void publishConference(const std::string& line, int callId);
+    void publishMessageWaiting();
+    void publishMissed(const Call& call, int reason);
+    void ringIncoming(Call& call, bool missed);
+    std::optional<std::string> activateCallback(const ParsedRequest& request, CallState needed,
+                                                int type);
+
+    ServiceSettings settings;
+    EventSink& events;
+    Scheduler& scheduler;
+
+    std::map<std::string, LineState> lines;
+    std::vector<std::string> devices;
+    std::map<int, Call> calls;
+    std::map<int, Call> pickupOffers;
+    std::map<int, Forwarding> forwarding;
+    std::vector<Callback> callbacks;
+    MessageWaiting messageWaiting;
+    std::map<std::string, int> lampModes;
+    std::map<std::string, bool> inServiceInitiated;
+    std::map<std::string, int> featureCallIds;
+    std::string serviceState = "sfiServiceInService";
+    std::string systemState = "normal";
+    bool microphoneMuted = false;
+    bool associatedCalls = false;
+    int nextCallId = 1;
+};
+
+} // namespace simulator

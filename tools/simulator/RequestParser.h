@@ -1,0 +1,37 @@
+#pragma once
+
+// Reads one request text as the communications service receives it from the proxy and
+// checks it against the service's request table: method, fields in their order, each
+// value of its kind. Pure: no I/O, no global state.
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace simulator {
+
+struct ParsedRequest {
+    // What was wrong with the text; empty for a well-formed request.
+    std::string error;
+    // "AnswerCall", ...; "SigEvent" for signalling data; may be set even on error.
+    std::string method;
+    // The fields in message order, tag without brackets and value as sent.
+    std::vector<std::pair<std::string, std::string>> fields;
+    // The CSTA document behind "</Line>" of the pass-through requests, or the bytes
+    // behind "SigEvent:".
+    std::string payload;
+    // Sent without awaiting an answer.
+    bool oneWay = false;
+
+    bool valid() const { return error.empty(); }
+
+    // Values of a valid request; each tag must be one of its method's fields.
+    const std::string& text(std::string_view tag) const;
+    int number(std::string_view tag) const;
+    bool flag(std::string_view tag) const;
+};
+
+ParsedRequest parseRequest(std::string_view text);
+
+} // namespace simulator

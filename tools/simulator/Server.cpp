@@ -1,0 +1,313 @@
+#include "Server.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <deque>
+#include <stdexcept>
+
+#include "ControlScript.h"
+#include "RequestParser.h"
+
+namespace simulator {
+
+namespace {
+
+using desktop::wire::Frame;
+using desktop::wire::Kind;
+using Socket = asio::local::stream_protocol::socket;
+
+constexpr const char* kProtocol = "CommunicationsServiceProtocol";
+
+const char* kServerHelp = "lastRequest                        the last request text of this client\n"
+                          "nextAnswer TEXT                    answer this client's next request so\n"
+                          "delayAnswers MS                    hold every answer back that long\n"
+                          "clients                            the connected clients\n";
+
+// Refuses to take over a socket that another simulator still serves; removes a stale one.
+void claimSocketPath(asio::io_context& io, const std::string& path) {
+    if (access(path.c_str(), F_OK) != 0) return;
+    Socket probe(io);
+    asio::error_code error;
+    probe.connect(asio::local::stream_protocol::endpoint(path), error);
+    if (!error) throw std::runtime_error("another service already listens on " + path);
+    ::unlink(path.c_str());
+}
+
+} // namespace
+
+class Server::Session : public std::enable_shared_from_this<Session> {
+public:
+    Session(Server& owner, Socket connected, int sessionNumber)
+        : server(owner), socket(std::move(connected)), number(sessionNumber) {}
+
+    void start() { readHeader(); }
+
+    void send(const Frame& frame) {
+        if (!socket.is_open()) return;
+        outbox.push_back(desktop::wire::encode(frame));
+        if (outbox.size() == 1) writeNext();
+    }
+
+    void close(const std::string& reason) {
+        if (!socket.is_open()) return;
+        asio::error_code ignored;
+        socket.close(ignored);
+        server.log("client " + std::to_string(number) + " " + reason);
+        server.forget(number);
+    }
+
+    Server& server;
+    Socket socket;
+    const int number;
+    std::string protocol;
+    std::string lastRequest;
+    std::vector<std::string> channels;
+    std::optional<std::string> forcedAnswer;
+
+private:
+    void readHeader() {
+        asio::async_read(socket, asio::buffer(header),
+                         [self = shared_from_this()](const asio::error_code& error, std::size_t) {
+                             if (error) return self->readFailed(error);
+                             const std::uint32_t size = desktop::wire::bodySize(self->header.data());
+                             if (size > desktop::wire::kMaxBodySize) {
+                                 return self->close("sent a frame of " + std::to_string(size) +
+                                                    " bytes, more than the limit of " +
+                                                    std::to_string(desktop::wire::kMaxBodySize) +
+                                                    "; disconnected");
+                             }
+                             self->body.resize(size);
+                             self->readBody();
+                         });
+    }
+
+    void readBody() {
+        asio::async_read(socket, asio::buffer(body),
+                         [self = shared_from_this()](const asio::error_code& error, std::size_t) {
+                             if (error) return self->readFailed(error);
+                             std::string problem;
+                             std::optional<Frame> frame = desktop::wire::decode(self->body, problem);
+                             if (!frame) {
+                                 return self->close("sent a malformed frame (" + problem +
+                                                    "); disconnected");
+                             }
+                             self->server.received(self, std::move(*frame));
+                             if (self->socket.is_open()) self->readHeader();
+                         });
+    }
+
+    void readFailed(const asio::error_code& error) {
+        if (error == asio::error::operation_aborted) return;
+        close(error == asio::error::eof ? "disconnected" : "lost: " + error.message());
+    }
+
+    void writeNext() {
+        asio::async_write(socket, asio::buffer(outbox.front()),
+                          [self = shared_from_this()](const asio::error_code& error, std::size_t) {
+                              if (error) {
+                                  self->outbox.clear();
+                                  return self->close("could not be written to: " +
+                                                     error.message());
+                              }
+                              self->outbox.pop_front();
+                              if (!self->outbox.empty()) self->writeNext();
+                          });
+    }
+
+    std::array<unsigned char, desktop::wire::kHeaderSize> header{};
+    std::string body;
+    std::deque<std::string> outbox;
+};
+
+Server::Server(asio::io_context& context, std::string path, Log logger, bool verboseLog)
+    : io(context), socketPath(std::move(path)), log(std::move(logger)), verbose(verboseLog),
+      acceptor(context) {
+    claimSocketPath(io, socketPath);
+    asio::local::stream_protocol::endpoint endpoint(socketPath);
+    acceptor.open(endpoint.protocol());
+    acceptor.bind(endpoint);
+    acceptor.listen();
+}
+
+Server::~Server() { stop(); }
+
+void Server::serve(PhoneService& phoneService) {
+    service = &phoneService;
+    log("listening on " + socketPath);
+    accept();
+}
+
+void Server::stop() {
+    if (!acceptor.is_open()) return;
+    asio::error_code ignored;
+    acceptor.close(ignored);
+    ::unlink(socketPath.c_str());
+    for (auto& [number, session] : std::map<int, std::shared_ptr<Session>>(sessions)) {
+        session->socket.close(ignored);
+    }
+    sessions.clear();
+}
+
+void Server::accept() {
+    acceptor.async_accept([this](const asio::error_code& error, Socket socket) {
+        if (error) {
+            if (error != asio::error::operation_aborted) log("accepting failed: " + error.message());
+            return;
+        }
+        const int number = nextSessionNumber++;
+        auto session = std::make_shared<Session>(*this, std::move(socket), number);
+        sessions[number] = session;
+        log("client " + std::to_string(number) + " connected");
+        session->start();
+        accept();
+    });
+}
+
+void Server::forget(int sessionNumber) { sessions.erase(sessionNumber); }
+
+void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
+    const std::string client = "client " + std::to_string(session->number);
+    switch (frame.kind) {
+    case Kind::Protocol:
+        session->protocol = frame.text;
+        if (frame.text != kProtocol) {
+            log(client + " selected the unknown protocol '" + frame.text +
+                "'; its requests will fail");
+        }
+        return;
+    case Kind::Control: {
+        holdingEvents = true;
+        std::string reply = control(frame.text, session.get());
+        if (verbose) log(client + " control '" + frame.text + "' -> " + reply);
+        answer(session, frame.id, std::move(reply));
+        flushEvents();
+        return;
+    }
+    case Kind::Request:
+    case Kind::Subscribe:
+    case Kind::OneWay:
+        holdingEvents = true;
+        serveRequest(session, frame);
+        flushEvents();
+        return;
+    case Kind::Answer:
+    case Kind::Event:
+        session->close(std::string("sent a ") + desktop::wire::kindName(frame.kind) +
+                       " frame, which only the service sends; disconnected");
+        return;
+    }
+}
+
+void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& frame) {
+    const std::string client = "client " + std::to_string(session->number);
+    const bool awaited = frame.kind != Kind::OneWay;
+    session->lastRequest = frame.text;
+    auto refuse = [&](const std::string& problem) {
+        log(client + ": " + problem + (awaited ? "; answered sfiFailure" : "; ignored"));
+        if (awaited) answer(session, frame.id, "sfiFailure");
+    };
+    if (awaited && session->forcedAnswer) {
+        answer(session, frame.id, *session->forcedAnswer);
+        session->forcedAnswer.reset();
+        return;
+    }
+    if (session->protocol != kProtocol) {
+        return refuse("request on " + (session->protocol.empty()
+                                           ? std::string("a channel bound to no protocol")
+                                           : "the unknown protocol '" + session->protocol + "'"));
+    }
+    const ParsedRequest request = parseRequest(frame.text);
+    if (!request.valid()) return refuse("malformed request: " + request.error);
+    const bool subscription = request.method == "Subscribe";
+    if (subscription != (frame.kind == Kind::Subscribe)) {
+        return refuse(subscription ? "Subscribe sent without a channel name"
+                                   : request.method + " sent as a subscription");
+    }
+    if (subscription) {
+        if (frame.channel.empty()) return refuse("Subscribe for an empty channel name");
+        auto& channels = session->channels;
+        if (std::find(channels.begin(), channels.end(), frame.channel) == channels.end()) {
+            channels.push_back(frame.channel);
+        }
+        log(client + " subscribed channel '" + frame.channel + "'");
+    }
+    std::optional<std::string> reply = service->handle(request);
+    if (verbose) log(client + " " + request.method + " -> " + reply.value_or("(one way)"));
+    if (awaited) answer(session, frame.id, reply.value_or(std::string()));
+}
+
+void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text) {
+    Frame frame{Kind::Answer, id, {}, std::move(text)};
+    if (answerDelay.count() == 0) return session->send(frame);
+    auto timer = std::make_shared<asio::steady_timer>(io, answerDelay);
+    timer->async_wait([timer, session, frame](const asio::error_code&) { session->send(frame); });
+}
+
+void Server::publish(const std::string& event) {
+    if (holdingEvents) {
+        heldEvents.push_back(event);
+        return;
+    }
+    if (verbose) log("event " + event);
+    for (auto& [number, session] : sessions) {
+        for (const std::string& channel : session->channels) {
+            session->send({Kind::Event, 0, channel, event});
+        }
+    }
+}
+
+void Server::flushEvents() {
+    holdingEvents = false;
+    std::vector<std::string> events;
+    events.swap(heldEvents);
+    for (const std::string& event : events) publish(event);
+}
+
+void Server::after(std::chrono::milliseconds delay, std::function<void()> step) {
+    auto timer = std::make_shared<asio::steady_timer>(io, delay);
+    timer->async_wait([timer, step = std::move(step)](const asio::error_code& error) {
+        if (!error) step();
+    });
+}
+
+std::string Server::control(const std::string& command) {
+    std::string reply = control(command, nullptr);
+    flushEvents();
+    return reply;
+}
+
+std::string Server::control(const std::string& command, Session* session) {
+    const std::vector<std::string> words = splitWords(command);
+    const std::string name = words.empty() ? std::string() : words.front();
+    if (name == "help") return std::string("ok\n") + PhoneService::controlHelp() + kServerHelp;
+    if (name == "lastRequest" && session != nullptr) return "ok\n" + session->lastRequest;
+    if (name == "nextAnswer" && session != nullptr) {
+        const std::size_t start = command.find("nextAnswer") + std::string("nextAnswer").size();
+        session->forcedAnswer = command.substr(std::min(start + 1, command.size()));
+        return "ok";
+    }
+    if (name == "delayAnswers") {
+        int milliseconds = -1;
+        if (words.size() == 2) {
+            std::from_chars(words[1].data(), words[1].data() + words[1].size(), milliseconds);
+        }
+        if (milliseconds < 0) return "error: usage: delayAnswers MS";
+        answerDelay = std::chrono::milliseconds(milliseconds);
+        return "ok";
+    }
+    if (name == "clients") {
+        std::string list = "ok";
+        for (const auto& [number, client] : sessions) {
+            list += "\nclient " + std::to_string(number) + " protocol '" + client->protocol +
+                    "' channels";
+            for (const std::string& channel : client->channels) list += " " + channel;
+        }
+        return list;
+    }
+    return service->control(words);
+}
+
+} // namespace simulator

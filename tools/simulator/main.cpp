@@ -1,0 +1,144 @@
+// comms-simulator: plays the phone's communications service on a Unix-domain socket, or,
+// with the control subcommand, sends one control command to a running simulator.
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include "ControlScript.h"
+#include "PhoneService.h"
+#include "Server.h"
+
+namespace {
+
+void logLine(const std::string& line) { std::cerr << "simulator: " << line << std::endl; }
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read script " + path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// Runs the steps one after another, each after its wait, on the server's timers.
+void runScript(simulator::Server& server, std::shared_ptr<std::vector<simulator::ScriptStep>> steps,
+               std::size_t index, const std::string& source) {
+    if (index >= steps->size()) {
+        logLine("script " + source + " finished");
+        return;
+    }
+    const simulator::ScriptStep& step = (*steps)[index];
+    server.after(step.wait, [&server, steps, index, source] {
+        const simulator::ScriptStep& current = (*steps)[index];
+        std::string command;
+        for (const std::string& word : current.words) command += (command.empty() ? "" : " ") + word;
+        logLine("script " + source + ":" + std::to_string(current.lineNumber) + " " + command +
+                " -> " + server.control(command));
+        runScript(server, steps, index + 1, source);
+    });
+}
+
+int sendControl(const std::string& socketPath, const std::vector<std::string>& words) {
+    std::string command;
+    for (const std::string& word : words) command += (command.empty() ? "" : " ") + word;
+    asio::io_context io;
+    asio::local::stream_protocol::socket socket(io);
+    asio::error_code error;
+    socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
+    if (error) {
+        std::cerr << "comms-simulator: cannot connect to " << socketPath << ": " << error.message()
+                  << "\n";
+        return 2;
+    }
+    const desktop::wire::Frame request{desktop::wire::Kind::Control, 1, {}, command};
+    asio::write(socket, asio::buffer(desktop::wire::encode(request)), error);
+    std::array<unsigned char, desktop::wire::kHeaderSize> header{};
+    if (!error) asio::read(socket, asio::buffer(header), error);
+    std::string body;
+    if (!error) {
+        body.resize(std::min(desktop::wire::bodySize(header.data()), desktop::wire::kMaxBodySize));
+        asio::read(socket, asio::buffer(body), error);
+    }
+    std::string problem;
+    const std::optional<desktop::wire::Frame> answer =
+        error ? std::nullopt : desktop::wire::decode(body, problem);
+    if (!answer) {
+        std::cerr << "comms-simulator: no answer from " << socketPath << ": "
+                  << (error ? error.message() : problem) << "\n";
+        return 2;
+    }
+    std::cout << answer->text << "\n";
+    return answer->text.compare(0, 2, "ok") == 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app{"Plays the phone's communications service for the desktop kit."};
+    std::string socketPath = desktop::wire::defaultSocketPath();
+    simulator::ServiceSettings settings;
+    int ringTime = static_cast<int>(settings.ringTime.count());
+    std::string scriptPath;
+    bool verbose = false;
+    app.add_option("-s,--socket", socketPath, "Unix-domain socket to listen on")
+        ->capture_default_str();
+    app.add_option("-l,--lines", settings.lines, "The phone's lines, comma-separated")
+        ->delimiter(',')
+        ->capture_default_str();
+    app.add_option("--domain", settings.domain, "Domain of the SIP addresses")
+        ->capture_default_str();
+    app.add_option("--ring-time", ringTime,
+                   "Milliseconds a far end rings before it answers or a caller gives up")
+        ->check(CLI::Range(0, 600000))
+        ->capture_default_str();
+    app.add_option("--script", scriptPath, "Control script of timed steps to run once serving")
+        ->check(CLI::ExistingFile);
+    app.add_flag("-v,--verbose", verbose, "Log every request, answer and event");
+
+    std::vector<std::string> controlWords;
+    CLI::App* controlCommand =
+        app.add_subcommand("control", "Send one control command to a running simulator");
+    controlCommand->fallthrough();
+    controlCommand->add_option("command", controlWords, "The command and its arguments")
+        ->required();
+    app.footer(std::string("Control commands:\n") + simulator::PhoneService::controlHelp());
+
+    CLI11_PARSE(app, argc, argv);
+    if (*controlCommand) return sendControl(socketPath, controlWords);
+
+    try {
+        for (const std::string& line : settings.lines) {
+            if (line.empty() || line.find_first_of("<>& \t") != std::string::npos) {
+                throw std::runtime_error("'" + line + "' cannot name a line");
+            }
+        }
+        std::vector<simulator::ScriptStep> steps;
+        if (!scriptPath.empty()) steps = simulator::parseControlScript(readFile(scriptPath), scriptPath);
+        settings.ringTime = std::chrono::milliseconds(ringTime);
+
+        std::signal(SIGPIPE, SIG_IGN);
+        asio::io_context io;
+        simulator::Server server(io, socketPath, logLine, verbose);
+        simulator::PhoneService service(settings, server, server);
+        asio::signal_set stopSignals(io, SIGINT, SIGTERM);
+        stopSignals.async_wait([&](const asio::error_code& error, int) {
+            if (error) return;
+            logLine("stopping");
+            server.stop();
+            io.stop();
+        });
+        server.serve(service);
+        if (!steps.empty()) {
+            runScript(server, std::make_shared<std::vector<simulator::ScriptStep>>(std::move(steps)),
+                      0, scriptPath);
+        }
+        io.run();
+    } catch (const std::exception& error) {
+        std::cerr << "comms-simulator: " << error.what() << "\n";
+        return 2;
+    }
+    return 0;
+}
