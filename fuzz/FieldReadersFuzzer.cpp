@@ -10,7 +10,7 @@
 #include "CommunicationsServiceProxy.h"
 #include "Reference.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
     // Mostly a matching pair "<name>" and "</name>", as every caller passes; sometimes two
     // unrelated texts, empty ones included.

@@ -35,13 +35,13 @@ enum class Kind {
 
 struct Field {
     Kind kind;
-    const char *tag;
+    const char* tag;
 };
 
 struct Row {
-    const char *method;
+    const char* method;
     bool exact;
-    const char *callback;
+    const char* callback;
     std::vector<Field> fields;
 };
 
@@ -229,32 +229,32 @@ const std::vector<Row> kRows = {
       {F, "InBandRinging"}}},
 };
 
-std::string text(const std::string &message, const char *name) {
+std::string text(const std::string& message, const char* name) {
     return reference::invokerText(std::string("<") + name + ">", message,
                                   std::string("</") + name + ">");
 }
 
-int number(const std::string &message, const char *name) {
+int number(const std::string& message, const char* name) {
     return static_cast<int>(reference::invokerNumber(std::string("<") + name + ">", message,
                                                      std::string("</") + name + ">"));
 }
 
 // A party's field holds 64 bytes and its terminator; the value is cut to fit.
-std::string party(const std::string &message, const char *name) {
+std::string party(const std::string& message, const char* name) {
     return text(message, name).substr(0, 64);
 }
 
-std::string payload(const std::string &message, const char *closing) {
+std::string payload(const std::string& message, const char* closing) {
     const std::size_t position = reference::find(message, closing);
     const std::uint32_t cut = static_cast<std::uint32_t>(position) +
                               static_cast<std::uint32_t>(std::char_traits<char>::length(closing));
     return cut >= message.size() ? "" : message.substr(cut);
 }
 
-RecordedCall expectedCall(const Row &row, const std::string &message) {
+RecordedCall expectedCall(const Row& row, const std::string& message) {
     RecordedCall call{row.callback, {}};
-    std::vector<std::string> &arguments = call.arguments;
-    for (const Field &field : row.fields) {
+    std::vector<std::string>& arguments = call.arguments;
+    for (const Field& field : row.fields) {
         switch (field.kind) {
         case Kind::Text:
             arguments.push_back(text(message, field.tag));
@@ -294,15 +294,19 @@ RecordedCall expectedCall(const Row &row, const std::string &message) {
     return call;
 }
 
-bool matches(const Row &row, const std::string &method) {
+bool matches(const Row& row, const std::string& method) {
     const std::string name = row.method;
     return row.exact ? method == name : method.compare(0, name.size(), name) == 0;
 }
 
-std::string describe(const std::vector<RecordedCall> &calls) {
-    std::ostringstream out;
-    for (const RecordedCall &call : calls) out << "\n    " << call;
-    return reference::printable(out.str());
+std::string describe(const std::vector<RecordedCall>& calls) {
+    std::string lines;
+    for (const RecordedCall& call : calls) {
+        std::ostringstream out;
+        out << call;
+        lines += "\n    " + reference::printable(out.str());
+    }
+    return lines;
 }
 
 struct CountingResponse : InvokerResponse {
@@ -312,14 +316,14 @@ struct CountingResponse : InvokerResponse {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     // The framework hands over NUL-terminated texts; whatever follows a NUL is not seen.
-    const std::string bytes(reinterpret_cast<const char *>(data), size);
+    const std::string bytes(reinterpret_cast<const char*>(data), size);
     const std::string message = bytes.substr(0, bytes.find('\0'));
 
     const std::string method = reference::invokerText("<Method>", message, "</Method>");
     std::vector<RecordedCall> expected;
-    for (const Row &row : kRows) {
+    for (const Row& row : kRows) {
         if (matches(row, method)) expected.push_back(expectedCall(row, message));
     }
 
@@ -329,8 +333,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     invoker.handleMessage(&subscriber, bytes.c_str(), static_cast<int>(size), &response);
 
     if (subscriber.calls() != expected) {
-        std::fprintf(stderr, "MISMATCH in the callbacks of handleMessage\n  library:%s\n"
-                             "  reference:%s\n",
+        std::fprintf(stderr,
+                     "MISMATCH in the callbacks of handleMessage\n  library:%s\n"
+                     "  reference:%s\n",
                      describe(subscriber.calls()).c_str(), describe(expected).c_str());
         std::abort();
     }

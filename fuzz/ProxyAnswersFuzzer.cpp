@@ -19,20 +19,20 @@ using reference::expectEqual;
 // some framework channels, appending to what the proxy put there.
 class AnsweringChannel : public ProxyRequest {
 public:
-    explicit AnsweringChannel(FrameworkContext *context) : ProxyRequest(context) {}
+    explicit AnsweringChannel(FrameworkContext* context) : ProxyRequest(context) {}
 
-    int sendRequest(const std::string & /*request*/, std::string &response) override {
+    int sendRequest(const std::string& /*request*/, std::string& response) override {
         return answer(response);
     }
-    int sendRequestTimed(const std::string & /*request*/, std::string &response,
+    int sendRequestTimed(const std::string& /*request*/, std::string& response,
                          int /*timeout*/) override {
         return answer(response);
     }
-    int sendSubscribe(const std::string & /*request*/, std::string &response,
-                      const std::string & /*channelName*/, int /*timeout*/) override {
+    int sendSubscribe(const std::string& /*request*/, std::string& response,
+                      const std::string& /*channelName*/, int /*timeout*/) override {
         return answer(response);
     }
-    int sendOneWay(const std::string &message) override {
+    int sendOneWay(const std::string& message) override {
         ++oneWay;
         posted = message;
         return 0;
@@ -56,7 +56,7 @@ public:
     std::string posted;
 
 private:
-    int answer(std::string &response) {
+    int answer(std::string& response) {
         ++roundTrips;
         preset = response;
         response = append ? response + next : next;
@@ -66,14 +66,15 @@ private:
 };
 
 struct Checker {
-    CommunicationsServiceProxy &proxy;
-    AnsweringChannel &channel;
+    CommunicationsServiceProxy& proxy;
+    AnsweringChannel& channel;
     std::string operation;
 
-    void roundTrip(const char *expectedPreset = "") const {
+    void roundTrip(const char* expectedPreset = "") const {
         expectEqual(channel.roundTrips, 1, operation + ": round trips");
         expectEqual(channel.oneWay, 0, operation + ": one-way sends");
-        expectEqual(channel.preset, std::string(expectedPreset), operation + ": response handed over");
+        expectEqual(channel.preset, std::string(expectedPreset),
+                    operation + ": response handed over");
     }
     void result(int actual) const {
         roundTrip();
@@ -88,13 +89,13 @@ struct Checker {
     }
 };
 
-bool contains(const std::string &text, const char *word) {
+bool contains(const std::string& text, const char* word) {
     return reference::find(text, word) != reference::kMissing;
 }
 
 // Answers to yes/no queries: a failure word anywhere wins, then "true" anywhere.
-void checkFlagQuery(const Checker &check, int result, bool value, bool before) {
-    const std::string &answer = check.channel.left;
+void checkFlagQuery(const Checker& check, int result, bool value, bool before) {
+    const std::string& answer = check.channel.left;
     if (contains(answer, "sfiFailure")) {
         expectEqual(result, 0, check.operation + ": result");
         expectEqual(value, before, check.operation + ": untouched output");
@@ -104,13 +105,13 @@ void checkFlagQuery(const Checker &check, int result, bool value, bool before) {
     }
 }
 
-void checkServiceState(const Checker &check, int result, sfiServiceState state,
+void checkServiceState(const Checker& check, int result, sfiServiceState state,
                        sfiServiceState before) {
-    const std::string &answer = check.channel.left;
+    const std::string& answer = check.channel.left;
     int expectedResult = 0;
     int expectedState = before;
     if (!contains(answer, "sfiFailure")) {
-        const char *names[] = {"sfiServiceInService", "sfiServiceOutOfService",
+        const char* names[] = {"sfiServiceInService", "sfiServiceOutOfService",
                                "sfiServiceDoNotDisturb"};
         for (int value = 0; value < 3; ++value) {
             if (contains(answer, names[value])) {
@@ -124,35 +125,35 @@ void checkServiceState(const Checker &check, int result, sfiServiceState state,
     expectEqual(static_cast<int>(state), expectedState, check.operation + ": state");
 }
 
-void checkForwarding(const Checker &check, int result, bool status, const std::string &uri,
+void checkForwarding(const Checker& check, int result, bool status, const std::string& uri,
                      int ringCount) {
-    const std::string &answer = check.channel.left;
+    const std::string& answer = check.channel.left;
     expectEqual(status, reference::proxyNumber("<status>", answer, "</status>") != 0,
                 check.operation + ": status");
     expectEqual(uri, reference::proxyText("<uri>", answer, "</uri>"), check.operation + ": uri");
-    expectEqual(ringCount,
-                static_cast<int>(
-                    reference::proxyNumber("<cfnrRingCount>", answer, "</cfnrRingCount>")),
-                check.operation + ": cfnrRingCount");
+    expectEqual(
+        ringCount,
+        static_cast<int>(reference::proxyNumber("<cfnrRingCount>", answer, "</cfnrRingCount>")),
+        check.operation + ": cfnrRingCount");
     expectEqual(result,
                 reference::result(reference::proxyText("<sfiResult>", answer, "</sfiResult>")),
                 check.operation + ": result");
 }
 
-void checkMessageWaiting(const Checker &check, FuzzedDataProvider &input) {
+void checkMessageWaiting(const Checker& check, FuzzedDataProvider& input) {
     int type = 7, returnType = 7, available = 7, waiting = 7;
     unsigned int newMsgs = 7, oldMsgs = 7, newUrgent = 7, oldUrgent = 7;
     std::string voiceMail = input.ConsumeBool() ? "before" : "";
     const int result = check.proxy.getMessageWaitingIndicator(
         type, newMsgs, oldMsgs, newUrgent, oldUrgent, returnType, available, waiting, voiceMail);
     check.roundTrip();
-    const std::string &answer = check.channel.left;
+    const std::string& answer = check.channel.left;
     // Read as texts first, so a missing number converts "" to 0.
-    const auto value = [&](const char *name) {
+    const auto value = [&](const char* name) {
         return static_cast<int>(reference::number(reference::proxyText(
             std::string("<") + name + ">", answer, std::string("</") + name + ">")));
     };
-    const auto counter = [&](const char *name) { return static_cast<unsigned int>(value(name)); };
+    const auto counter = [&](const char* name) { return static_cast<unsigned int>(value(name)); };
     expectEqual(type, value("Type"), "Type");
     expectEqual(newMsgs, counter("newMsgs"), "newMsgs");
     expectEqual(oldMsgs, counter("oldMsgs"), "oldMsgs");
@@ -163,21 +164,21 @@ void checkMessageWaiting(const Checker &check, FuzzedDataProvider &input) {
     expectEqual(waiting, value("messages_waiting"), "messages_waiting");
     expectEqual(voiceMail, reference::proxyText("<voiceMailNumber>", answer, "</voiceMailNumber>"),
                 "voiceMailNumber");
-    expectEqual(result,
-                reference::result(
-                    reference::proxyText("<func_return_val>", answer, "</func_return_val>")),
-                "getMessageWaitingIndicator: result");
+    expectEqual(
+        result,
+        reference::result(reference::proxyText("<func_return_val>", answer, "</func_return_val>")),
+        "getMessageWaitingIndicator: result");
 }
 
 // Items between each '<' and the next '>' behind it; the next item starts at the next '<'
 // after the previous one, not after its '>'.
-void checkDevices(const Checker &check, FuzzedDataProvider &input) {
+void checkDevices(const Checker& check, FuzzedDataProvider& input) {
     std::vector<std::string> devices;
     if (input.ConsumeBool()) devices.push_back("kept");
     std::vector<std::string> expected = devices;
     const int result = check.proxy.getDevices(devices);
     check.roundTrip();
-    const std::string &answer = check.channel.left;
+    const std::string& answer = check.channel.left;
     if (answer == "sfiFailure") {
         expectEqual(result, 0, "getDevices: result");
     } else {
@@ -197,55 +198,76 @@ void checkDevices(const Checker &check, FuzzedDataProvider &input) {
 }
 
 struct Subscriber : Executable {
-    void init(Context & /*context*/) override {}
+    void init(Context& /*context*/) override {}
     void shutdown() override {}
 };
 
-void runOperation(int operation, Checker &check, FuzzedDataProvider &input) {
-    CommunicationsServiceIfc &service = check.proxy;
+void runOperation(int operation, Checker& check, FuzzedDataProvider& input) {
+    CommunicationsServiceIfc& service = check.proxy;
     const std::string line = "1001";
     const bool flag = input.ConsumeBool();
     switch (operation) {
     case 0: {
-        const std::string &bytes = check.channel.next;
+        const std::string& bytes = check.channel.next;
         service.processSignallingComponentEvent(bytes.data(), static_cast<int>(bytes.size()));
         check.posted();
         expectEqual(check.channel.posted, "SigEvent:" + bytes, "processSignallingComponentEvent");
         return;
     }
-    case 1: return check.result(service.activate());
-    case 2: return check.result(service.deactivate(flag));
-    case 3: return check.result(service.callClear(line, 12, CSTAEventCauseNormalClearing));
-    case 4: return check.result(service.outgoingCallMake(line, 12, "2002", flag, !flag, flag));
-    case 5: return check.result(service.acceptCall(line, 12, flag));
-    case 6: return check.result(service.answerCall(line, 12));
-    case 7: return check.result(service.deflectCall(line, 12, "2002"));
-    case 8: return check.result(service.holdCall(line, 12, sfiFeatureManual, flag));
-    case 9: return check.result(service.retrieveCall(line, 12));
-    case 10: return check.result(service.attendedTransferCall(line, 12, 13));
-    case 11: return check.result(service.blindTransferCall(line, 12, "2002"));
-    case 12: return check.result(service.SendCSTARequest(line, "<csta/>"));
+    case 1:
+        return check.result(service.activate());
+    case 2:
+        return check.result(service.deactivate(flag));
+    case 3:
+        return check.result(service.callClear(line, 12, CSTAEventCauseNormalClearing));
+    case 4:
+        return check.result(service.outgoingCallMake(line, 12, "2002", flag, !flag, flag));
+    case 5:
+        return check.result(service.acceptCall(line, 12, flag));
+    case 6:
+        return check.result(service.answerCall(line, 12));
+    case 7:
+        return check.result(service.deflectCall(line, 12, "2002"));
+    case 8:
+        return check.result(service.holdCall(line, 12, sfiFeatureManual, flag));
+    case 9:
+        return check.result(service.retrieveCall(line, 12));
+    case 10:
+        return check.result(service.attendedTransferCall(line, 12, 13));
+    case 11:
+        return check.result(service.blindTransferCall(line, 12, "2002"));
+    case 12:
+        return check.result(service.SendCSTARequest(line, "<csta/>"));
     case 13: {
         std::string mutableLine = line;
         std::string message = "<csta/>";
         service.sendUACSTAServerMessage(mutableLine, message);
         return check.posted();
     }
-    case 14: service.InitializeOrFinalizeServerFeatures(line, flag); return check.posted();
-    case 15: return check.result(service.activateCallbackRinging(line, 12));
-    case 16: return check.result(service.activateCallbackBusy(line, 12));
+    case 14:
+        service.InitializeOrFinalizeServerFeatures(line, flag);
+        return check.posted();
+    case 15:
+        return check.result(service.activateCallbackRinging(line, 12));
+    case 16:
+        return check.result(service.activateCallbackBusy(line, 12));
     case 17:
         return check.result(
             service.cancelCallbacks(line, 12, "sip:2002", sfiCancelCallBackSingle, flag));
-    case 18: return check.result(service.consultationCall(line, 12, "2002"));
-    case 19: return check.result(service.refuseCall(line, 12, sfiRefuseCallDecline));
+    case 18:
+        return check.result(service.consultationCall(line, 12, "2002"));
+    case 19:
+        return check.result(service.refuseCall(line, 12, sfiRefuseCallDecline));
     case 20: {
         Subscriber subscriber;
         return check.result(service.subscribe(&subscriber));
     }
-    case 21: return check.result(service.directedPickupCall(line, 12, "2003", flag));
-    case 22: return check.result(service.groupPickupCall(line, 12));
-    case 23: return check.result(service.setServiceState(sfiServiceDoNotDisturb));
+    case 21:
+        return check.result(service.directedPickupCall(line, 12, "2003", flag));
+    case 22:
+        return check.result(service.groupPickupCall(line, 12));
+    case 23:
+        return check.result(service.setServiceState(sfiServiceDoNotDisturb));
     case 24: {
         const auto before = static_cast<sfiServiceState>(input.ConsumeIntegralInRange(0, 2));
         sfiServiceState state = before;
@@ -253,37 +275,53 @@ void runOperation(int operation, Checker &check, FuzzedDataProvider &input) {
         check.roundTrip("false");
         return checkServiceState(check, result, state, before);
     }
-    case 25: return check.result(service.setDoNotDisturb(line, flag));
+    case 25:
+        return check.result(service.setDoNotDisturb(line, flag));
     case 26: {
         bool value = flag;
         const int result = service.getDoNotDisturb(line, value);
         check.roundTrip("false");
         return checkFlagQuery(check, result, value, flag);
     }
-    case 27: return check.result(service.setAgentState(line, "ready"));
-    case 28: return check.result(service.setMicrophoneMute(flag));
+    case 27:
+        return check.result(service.setAgentState(line, "ready"));
+    case 28:
+        return check.result(service.setMicrophoneMute(flag));
     case 29: {
         bool value = flag;
         const int result = service.getMicrophoneMute(value);
         check.roundTrip();
         return checkFlagQuery(check, result, value, flag);
     }
-    case 30: return check.result(service.systemStatus("ok", "all well"));
-    case 31: return check.result(service.generateDigits(line, 12, "123#"));
-    case 32: return checkDevices(check, input);
-    case 33: return check.result(service.conferenceCall(line, 12, 13, sfiFeatureNone));
-    case 34: service.RemoveConfParticipant(12, "2002", "5"); return check.posted();
+    case 30:
+        return check.result(service.systemStatus("ok", "all well"));
+    case 31:
+        return check.result(service.generateDigits(line, 12, "123#"));
+    case 32:
+        return checkDevices(check, input);
+    case 33:
+        return check.result(service.conferenceCall(line, 12, 13, sfiFeatureNone));
+    case 34:
+        service.RemoveConfParticipant(12, "2002", "5");
+        return check.posted();
     case 35: {
         const bool held = service.getManualHoldIndication(line, 12);
         check.roundTrip();
         return expectEqual(held, check.channel.left == "true", "getManualHoldIndication");
     }
-    case 36: return check.result(service.alternateCalls(line));
-    case 37: return checkMessageWaiting(check, input);
-    case 38: return check.result(service.setAssociatedCalls(flag));
-    case 39: return check.result(service.setLampMode(line, "7", 2));
-    case 40: return check.result(service.makeSecurityChangeReinvite(line, 12, flag));
-    case 41: service.setIsInServiceInitiatedState(line, flag); return check.posted();
+    case 36:
+        return check.result(service.alternateCalls(line));
+    case 37:
+        return checkMessageWaiting(check, input);
+    case 38:
+        return check.result(service.setAssociatedCalls(flag));
+    case 39:
+        return check.result(service.setLampMode(line, "7", 2));
+    case 40:
+        return check.result(service.makeSecurityChangeReinvite(line, 12, flag));
+    case 41:
+        service.setIsInServiceInitiatedState(line, flag);
+        return check.posted();
     case 42:
         return check.result(
             service.setForwardingConfiguration(line, sfiForwardingBusy, flag, "sip:2002", 3, flag));
@@ -291,12 +329,14 @@ void runOperation(int operation, Checker &check, FuzzedDataProvider &input) {
         bool status = flag;
         std::string uri = "before";
         int ringCount = 7;
-        const int result = service.getForwardingConfiguration(sfiForwardingNoReply, status, uri,
-                                                              ringCount);
+        const int result =
+            service.getForwardingConfiguration(sfiForwardingNoReply, status, uri, ringCount);
         check.roundTrip();
         return checkForwarding(check, result, status, uri, ringCount);
     }
-    case 44: service.callbackDOFeatureCallID("12", 3); return check.posted();
+    case 44:
+        service.callbackDOFeatureCallID("12", 3);
+        return check.posted();
     case 45: {
         const bool possible = service.isCallHoldPossible(line);
         check.roundTrip();
@@ -306,13 +346,15 @@ void runOperation(int operation, Checker &check, FuzzedDataProvider &input) {
         expectEqual(service.csCommunicationsService("name"), std::string(),
                     "csCommunicationsService");
         return check.untouched();
-    case 47: service.activateStoredFwd(); return check.untouched();
+    case 47:
+        service.activateStoredFwd();
+        return check.untouched();
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
     FrameworkContext context;
     AnsweringChannel channel(&context);

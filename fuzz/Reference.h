@@ -17,12 +17,12 @@ constexpr std::size_t kMissing = static_cast<std::size_t>(-1);
 
 // First position at or after `from` where `needle` occurs in `text`; kMissing if none.
 // The empty needle occurs at `from` itself.
-inline std::size_t find(const std::string &text, const std::string &needle,
-                        std::size_t from = 0) {
+inline std::size_t find(const std::string& text, const std::string& needle, std::size_t from = 0) {
     if (from > text.size()) return kMissing;
     for (std::size_t at = from; at + needle.size() <= text.size(); ++at) {
         std::size_t matched = 0;
-        while (matched < needle.size() && text[at + matched] == needle[matched]) ++matched;
+        while (matched < needle.size() && text[at + matched] == needle[matched])
+            ++matched;
         if (matched == needle.size()) return at;
     }
     return kMissing;
@@ -35,9 +35,10 @@ inline bool isCSpace(char byte) {
 
 // strtol with base 10 on the phone's 32-bit long: white space, one sign, then digits up to
 // the first other byte (a NUL included); no digits give 0; out-of-range values saturate.
-inline long number(const std::string &text) {
+inline long number(const std::string& text) {
     std::size_t at = 0;
-    while (at < text.size() && isCSpace(text[at])) ++at;
+    while (at < text.size() && isCSpace(text[at]))
+        ++at;
     bool negative = false;
     if (at < text.size() && (text[at] == '+' || text[at] == '-')) {
         negative = text[at] == '-';
@@ -55,8 +56,8 @@ inline long number(const std::string &text) {
 // The proxy reads answers with the end tag searched from position 0; the value length is
 // the smaller of what is left and (end - value) in unsigned arithmetic, which wraps when
 // the end tag is missing or stands before the value.
-inline std::string proxyText(const std::string &startTag, const std::string &message,
-                             const std::string &endTag) {
+inline std::string proxyText(const std::string& startTag, const std::string& message,
+                             const std::string& endTag) {
     const std::size_t start = find(message, startTag);
     if (start == kMissing) return "";
     const std::size_t value = start + startTag.size();
@@ -65,16 +66,16 @@ inline std::string proxyText(const std::string &startTag, const std::string &mes
     return message.substr(value, length);
 }
 
-inline long proxyNumber(const std::string &startTag, const std::string &message,
-                        const std::string &endTag) {
+inline long proxyNumber(const std::string& startTag, const std::string& message,
+                        const std::string& endTag) {
     if (find(message, startTag) == kMissing) return -1;
     return number(proxyText(startTag, message, endTag));
 }
 
 // The invoker reads events with the end tag searched after the start tag; a field with
 // either tag missing reads as "" or -1.
-inline bool invokerField(const std::string &startTag, const std::string &message,
-                         const std::string &endTag, std::string &value) {
+inline bool invokerField(const std::string& startTag, const std::string& message,
+                         const std::string& endTag, std::string& value) {
     const std::size_t start = find(message, startTag);
     if (start == kMissing) return false;
     const std::size_t first = start + startTag.size();
@@ -84,20 +85,20 @@ inline bool invokerField(const std::string &startTag, const std::string &message
     return true;
 }
 
-inline std::string invokerText(const std::string &startTag, const std::string &message,
-                               const std::string &endTag) {
+inline std::string invokerText(const std::string& startTag, const std::string& message,
+                               const std::string& endTag) {
     std::string value;
     return invokerField(startTag, message, endTag, value) ? value : "";
 }
 
-inline long invokerNumber(const std::string &startTag, const std::string &message,
-                          const std::string &endTag) {
+inline long invokerNumber(const std::string& startTag, const std::string& message,
+                          const std::string& endTag) {
     std::string value;
     return invokerField(startTag, message, endTag, value) ? number(value) : -1;
 }
 
 // The result code of a bare answer word, compared whole.
-inline int result(const std::string &answer) {
+inline int result(const std::string& answer) {
     if (answer == "sfiSuccess") return 5;
     if (answer == "sfiFailureCallBackInvalidState") return 1;
     if (answer == "sfiFailureCallBackNoCallInfo") return 2;
@@ -106,7 +107,7 @@ inline int result(const std::string &answer) {
     return 0;
 }
 
-inline std::string printable(const std::string &text) {
+inline std::string printable(const std::string& text) {
     std::string shown;
     for (const char byte : text) {
         const auto code = static_cast<unsigned char>(byte);
@@ -122,7 +123,7 @@ inline std::string printable(const std::string &text) {
 }
 
 // A disagreement is a finding: report both sides and stop, so libFuzzer keeps the input.
-template <typename Value> std::string shown(const Value &value) {
+template <typename Value> std::string shown(const Value& value) {
     if constexpr (std::is_convertible_v<Value, std::string>) {
         return "\"" + printable(value) + "\"";
     } else {
@@ -131,7 +132,7 @@ template <typename Value> std::string shown(const Value &value) {
 }
 
 template <typename Actual, typename Expected>
-void expectEqual(const Actual &actual, const Expected &expected, const std::string &what) {
+void expectEqual(const Actual& actual, const Expected& expected, const std::string& what) {
     if (actual == expected) return;
     std::fprintf(stderr, "MISMATCH in %s\n  library:   %s\n  reference: %s\n", what.c_str(),
                  shown(actual).c_str(), shown(expected).c_str());

@@ -17,20 +17,20 @@ namespace {
 
 using reference::expectEqual;
 
-std::string rebuilt(const simulator::ParsedRequest &request) {
+std::string rebuilt(const simulator::ParsedRequest& request) {
     if (request.method == "SigEvent") return "SigEvent:" + request.payload;
     std::string text = "<Method>" + request.method + "</Method>";
-    for (const auto &[tag, value] : request.fields) {
+    for (const auto& [tag, value] : request.fields) {
         text += "<" + tag + ">" + value + "</" + tag + ">";
     }
     return text + request.payload;
 }
 
-void checkParsed(const std::string &text) {
+void checkParsed(const std::string& text) {
     const simulator::ParsedRequest request = simulator::parseRequest(text);
     if (!request.valid()) return;
     expectEqual(rebuilt(request), text, "request rebuilt from its parse");
-    for (const auto &[tag, value] : request.fields) {
+    for (const auto& [tag, value] : request.fields) {
         expectEqual(request.text(tag), value, "field <" + tag + ">");
         request.number(tag);
         request.flag(tag);
@@ -42,17 +42,17 @@ void checkParsed(const std::string &text) {
 class CapturingChannel : public ProxyRequest {
 public:
     using ProxyRequest::ProxyRequest;
-    int sendRequest(const std::string &request, std::string &response) override {
+    int sendRequest(const std::string& request, std::string& response) override {
         return keep(request, response, false);
     }
-    int sendRequestTimed(const std::string &request, std::string &response, int) override {
+    int sendRequestTimed(const std::string& request, std::string& response, int) override {
         return keep(request, response, false);
     }
-    int sendSubscribe(const std::string &request, std::string &response, const std::string &,
+    int sendSubscribe(const std::string& request, std::string& response, const std::string&,
                       int) override {
         return keep(request, response, false);
     }
-    int sendOneWay(const std::string &message) override {
+    int sendOneWay(const std::string& message) override {
         std::string unused;
         return keep(message, unused, true);
     }
@@ -61,7 +61,7 @@ public:
     bool lastOneWay = false;
 
 private:
-    int keep(const std::string &request, std::string &response, bool oneWay) {
+    int keep(const std::string& request, std::string& response, bool oneWay) {
         last = request;
         lastOneWay = oneWay;
         response = "sfiSuccess";
@@ -70,19 +70,19 @@ private:
 };
 
 struct Subscriber : Executable {
-    void init(Context &) override {}
+    void init(Context&) override {}
     void shutdown() override {}
 };
 
-std::string plainText(FuzzedDataProvider &input) {
+std::string plainText(FuzzedDataProvider& input) {
     std::string value = input.ConsumeRandomLengthString(32);
-    for (char &byte : value) {
+    for (char& byte : value) {
         if (byte == '<') byte = '_';
     }
     return value;
 }
 
-void writeRequest(CommunicationsServiceIfc &service, int operation, FuzzedDataProvider &input) {
+void writeRequest(CommunicationsServiceIfc& service, int operation, FuzzedDataProvider& input) {
     const std::string line = plainText(input);
     std::string other = plainText(input);
     const int callId = input.ConsumeIntegral<int>();
@@ -100,73 +100,154 @@ void writeRequest(CommunicationsServiceIfc &service, int operation, FuzzedDataPr
         service.processSignallingComponentEvent(bytes.data(), static_cast<int>(bytes.size()));
         break;
     }
-    case 1: service.activate(); break;
-    case 2: service.deactivate(flag); break;
-    case 3: service.callClear(line, callId, CSTAEventCause(number)); break;
-    case 4: service.outgoingCallMake(line, callId, other.c_str(), flag, !flag, flag); break;
-    case 5: service.acceptCall(line, callId, flag); break;
-    case 6: service.answerCall(line, callId); break;
-    case 7: service.deflectCall(line, callId, other.c_str()); break;
-    case 8: service.holdCall(line, callId, sfiFeature(number), flag); break;
-    case 9: service.retrieveCall(line, callId); break;
-    case 10: service.attendedTransferCall(line, callId, number); break;
-    case 11: service.blindTransferCall(line, callId, other.c_str()); break;
-    case 12: service.SendCSTARequest(line, input.ConsumeRandomLengthString(64)); break;
+    case 1:
+        service.activate();
+        break;
+    case 2:
+        service.deactivate(flag);
+        break;
+    case 3:
+        service.callClear(line, callId, CSTAEventCause(number));
+        break;
+    case 4:
+        service.outgoingCallMake(line, callId, other.c_str(), flag, !flag, flag);
+        break;
+    case 5:
+        service.acceptCall(line, callId, flag);
+        break;
+    case 6:
+        service.answerCall(line, callId);
+        break;
+    case 7:
+        service.deflectCall(line, callId, other.c_str());
+        break;
+    case 8:
+        service.holdCall(line, callId, sfiFeature(number), flag);
+        break;
+    case 9:
+        service.retrieveCall(line, callId);
+        break;
+    case 10:
+        service.attendedTransferCall(line, callId, number);
+        break;
+    case 11:
+        service.blindTransferCall(line, callId, other.c_str());
+        break;
+    case 12:
+        service.SendCSTARequest(line, input.ConsumeRandomLengthString(64));
+        break;
     case 13: {
         std::string mutableLine = line;
         std::string payload = input.ConsumeRandomLengthString(64);
         service.sendUACSTAServerMessage(mutableLine, payload);
         break;
     }
-    case 14: service.InitializeOrFinalizeServerFeatures(line, flag); break;
-    case 15: service.activateCallbackRinging(line, callId); break;
-    case 16: service.activateCallbackBusy(line, callId); break;
-    case 17: service.cancelCallbacks(line, callId, other, sfiCancelCallBackType(number), flag); break;
-    case 18: service.consultationCall(line, callId, other.c_str()); break;
-    case 19: service.refuseCall(line, callId, sfiRefuseCall(number)); break;
+    case 14:
+        service.InitializeOrFinalizeServerFeatures(line, flag);
+        break;
+    case 15:
+        service.activateCallbackRinging(line, callId);
+        break;
+    case 16:
+        service.activateCallbackBusy(line, callId);
+        break;
+    case 17:
+        service.cancelCallbacks(line, callId, other, sfiCancelCallBackType(number), flag);
+        break;
+    case 18:
+        service.consultationCall(line, callId, other.c_str());
+        break;
+    case 19:
+        service.refuseCall(line, callId, sfiRefuseCall(number));
+        break;
     case 20: {
         Subscriber subscriber;
         service.subscribe(&subscriber);
         break;
     }
-    case 21: service.directedPickupCall(line, callId, other, flag); break;
-    case 22: service.groupPickupCall(line, callId); break;
-    case 23: service.setServiceState(sfiServiceState(input.ConsumeIntegralInRange(0, 2))); break;
-    case 24: service.getServiceState(state); break;
-    case 25: service.setDoNotDisturb(line, flag); break;
-    case 26: service.getDoNotDisturb(line, out); break;
-    case 27: service.setAgentState(line, other); break;
-    case 28: service.setMicrophoneMute(flag); break;
-    case 29: service.getMicrophoneMute(out); break;
-    case 30: service.systemStatus(line.c_str(), other.c_str()); break;
-    case 31: service.generateDigits(line, callId, other.c_str()); break;
-    case 32: service.getDevices(devices); break;
-    case 33: service.conferenceCall(line, callId, number, sfiFeature(flag)); break;
-    case 34: service.RemoveConfParticipant(callId, line, other); break;
-    case 35: service.getManualHoldIndication(line, callId); break;
-    case 36: service.alternateCalls(line); break;
+    case 21:
+        service.directedPickupCall(line, callId, other, flag);
+        break;
+    case 22:
+        service.groupPickupCall(line, callId);
+        break;
+    case 23:
+        service.setServiceState(sfiServiceState(input.ConsumeIntegralInRange(0, 2)));
+        break;
+    case 24:
+        service.getServiceState(state);
+        break;
+    case 25:
+        service.setDoNotDisturb(line, flag);
+        break;
+    case 26:
+        service.getDoNotDisturb(line, out);
+        break;
+    case 27:
+        service.setAgentState(line, other);
+        break;
+    case 28:
+        service.setMicrophoneMute(flag);
+        break;
+    case 29:
+        service.getMicrophoneMute(out);
+        break;
+    case 30:
+        service.systemStatus(line.c_str(), other.c_str());
+        break;
+    case 31:
+        service.generateDigits(line, callId, other.c_str());
+        break;
+    case 32:
+        service.getDevices(devices);
+        break;
+    case 33:
+        service.conferenceCall(line, callId, number, sfiFeature(flag));
+        break;
+    case 34:
+        service.RemoveConfParticipant(callId, line, other);
+        break;
+    case 35:
+        service.getManualHoldIndication(line, callId);
+        break;
+    case 36:
+        service.alternateCalls(line);
+        break;
     case 37:
         service.getMessageWaitingIndicator(outNumber, outCount, outCount, outCount, outCount,
                                            outNumber, outNumber, outNumber, outText);
         break;
-    case 38: service.setAssociatedCalls(flag); break;
-    case 39: service.setLampMode(line, other, number); break;
-    case 40: service.makeSecurityChangeReinvite(line, callId, flag); break;
-    case 41: service.setIsInServiceInitiatedState(line, flag); break;
+    case 38:
+        service.setAssociatedCalls(flag);
+        break;
+    case 39:
+        service.setLampMode(line, other, number);
+        break;
+    case 40:
+        service.makeSecurityChangeReinvite(line, callId, flag);
+        break;
+    case 41:
+        service.setIsInServiceInitiatedState(line, flag);
+        break;
     case 42:
         service.setForwardingConfiguration(line, sfiForwardingType(number), flag, other, callId,
                                            !flag);
         break;
-    case 43: service.getForwardingConfiguration(sfiForwardingType(number), out, outText, outNumber);
+    case 43:
+        service.getForwardingConfiguration(sfiForwardingType(number), out, outText, outNumber);
         break;
-    case 44: service.callbackDOFeatureCallID(line, number); break;
-    case 45: service.isCallHoldPossible(line); break;
+    case 44:
+        service.callbackDOFeatureCallID(line, number);
+        break;
+    case 45:
+        service.isCallHoldPossible(line);
+        break;
     }
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzedDataProvider input(data, size);
     if (input.ConsumeBool()) {
         checkParsed(input.ConsumeRemainingBytesAsString());

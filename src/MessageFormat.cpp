@@ -91,6 +91,39 @@ long answerNumber(std::string_view answer, std::string_view startTag, std::strin
     return decimal32(answerText(answer, startTag, endTag));
 }
 
+namespace {
+
+template <typename Word> Word load(const char* bytes) {
+    Word word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+// The first '<' in [from, end), or nullptr. Values between tags are short, so a word at a
+// time beats a call of memchr: a byte of the word is flagged exactly when it is '<'.
+const char* findOpening(const char* from, const char* end) {
+    constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7FULL;
+    constexpr std::uint64_t kOpenings = 0x3C3C3C3C3C3C3C3CULL;
+    while (end - from >= 8) {
+        const std::uint64_t diff = load<std::uint64_t>(from) ^ kOpenings;
+        const std::uint64_t flags = ~(((diff & kLow7) + kLow7) | diff | kLow7);
+        if (flags != 0) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+            return from + __builtin_ctzll(flags) / 8;
+#else
+            return from + __builtin_clzll(flags) / 8;
+#endif
+        }
+        from += 8;
+    }
+    for (; from != end; ++from) {
+        if (*from == '<') return from;
+    }
+    return nullptr;
+}
+
+} // namespace
+
 ElementNames::ElementNames(const std::string_view* list, std::size_t size) : count(size) {
     if (size > kMaxNames) throw std::invalid_argument("ElementNames: too many names");
     std::memset(firstByByte, kNone, sizeof firstByByte);
@@ -100,49 +133,39 @@ ElementNames::ElementNames(const std::string_view* list, std::size_t size) : cou
             std::find(list + i + 1, list + size, name) != list + size) {
             throw std::invalid_argument("ElementNames: unusable element name");
         }
-        names[i] = name;
+        std::string tag(name);
+        tag += '>';
+        const std::size_t headSize = std::min<std::size_t>(tag.size(), 8);
+        char head[8] = {};
+        char mask[8] = {};
+        std::memcpy(head, tag.data(), headSize);
+        std::memset(mask, 0xFF, headSize);
+        names[i] = {name, load<std::uint64_t>(head), load<std::uint64_t>(mask),
+                    tag.size() >= 8 ? load<std::uint64_t>(tag.data() + tag.size() - 8) : 0};
         const auto first = static_cast<unsigned char>(name.front());
         nextSameByte[i] = firstByByte[first];
         firstByByte[first] = static_cast<std::uint8_t>(i);
     }
 }
 
-std::size_t ElementNames::firstWith(char byte) const {
-    return firstByByte[static_cast<unsigned char>(byte)];
+// Near the end of the text, where a whole word may not be read.
+bool ElementNames::standsNearEnd(std::size_t index, const char* at, const char* end) const {
+    const std::string_view name = names[index].text;
+    return static_cast<std::size_t>(end - at) > name.size() && at[name.size()] == '>' &&
+           std::memcmp(at, name.data(), name.size()) == 0;
+}
+
+inline bool ElementNames::standsAt(std::size_t index, const char* at, const char* end) const {
+    const Name& name = names[index];
+    const std::size_t size = name.text.size();
+    if (static_cast<std::size_t>(end - at) < size + 8) return standsNearEnd(index, at, end);
+    if ((load<std::uint64_t>(at) & name.headMask) != name.head) return false;
+    if (size < 8) return true;
+    if (load<std::uint64_t>(at + size - 7) != name.tail) return false;
+    return size < 16 || std::memcmp(at + 8, name.text.data() + 8, size - 15) == 0;
 }
 
 namespace {
-
-template <typename Word> Word load(const char* bytes) {
-    Word word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-// Equality of two short byte runs, a word at a time and without a library call: the last
-// word overlaps the one before it rather than falling back to single bytes.
-bool sameBytes(const char* left, const char* right, std::size_t size) {
-    if (size >= 8) {
-        for (std::size_t at = 0; at + 8 < size; at += 8) {
-            if (load<std::uint64_t>(left + at) != load<std::uint64_t>(right + at)) return false;
-        }
-        return load<std::uint64_t>(left + size - 8) == load<std::uint64_t>(right + size - 8);
-    }
-    if (size >= 4) {
-        return load<std::uint32_t>(left) == load<std::uint32_t>(right) &&
-               load<std::uint32_t>(left + size - 4) == load<std::uint32_t>(right + size - 4);
-    }
-    for (std::size_t at = 0; at < size; ++at) {
-        if (left[at] != right[at]) return false;
-    }
-    return true;
-}
-
-// Whether `name` followed by '>' stands at `at`.
-bool tagAt(const char* at, const char* end, std::string_view name) {
-    return static_cast<std::size_t>(end - at) > name.size() && at[name.size()] == '>' &&
-           sameBytes(at, name.data(), name.size());
-}
 
 // The scan of one text: each '<' is looked at once, from left to right.
 class ElementScan {
@@ -168,10 +191,8 @@ public:
 private:
     // The first '<' at or after `from`; after a closing tag it usually stands right there.
     const char* nextOpening(const char* from) const {
-        if (from == end) return nullptr;
-        if (*from == '<') return from;
-        return static_cast<const char*>(
-            std::memchr(from + 1, '<', static_cast<std::size_t>(end - from - 1)));
+        if (from != end && *from == '<') return from;
+        return findOpening(from, end);
     }
 
     // `open` starts "</": settles the element still waiting for this end tag, if any.
@@ -181,9 +202,9 @@ private:
         for (std::size_t i = names.firstWith(*name); i != ElementNames::kNone;
              i = names.nextWith(i)) {
             if (spans[i].value != std::string_view::npos && !spans[i].found() &&
-                tagAt(name, end, names[i])) {
+                names.standsAt(i, name, end)) {
                 settle(i, open);
-                return nextOpening(name + names[i].size() + 1);
+                return nextOpening(name + names.length(i) + 1);
             }
         }
         return nextOpening(name);
@@ -195,17 +216,17 @@ private:
         const char* const name = open + 1;
         for (std::size_t i = names.firstWith(*name); i != ElementNames::kNone;
              i = names.nextWith(i)) {
-            if (!tagAt(name, end, names[i])) continue;
-            const char* const value = name + names[i].size() + 1;
+            if (!names.standsAt(i, name, end)) continue;
+            const char* const value = name + names.length(i) + 1;
             if (spans[i].value != std::string_view::npos) return nextOpening(value);
             spans[i].value = static_cast<std::size_t>(value - begin);
             const char* const next = nextOpening(value);
             if (next == nullptr || end - next < 2 || next[1] != '/' ||
-                !tagAt(next + 2, end, names[i])) {
+                !names.standsAt(i, next + 2, end)) {
                 return next;
             }
             settle(i, next);
-            return nextOpening(next + 2 + names[i].size() + 1);
+            return nextOpening(next + 2 + names.length(i) + 1);
         }
         return nextOpening(name);
     }

@@ -43,20 +43,32 @@ struct ElementSpan {
 class ElementNames {
 public:
     static constexpr std::size_t kMaxNames = 32;
+    static constexpr std::size_t kNone = 0xFF;
 
     // Throws std::invalid_argument for names that break the rules above.
     ElementNames(const std::string_view* names, std::size_t count);
 
     std::size_t size() const { return count; }
-    std::string_view operator[](std::size_t index) const { return names[index]; }
+    std::size_t length(std::size_t index) const { return names[index].text.size(); }
     // The first name beginning with `byte`, then the next one after `index`; kNone at the end.
-    std::size_t firstWith(char byte) const;
+    std::size_t firstWith(char byte) const { return firstByByte[static_cast<unsigned char>(byte)]; }
     std::size_t nextWith(std::size_t index) const { return nextSameByte[index]; }
-
-    static constexpr std::size_t kNone = 0xFF;
+    // Whether name `index` followed by '>' stands at `at`, with `end` the end of the text.
+    bool standsAt(std::size_t index, const char* at, const char* end) const;
 
 private:
-    std::string_view names[kMaxNames];
+    bool standsNearEnd(std::size_t index, const char* at, const char* end) const;
+
+    // A name and its first and last eight bytes with the '>' behind it, for comparing whole
+    // words: most names need one or two word comparisons.
+    struct Name {
+        std::string_view text;
+        std::uint64_t head;
+        std::uint64_t headMask;
+        std::uint64_t tail;
+    };
+
+    Name names[kMaxNames];
     std::uint8_t firstByByte[256];
     std::uint8_t nextSameByte[kMaxNames];
     std::size_t count;

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <climits>
 #include <cstdio>
-#include <cstring>
 #include <functional>
 #include <stdexcept>
 
@@ -19,7 +19,7 @@ using Names = std::vector<std::string>;
 
 // Counts notifications and remembers how many callbacks had run by the first one.
 struct CountingResponse : InvokerResponse {
-    const RecordingSubscriber *subscriber = nullptr;
+    const RecordingSubscriber* subscriber = nullptr;
     int handled = 0;
     int wrongSlot = 0;
     std::size_t callsBeforeNotice = 0;
@@ -31,7 +31,7 @@ struct CountingResponse : InvokerResponse {
 
 // An Executable of the application that is not a subscriber of these events.
 struct OtherExecutable : Executable {
-    void init(Context &) override {}
+    void init(Context&) override {}
     void shutdown() override {}
 };
 
@@ -43,42 +43,41 @@ struct Unrelated {
 };
 struct OffsetSubscriber : Unrelated, RecordingSubscriber {};
 
-std::string withMethod(const std::string &name) { return "<Method>" + name + "</Method>"; }
+std::string withMethod(const std::string& name) { return "<Method>" + name + "</Method>"; }
 
-// The dispatch rows in their order with the callback each one reaches.
-const std::pair<const char *, const char *> kRows[] = {
-    {"CallStateChangeEvent", "onCallStateChangeEvent"},
-    {"RegistrationStateChangeEvent", "onRegistrationStateChangeEvent"},
-    {"IncomingCallEvent", "onIncomingCallEvent"},
-    {"IncomingPickupCallEvent", "onIncomingPickupCallEvent"},
-    {"CallHeldEvent", "onCallHeldEvent"},
-    {"CallRetrievedEvent", "onCallRetrievedEvent"},
-    {"FeatureSuccessEvent", "onFeatureSuccessEvent"},
-    {"FeatureFailedEvent", "onFeatureFailedEvent"},
-    {"RemoteEndpointDetailsChangedEvent", "onRemoteEndpointDetailsChangedEvent"},
-    {"IncomingCallMissedEvent", "onIncomingCallMissedEvent"},
-    {"CallForwardedEvent", "onCallForwardedEvent"},
-    {"DevicesChangedEvent", "onDevicesChangedEvent"},
-    {"messageWaitingEvent", "onMessageWaitingEvent"},
-    {"DoNotDisturbEvent", "onDoNotDisturbEvent"},
-    {"AgentStateEvent", "onAgentStateEvent"},
-    {"systemStatusEvent", "onSystemStatusEvent"},
-    {"serverFeatureStatusEvent", "onServerFeatureStatusEvent"},
-    {"IncomingAssociatedCallEvent", "onIncomingAssociatedCallEvent"},
-    {"b2buaCSTAResponse", "onB2buaCSTAResponse"},
-    {"b2buaCSTAEventOrRequest", "onB2buaCSTAEventOrRequest"},
-    {"conferenceStatusEvent", "onConferenceStatusEvent"},
-    {"securityStatusChanged", "onSecurityStatusChanged"},
-    {"preemptionStatusChanged", "onPreemptionStatusChanged"},
-    {"impactLevelChanged", "onImpactLevelChanged"},
-    {"callRecordingStatusEvent", "onCallRecordingStatusEvent"},
-    {"callCompletionEvent", "onCallCompletionEvent"},
-    {"callCompletionFailedEvent", "onCallCompletionFailedEvent"},
-    {"bluetoothAudioStatusChanged", "onBluetoothAudioStatusChanged"},
-};
+// The method names of the dispatch rows in their order. Each reaches the callback named
+// "on" and the method name with a capital.
+const char* const kRows[] = {"CallStateChangeEvent",
+                             "RegistrationStateChangeEvent",
+                             "IncomingCallEvent",
+                             "IncomingPickupCallEvent",
+                             "CallHeldEvent",
+                             "CallRetrievedEvent",
+                             "FeatureSuccessEvent",
+                             "FeatureFailedEvent",
+                             "RemoteEndpointDetailsChangedEvent",
+                             "IncomingCallMissedEvent",
+                             "CallForwardedEvent",
+                             "DevicesChangedEvent",
+                             "messageWaitingEvent",
+                             "DoNotDisturbEvent",
+                             "AgentStateEvent",
+                             "systemStatusEvent",
+                             "serverFeatureStatusEvent",
+                             "IncomingAssociatedCallEvent",
+                             "b2buaCSTAResponse",
+                             "b2buaCSTAEventOrRequest",
+                             "conferenceStatusEvent",
+                             "securityStatusChanged",
+                             "preemptionStatusChanged",
+                             "impactLevelChanged",
+                             "callRecordingStatusEvent",
+                             "callCompletionEvent",
+                             "callCompletionFailedEvent",
+                             "bluetoothAudioStatusChanged"};
 
 // Delivers one message and checks the callbacks it ran and the one notification after them.
-void expectDispatch(const std::string &message, const Names &expected) {
+void expectDispatch(const std::string& message, const Names& expected) {
     SCOPED_TRACE(message);
     CommunicationsServiceEventInvoker invoker;
     RecordingSubscriber subscriber;
@@ -92,7 +91,7 @@ void expectDispatch(const std::string &message, const Names &expected) {
     EXPECT_EQ(response.callsBeforeNotice, expected.size());
 }
 
-std::string capturedOutputOf(const std::function<void()> &action) {
+std::string capturedOutputOf(const std::function<void()>& action) {
     ::testing::internal::CaptureStdout();
     action();
     std::fflush(stdout);
@@ -100,19 +99,21 @@ std::string capturedOutputOf(const std::function<void()> &action) {
 }
 
 TEST(InvokerDispatch, RunsEachRowForItsOwnNameAndTheOthersAlsoForLongerNames) {
-    for (const auto &[method, callback] : kRows) {
+    for (const std::string method : kRows) {
+        std::string callback = "on" + method;
+        callback[2] = static_cast<char>(std::toupper(callback[2]));
         expectDispatch(withMethod(method), {callback});
-        const bool exact = std::string(method) == "CallStateChangeEvent";
-        expectDispatch(withMethod(std::string(method) + "Z"), exact ? Names{} : Names{callback});
+        const bool exact = method == "CallStateChangeEvent";
+        expectDispatch(withMethod(method + "Z"), exact ? Names{} : Names{callback});
         std::string otherCase = method;
         otherCase[0] ^= 0x20;
         expectDispatch(withMethod(otherCase), {});
-        expectDispatch(withMethod(std::string(method).substr(0, std::strlen(method) - 1)), {});
+        expectDispatch(withMethod(method.substr(0, method.size() - 1)), {});
     }
 }
 
 TEST(InvokerDispatch, RunsNothingButStillNotifiesForNamesThatMatchNoRow) {
-    for (const char *message :
+    for (const char* message :
          {"<Method>Unknown</Method>", "<Method></Method>", "<Method> CallHeldEvent</Method>",
           "<Method>CALLHELDEVENT</Method>", "<Method>CallStateChangeEvent </Method>",
           "<LineID>1</LineID>", "", "<Method>CallHeldEvent", "CallHeldEvent</Method>",
@@ -153,8 +154,8 @@ TEST(InvokerDispatch, IgnoresTheLengthArgumentAndSeesNothingAfterAnEmbeddedNul) 
 
 TEST(InvokerDispatch, CrossCastsASubscriberWhoseExecutableBaseIsNotAtItsStart) {
     OffsetSubscriber subscriber;
-    Executable *executable = &subscriber;
-    ASSERT_NE(static_cast<void *>(executable), static_cast<void *>(&subscriber));
+    Executable* executable = &subscriber;
+    ASSERT_NE(static_cast<void*>(executable), static_cast<void*>(&subscriber));
     const std::string output = capturedOutputOf([&] {
         CommunicationsServiceEventInvoker().handleMessage(
             executable, "<Method>CallHeldEvent</Method><CallID>7</CallID>", 0, nullptr);
@@ -165,8 +166,8 @@ TEST(InvokerDispatch, CrossCastsASubscriberWhoseExecutableBaseIsNotAtItsStart) {
 
 TEST(InvokerDispatch, PrintsOneLineAndReturnsForAMissingInterfaceWhenNoRowMatches) {
     OtherExecutable other;
-    for (Executable *subscriber :
-         {static_cast<Executable *>(nullptr), static_cast<Executable *>(&other)}) {
+    for (Executable* subscriber :
+         {static_cast<Executable*>(nullptr), static_cast<Executable*>(&other)}) {
         CountingResponse response;
         const std::string output = capturedOutputOf([&] {
             CommunicationsServiceEventInvoker().handleMessage(
@@ -191,7 +192,7 @@ TEST(InvokerDispatch, RejectsANullMessageBeforeLookingAtTheSubscriber) {
         try {
             CommunicationsServiceEventInvoker().handleMessage(nullptr, nullptr, 10, &response);
             ADD_FAILURE() << "no exception";
-        } catch (const std::logic_error &error) {
+        } catch (const std::logic_error& error) {
             EXPECT_STREQ(error.what(), "basic_string::_M_construct null not valid");
         }
     });
@@ -201,7 +202,7 @@ TEST(InvokerDispatch, RejectsANullMessageBeforeLookingAtTheSubscriber) {
 
 TEST(InvokerDispatch, LetsACallbackExceptionThroughWithoutNotifying) {
     struct Throwing : RecordingSubscriber {
-        void onCallHeldEvent(const std::string &, int) override { throw std::out_of_range("held"); }
+        void onCallHeldEvent(const std::string&, int) override { throw std::out_of_range("held"); }
     } subscriber;
     CountingResponse response;
     EXPECT_THROW(CommunicationsServiceEventInvoker().handleMessage(

@@ -185,6 +185,7 @@ std::vector<EventSpec> everyEvent() {
 }
 
 struct OddRow {
+    std::string name;
     std::string method;
     std::string message; // after the method element
     Args expected;
@@ -192,36 +193,57 @@ struct OddRow {
 
 // Single fields as the service may really send them.
 const std::vector<OddRow> kOddFields = {
-    {"CallHeldEvent", "<CallID> 12abc</CallID>", {"", "12"}},
-    {"CallHeldEvent", "<CallID></CallID>", {"", "0"}},
-    {"CallHeldEvent", "<CallID>\t\v\f\r\n 8</CallID>", {"", "8"}},
-    {"CallHeldEvent", "<CallID>+5</CallID>", {"", "5"}},
-    {"CallHeldEvent", "<CallID>+-5</CallID>", {"", "0"}},
-    {"CallHeldEvent", "<CallID>000000000000000000042</CallID>", {"", "42"}},
-    {"CallHeldEvent", "<CallID>99999999999</CallID>", {"", "2147483647"}},
-    {"CallHeldEvent", "<CallID>-99999999999</CallID>", {"", "-2147483648"}},
-    {"CallHeldEvent", "<CallID>4294967296</CallID>", {"", "2147483647"}},
-    {"CallHeldEvent", "<CallID>1</CallID><CallID>2</CallID>", {"", "1"}},
-    {"CallHeldEvent", "<LineID>1001<CallID>7", {"", "-1"}},
-    {"CallHeldEvent", "</LineID></CallID><LineID>1001<CallID>7", {"", "-1"}},
-    {"CallHeldEvent", "<LineID> 1001 </LineID><callid>7</callid>", {" 1001 ", "-1"}},
-    {"CallHeldEvent", "<LineID><LineID>1</LineID></LineID>", {"<LineID>1", "-1"}},
-    {"RegistrationStateChangeEvent", "<Registered>yes</Registered>", {"", "-1", "false", "-1"}},
-    {"RemoteEndpointDetailsChangedEvent", "<ExitConf>0</ExitConf><JointCall>0</JointCall>",
+    {"NumberAfterBlanksUpToItsFirstLetter",
+     "CallHeldEvent", "<CallID> 12abc</CallID>", {"", "12"}},
+    {"EmptyNumberAsZero", "CallHeldEvent", "<CallID></CallID>", {"", "0"}},
+    {"NumberAfterEveryKindOfWhiteSpace",
+     "CallHeldEvent", "<CallID>\t\v\f\r\n 8</CallID>", {"", "8"}},
+    {"NumberWithPlusSign", "CallHeldEvent", "<CallID>+5</CallID>", {"", "5"}},
+    {"NumberWithTwoSignsAsZero", "CallHeldEvent", "<CallID>+-5</CallID>", {"", "0"}},
+    {"NumberWithManyLeadingZeros",
+     "CallHeldEvent", "<CallID>000000000000000000042</CallID>", {"", "42"}},
+    {"NumberAboveTheRangeSaturated",
+     "CallHeldEvent", "<CallID>99999999999</CallID>", {"", "2147483647"}},
+    {"NumberBelowTheRangeSaturated",
+     "CallHeldEvent", "<CallID>-99999999999</CallID>", {"", "-2147483648"}},
+    {"NumberOfThirtyThreeBitsSaturated",
+     "CallHeldEvent", "<CallID>4294967296</CallID>", {"", "2147483647"}},
+    {"RepeatedElementByItsFirst",
+     "CallHeldEvent", "<CallID>1</CallID><CallID>2</CallID>", {"", "1"}},
+    {"OpeningTagsWithoutClosingTagsAsMissing",
+     "CallHeldEvent", "<LineID>1001<CallID>7", {"", "-1"}},
+    {"ClosingTagsOnlyBeforeOpeningTagsAsMissing",
+     "CallHeldEvent", "</LineID></CallID><LineID>1001<CallID>7", {"", "-1"}},
+    {"TextUntrimmedAndTagsCaseSensitive",
+     "CallHeldEvent", "<LineID> 1001 </LineID><callid>7</callid>", {" 1001 ", "-1"}},
+    {"NestedSameElementUpToTheFirstClosingTag",
+     "CallHeldEvent", "<LineID><LineID>1</LineID></LineID>", {"<LineID>1", "-1"}},
+    {"FlagWithoutDigitsAsFalse",
+     "RegistrationStateChangeEvent", "<Registered>yes</Registered>", {"", "-1", "false", "-1"}},
+    {"FlagTagsWithCapitalsAsMissing",
+     "RemoteEndpointDetailsChangedEvent", "<ExitConf>0</ExitConf><JointCall>0</JointCall>",
      {"", "-1", "", "", "", "true", "true"}},
-    {"CallForwardedEvent", "<CallingPartyName>Judy</CallingPartyName>",
+    {"CallingPartyNotFoundInsideCallingPartyName",
+     "CallForwardedEvent", "<CallingPartyName>Judy</CallingPartyName>",
      {"", "-1", "", "Judy", "", "", "-1"}},
-    {"systemStatusEvent", "<statusInfo>was <status>down</status></statusInfo><status>up</status>",
+    {"FirstStatusEvenInsideStatusInfo",
+     "systemStatusEvent", "<statusInfo>was <status>down</status></statusInfo><status>up</status>",
      {"down", "was <status>down</status>"}},
-    {"callRecordingStatusEvent", "<CallID>5</CallID>", {"", "-1", ""}},
-    {"securityStatusChanged", "<CallID>5</CallID><CallLineURIsRecorded>" + kUris +
-     "</CallLineURIsRecorded>", {"", "-1", "-1", decodedIds(""), decodedUris(kUris)}},
-    {"securityStatusChanged", "<CallIDsRecorded>" + kIds + "</CallIDsRecorded>",
+    {"RecordingCallIdWrittenCallIDAsMissing",
+     "callRecordingStatusEvent", "<CallID>5</CallID>", {"", "-1", ""}},
+    {"SecurityUriListWithoutIdList",
+     "securityStatusChanged",
+     "<CallID>5</CallID><CallLineURIsRecorded>" + kUris + "</CallLineURIsRecorded>",
+     {"", "-1", "-1", decodedIds(""), decodedUris(kUris)}},
+    {"SecurityIdListWithoutUriList",
+     "securityStatusChanged", "<CallIDsRecorded>" + kIds + "</CallIDsRecorded>",
      {"", "-1", "-1", decodedIds(kIds), decodedUris("")}},
     // The decoder's verdict on a malformed list is not the invoker's business.
-    {"securityStatusChanged", "<CallIDsRecorded>1;x;3;</CallIDsRecorded>",
+    {"SecurityIdListMalformed",
+     "securityStatusChanged", "<CallIDsRecorded>1;x;3;</CallIDsRecorded>",
      {"", "-1", "-1", decodedIds("1;x;3;"), decodedUris("")}},
-    {"messageWaitingEvent", "<new_messages>-2</new_messages><old_messages>0</old_messages>",
+    {"MessageCountersKeepTheBitsOfNegativeNumbers",
+     "messageWaitingEvent", "<new_messages>-2</new_messages><old_messages>0</old_messages>",
      {"", "-1", "4294967294", "0", "4294967295", "4294967295", "-1", "-1", "-1", ""}},
 };
 
@@ -268,7 +290,7 @@ std::vector<Row> eventRows(bool onlyWithHandler) {
 std::vector<Row> oddRows() {
     std::vector<Row> rows;
     for (const OddRow& odd : kOddFields) {
-        rows.push_back({"OddField" + std::to_string(rows.size()),
+        rows.push_back({odd.name,
                         event(odd.method) + odd.message,
                         RecordedCall{callbackOf(odd.method), odd.expected},
                         {}});

@@ -53,7 +53,7 @@ const PassThroughRow kRows[] = {
 };
 
 TEST(InvokerPassThrough, CutsThePayloadBehindTheFirstClosingTextOrElseEightCharacters) {
-    for (const PassThroughRow &row : kRows) {
+    for (const PassThroughRow& row : kRows) {
         SCOPED_TRACE(row.message);
         RecordingSubscriber subscriber;
         CommunicationsServiceEventInvoker().handleMessage(&subscriber, row.message.c_str(), 0,
@@ -65,7 +65,7 @@ TEST(InvokerPassThrough, CutsThePayloadBehindTheFirstClosingTextOrElseEightChara
 TEST(InvokerPassThrough, LeavesAnEmptyPayloadOfAShortTextWithoutClosingText) {
     CommunicationsServiceEventInvoker invoker;
     RecordingSubscriber subscriber;
-    for (const char *shortText : {"", "1234567", "12345678"}) {
+    for (const char* shortText : {"", "1234567", "12345678"}) {
         std::string text = shortText;
         invoker.b2buaCSTAEventOrRequest(&subscriber, text);
         EXPECT_EQ(text, "");
@@ -77,12 +77,12 @@ TEST(InvokerPassThrough, LeavesAnEmptyPayloadOfAShortTextWithoutClosingText) {
 
 // Changes the payload it is given and remembers which string that was.
 struct PayloadEditor : RecordingSubscriber {
-    const std::string *seen = nullptr;
-    void onB2buaCSTAResponse(const std::string &, bool, std::string &payload) override {
+    const std::string* seen = nullptr;
+    void onB2buaCSTAResponse(const std::string&, bool, std::string& payload) override {
         seen = &payload;
         payload += "+response";
     }
-    void onB2buaCSTAEventOrRequest(const std::string &, std::string &payload) override {
+    void onB2buaCSTAEventOrRequest(const std::string&, std::string& payload) override {
         seen = &payload;
         std::string taken = std::move(payload);
         payload = "moved:" + taken;

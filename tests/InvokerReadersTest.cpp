@@ -4,18 +4,21 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
+#include "communications/testing/RecordingSubscriber.h"
 
 namespace {
 
 struct ReaderRow {
-    const char *start;
-    const char *message;
-    const char *end;
-    const char *proxyText;
+    const char* start;
+    const char* message;
+    const char* end;
+    const char* proxyText;
     long proxyNumber;
-    const char *invokerText;
+    const char* invokerText;
     long invokerNumber;
 };
 
@@ -55,12 +58,69 @@ const ReaderRow kRows[] = {
 TEST(FieldReaders, ReadEveryRowAsTheProxyAndTheInvokerEachDo) {
     CommunicationsServiceProxy proxy;
     CommunicationsServiceEventInvoker invoker;
-    for (const ReaderRow &row : kRows) {
+    for (const ReaderRow& row : kRows) {
         SCOPED_TRACE(std::string(row.start) + " in " + row.message + " to " + row.end);
         EXPECT_EQ(proxy.getParamAsString(row.start, row.message, row.end), row.proxyText);
         EXPECT_EQ(proxy.getParamAsLong(row.start, row.message, row.end), row.proxyNumber);
         EXPECT_EQ(invoker.getParamAsString(row.start, row.message, row.end), row.invokerText);
         EXPECT_EQ(invoker.getParamAsLong(row.start, row.message, row.end), row.invokerNumber);
+    }
+}
+
+// The handlers must read each field exactly as the invoker's readers do, for any text.
+// Random texts made of the events' own tags, stray brackets and number fragments.
+struct ReadEvent {
+    const char* method;
+    // Tag name and kind: 't'ext, 'n'umber, 'f'lag, call 'p'arty (a text cut to 64
+    // characters), or 'c'onstant (the name is the text that always arrives).
+    std::vector<std::pair<std::string, char>> fields;
+};
+
+TEST(FieldReaders, AgreeWithTheHandlersOnRandomTextsOfTagsAndFragments) {
+    // clang-format off
+    const ReadEvent events[] = {
+        {"CallHeldEvent", {{"LineID", 't'}, {"CallID", 'n'}}},
+        {"CallStateChangeEvent",
+         {{"LineID", 't'}, {"CallID", 'n'}, {"CallState", 'n'}, {"Reason", 'n'},
+          {"SendOptions", 'n'}, {"URI", 't'}, {"Name", 't'}, {"FullPAI", 't'}, {"", 'c'},
+          {"", 'c'}, {"", 'c'}, {"", 'c'}, {"0", 'c'}, {"GPUCLDName", 'p'}, {"GPUCLD", 'p'},
+          {"GPUCLGName", 'p'}, {"GPUCLG", 'p'}, {"ResourcePriority", 'n'},
+          {"PreemptionCause", 'n'}, {"PreemptionText", 't'}, {"CallBackFearureAvailable", 'f'},
+          {"ILCallLevel", 'n'}, {"ILLocalLevel", 'n'}}},
+        {"systemStatusEvent", {{"status", 't'}, {"statusInfo", 't'}}},
+        {"callCompletionEvent",
+         {{"LineID", 't'}, {"URI", 't'}, {"CallCompletionType", 'n'},
+          {"CallCompletionState", 'n'}, {"DisplayOutcomeCallUI", 'f'}}},
+    };
+    // clang-format on
+    std::mt19937 random(20240611);
+    CommunicationsServiceEventInvoker invoker;
+    for (const ReadEvent& event : events) {
+        std::vector<std::string> tokens = {"<", "</", ">", "/", "a",           " ",
+                                           "-", "+",  "0", "7", "99999999999", "\t"};
+        for (const auto& [tag, kind] : event.fields) {
+            tokens.insert(tokens.end(), {"<" + tag + ">", "</" + tag + ">", tag, tag + ">"});
+        }
+        for (int round = 0; round < 3000; ++round) {
+            std::string text = std::string("<Method>") + event.method + "</Method>";
+            for (int n = random() % 14; n > 0; --n)
+                text += tokens[random() % tokens.size()];
+            std::vector<std::string> expected;
+            for (const auto& [tag, kind] : event.fields) {
+                const std::string open = "<" + tag + ">", close = "</" + tag + ">";
+                const long number = invoker.getParamAsLong(open, text, close);
+                const std::string value = invoker.getParamAsString(open, text, close);
+                expected.push_back(kind == 't'   ? value
+                                   : kind == 'p' ? value.substr(0, 64)
+                                   : kind == 'c' ? tag
+                                   : kind == 'n' ? std::to_string(number)
+                                                 : (number != 0 ? "true" : "false"));
+            }
+            communications::testing::RecordingSubscriber subscriber;
+            invoker.handleMessage(&subscriber, text.c_str(), 0, nullptr);
+            ASSERT_EQ(subscriber.calls().size(), 1u) << text;
+            ASSERT_EQ(subscriber.calls()[0].arguments, expected) << text;
+        }
     }
 }
 

@@ -16,18 +16,18 @@ namespace {
 
 class SharedObject {
 public:
-    explicit SharedObject(const char *path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
-    SharedObject(const SharedObject &) = delete;
-    SharedObject &operator=(const SharedObject &) = delete;
+    explicit SharedObject(const char* path) : handle(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {}
+    SharedObject(const SharedObject&) = delete;
+    SharedObject& operator=(const SharedObject&) = delete;
     ~SharedObject() {
         if (handle != nullptr) dlclose(handle);
     }
 
-    template <typename Function> Function *symbol(const char *name) const {
-        return reinterpret_cast<Function *>(dlsym(handle, name));
+    template <typename Function> Function* symbol(const char* name) const {
+        return reinterpret_cast<Function*>(dlsym(handle, name));
     }
 
-    void *const handle;
+    void* const handle;
 };
 
 struct CountingResponse : InvokerResponse {
@@ -40,8 +40,7 @@ TEST(PluginBoundary, DeliversEventsToASubscriberDefinedInAnotherSharedObject) {
     ASSERT_NE(plugin.handle, nullptr) << dlerror();
     const SharedObject remote(REMOTE_SUBSCRIBER_PATH);
     ASSERT_NE(remote.handle, nullptr) << dlerror();
-    const auto createInvoker =
-        plugin.symbol<Invoker *()>("createCommunicationsServiceEventInvoker");
+    const auto createInvoker = plugin.symbol<Invoker*()>("createCommunicationsServiceEventInvoker");
     const auto createSubscriber =
         remote.symbol<decltype(createRemoteSubscriber)>("createRemoteSubscriber");
     const auto describeCalls = remote.symbol<decltype(describeRemoteCalls)>("describeRemoteCalls");

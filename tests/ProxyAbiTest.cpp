@@ -15,7 +15,7 @@
 namespace {
 
 struct Slot {
-    const char *name;
+    const char* name;
     long index;      // 0-based position in the table, -1 when not virtual
     long adjustment; // this-adjustment: 0 for the table of the class named
 };
@@ -23,11 +23,11 @@ struct Slot {
 // A pointer to a virtual member function holds the byte offset of its slot. Itanium keeps
 // 1 + offset in the first word; the ARM variant keeps the offset there and flags the
 // virtual case in the low bit of the adjustment word.
-template <class Member> Slot slotOf(const char *name, Member member) {
+template <class Member> Slot slotOf(const char* name, Member member) {
     static_assert(sizeof(Member) == 2 * sizeof(std::uintptr_t));
     std::uintptr_t words[2];
     std::memcpy(words, &member, sizeof words);
-    const long wordSize = static_cast<long>(sizeof(void *));
+    const long wordSize = static_cast<long>(sizeof(void*));
 #if defined(__arm__) || defined(__aarch64__)
     if ((words[1] & 1) == 0) return {name, -1, 0};
     return {name, static_cast<long>(words[0]) / wordSize, static_cast<long>(words[1] >> 1)};
@@ -40,7 +40,7 @@ template <class Member> Slot slotOf(const char *name, Member member) {
 #define SLOT(Class, op) slotOf(#op, &Class::op)
 
 // Each table must hold its operations at consecutive positions starting at `first`.
-void expectConsecutive(const std::vector<Slot> &slots, long first) {
+void expectConsecutive(const std::vector<Slot>& slots, long first) {
     for (std::size_t i = 0; i < slots.size(); ++i) {
         EXPECT_EQ(slots[i].index, first + static_cast<long>(i)) << slots[i].name;
         EXPECT_EQ(slots[i].adjustment, 0) << slots[i].name;
@@ -183,7 +183,7 @@ TEST(ProxyAbi, FrameworkOperationsSitInTheSlotsTheLibraryCallsThrough) {
         {SLOT(Invoker, handleMessage), 3},
         {SLOT(Invoker, initInvoker), 4},
     };
-    for (const auto &c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(c.slot.index + 1, c.oneBased) << c.slot.name;
     }
 }
@@ -191,18 +191,18 @@ TEST(ProxyAbi, FrameworkOperationsSitInTheSlotsTheLibraryCallsThrough) {
 TEST(ProxyAbi, ChannelContextSitsRightBehindTheTablePointer) {
     FrameworkContext owner;
     ProxyRequest channel(&owner);
-    const auto *base = reinterpret_cast<const char *>(&channel);
-    EXPECT_EQ(reinterpret_cast<const char *>(&channel.context) - base,
-              static_cast<std::ptrdiff_t>(sizeof(void *)));
-    FrameworkContext *stored;
-    std::memcpy(&stored, base + sizeof(void *), sizeof stored);
+    const auto* base = reinterpret_cast<const char*>(&channel);
+    EXPECT_EQ(reinterpret_cast<const char*>(&channel.context) - base,
+              static_cast<std::ptrdiff_t>(sizeof(void*)));
+    FrameworkContext* stored;
+    std::memcpy(&stored, base + sizeof(void*), sizeof stored);
     EXPECT_EQ(stored, &owner);
 }
 
 TEST(ProxyAbi, ProxyIsTwoTablePointersAndTheChannelWithTheFrameworkBaseFirst) {
     CommunicationsServiceProxy proxy;
-    EXPECT_EQ(static_cast<void *>(static_cast<Proxy *>(&proxy)), static_cast<void *>(&proxy));
-    EXPECT_EQ(sizeof(CommunicationsServiceProxy), 3 * sizeof(void *));
+    EXPECT_EQ(static_cast<void*>(static_cast<Proxy*>(&proxy)), static_cast<void*>(&proxy));
+    EXPECT_EQ(sizeof(CommunicationsServiceProxy), 3 * sizeof(void*));
 }
 
 } // namespace

@@ -37,11 +37,6 @@ public:
         names[&subscriber] = channel;
     }
 
-    void detach(Executable& subscriber) {
-        std::lock_guard<std::mutex> lock(mutex);
-        names.erase(&subscriber);
-    }
-
 private:
     std::mutex mutex;
     std::map<Executable*, std::string> names;
@@ -57,12 +52,11 @@ public:
 
 struct Host::State {
     explicit State(Options options)
-        : report(options.report ? std::move(options.report)
-                                : [](const std::string& line) {
-                                      std::fprintf(stderr, "desktop host: %s\n", line.c_str());
-                                  }),
-          plugin(options.pluginPath), proxy(plugin.createProxy()),
-          invoker(plugin.createInvoker()) {
+        : report(options.report
+                     ? std::move(options.report)
+                     : [](const std::string&
+                              line) { std::fprintf(stderr, "desktop host: %s\n", line.c_str()); }),
+          plugin(options.pluginPath), proxy(plugin.createProxy()), invoker(plugin.createInvoker()) {
         if (!proxy || !invoker) {
             throw std::runtime_error("plug-in " + options.pluginPath +
                                      " returned no object from a factory");
@@ -160,8 +154,6 @@ ServiceChannel& Host::channel() { return *state->channel; }
 void Host::attach(Executable& subscriber, const std::string& channelName) {
     state->context.attach(subscriber, channelName);
 }
-
-void Host::detach(Executable& subscriber) { state->context.detach(subscriber); }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }
 

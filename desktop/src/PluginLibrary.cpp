@@ -13,8 +13,8 @@ std::string lastDlError() {
     return text != nullptr ? text : "no reason given";
 }
 
-template <typename Factory> Factory findFactory(void* handle, const std::string& path,
-                                                const char* name) {
+template <typename Factory>
+Factory findFactory(void* handle, const std::string& path, const char* name) {
     dlerror();
     void* symbol = dlsym(handle, name);
     if (symbol == nullptr) {

@@ -67,8 +67,9 @@ struct ServiceChannel::Connection {
         frame.id = nextId++;
         const std::uint32_t id = frame.id;
         answers[id];
-        const std::string what = frame.kind == Kind::Control ? "control command '" + frame.text + "'"
-                                                             : describe(frame.text);
+        const std::string what = frame.kind == Kind::Control
+                                     ? "control command '" + frame.text + "'"
+                                     : describe(frame.text);
         lock.unlock();
         send(std::move(frame));
         lock.lock();
@@ -130,23 +131,22 @@ struct ServiceChannel::Connection {
     }
 
     void readBody() {
-        asio::async_read(socket, asio::buffer(body),
-                         [this](const asio::error_code& error, std::size_t) {
-                             if (error) return lose(readFailure(error));
-                             std::string problem;
-                             std::optional<Frame> frame = wire::decode(body, problem);
-                             if (!frame) return lose("it sent a malformed frame: " + problem);
-                             if (frame->kind == Kind::Event) {
-                                 events(std::move(frame->channel), std::move(frame->text));
-                             } else if (frame->kind == Kind::Answer) {
-                                 deliverAnswer(frame->id, std::move(frame->text));
-                             } else {
-                                 return lose(std::string("it sent a ") +
-                                             wire::kindName(frame->kind) +
-                                             " frame, which only clients send");
-                             }
-                             readHeader();
-                         });
+        asio::async_read(
+            socket, asio::buffer(body), [this](const asio::error_code& error, std::size_t) {
+                if (error) return lose(readFailure(error));
+                std::string problem;
+                std::optional<Frame> frame = wire::decode(body, problem);
+                if (!frame) return lose("it sent a malformed frame: " + problem);
+                if (frame->kind == Kind::Event) {
+                    events(std::move(frame->channel), std::move(frame->text));
+                } else if (frame->kind == Kind::Answer) {
+                    deliverAnswer(frame->id, std::move(frame->text));
+                } else {
+                    return lose(std::string("it sent a ") + wire::kindName(frame->kind) +
+                                " frame, which only clients send");
+                }
+                readHeader();
+            });
     }
 
     static std::string readFailure(const asio::error_code& error) {
@@ -162,22 +162,28 @@ struct ServiceChannel::Connection {
         answered.notify_all();
     }
 
-    // Ends the connection for good; reports it unless the channel is being closed.
+    // Ends the connection for good. The loss is reported, unless the channel is being
+    // closed, before any waiting caller is released, so a caller that sees its request
+    // fail can already find the report.
     void lose(const std::string& reason) {
+        if (losing) return;
+        losing = true;
         bool wasClosing = false;
         {
             std::lock_guard<std::mutex> lock(mutex);
-            if (lost) return;
-            lost = true;
             wasClosing = closing;
         }
-        answered.notify_all();
-        asio::error_code ignored;
-        socket.close(ignored);
         if (!wasClosing) {
             report("lost the connection to the communications service at " + socketPath + " (" +
                    reason + "); from now on every request fails");
         }
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            lost = true;
+        }
+        answered.notify_all();
+        asio::error_code ignored;
+        socket.close(ignored);
     }
 
     const std::string socketPath;
@@ -198,14 +204,14 @@ struct ServiceChannel::Connection {
     std::uint32_t nextId = 1;
     bool lost = false;
     bool closing = false;
+    bool losing = false; // I/O thread only
 };
 
 ServiceChannel::ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
                                std::chrono::milliseconds answerTimeout, EventSink events,
                                Reporter report)
-    : ProxyRequest(&owner),
-      connection(std::make_unique<Connection>(socketPath, answerTimeout, std::move(events),
-                                              std::move(report))) {
+    : ProxyRequest(&owner), connection(std::make_unique<Connection>(
+                                socketPath, answerTimeout, std::move(events), std::move(report))) {
     connection->connect();
 }
 

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <future>
 #include <thread>
 
@@ -49,12 +50,13 @@ public:
         return frame ? std::optional<std::string>(frame->text) : std::nullopt;
     }
 
-    // True once the peer has closed its end.
+    // True once the peer has closed its end (a reset when it left our bytes unread).
     bool closedByPeer() {
         char byte = 0;
         timeval timeout{5, 0};
         setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-        return recv(descriptor, &byte, 1, 0) == 0;
+        const ssize_t got = recv(descriptor, &byte, 1, 0);
+        return got == 0 || (got < 0 && errno == ECONNRESET);
     }
 
     bool connected = false;
@@ -119,9 +121,8 @@ TEST(LostService, CallersGetFailureAtOnceAndTheLossIsReportedOnce) {
     ASSERT_TRUE(client.run({"subscribe => sfiSuccess", "sim delayAnswers 5000"}));
 
     // A caller blocked on an answer when the service dies is released.
-    auto blocked = std::async(std::launch::async, [&] {
-        return client.service().answerCall("1001", 1);
-    });
+    auto blocked =
+        std::async(std::launch::async, [&] { return client.service().answerCall("1001", 1); });
     ASSERT_TRUE(simulator->waitForLog("AnswerCall -> sfiFailure")) << simulator->log();
     kit::Stopwatch clock;
     simulator->kill(SIGKILL);
@@ -133,8 +134,9 @@ TEST(LostService, CallersGetFailureAtOnceAndTheLossIsReportedOnce) {
     std::string uri;
     int ringCount = 0;
     EXPECT_EQ(client.service().activate(), sfiFailure);
-    EXPECT_EQ(client.service().getForwardingConfiguration(sfiForwardingBusy, status, uri, ringCount),
-              sfiFailure);
+    EXPECT_EQ(
+        client.service().getForwardingConfiguration(sfiForwardingBusy, status, uri, ringCount),
+        sfiFailure);
     EXPECT_FALSE(client.service().isCallHoldPossible("1001"));
     client.service().setIsInServiceInitiatedState("1001", true);
     EXPECT_LT(clock.elapsedMs(), 1000);
@@ -163,7 +165,8 @@ TEST(Garbage, FromAClientCostsOnlyThatClient) {
     {
         // Leaves in the middle of its request.
         RawSocket vanishing(simulator.socketPath());
-        ASSERT_TRUE(vanishing.send(frame(Kind::Request, 1, "<Method>Activate</Method>").substr(0, 9)));
+        ASSERT_TRUE(
+            vanishing.send(frame(Kind::Request, 1, "<Method>Activate</Method>").substr(0, 9)));
     }
     // The readiness probe, the two garbage senders and the vanishing client are gone.
     kit::Stopwatch clock;
@@ -176,7 +179,8 @@ TEST(Garbage, FromAClientCostsOnlyThatClient) {
         }
         return count;
     };
-    while (disconnections() < 4 && clock.elapsedMs() < 5000) std::this_thread::yield();
+    while (disconnections() < 4 && clock.elapsedMs() < 5000)
+        std::this_thread::yield();
     EXPECT_EQ(disconnections(), 4) << simulator.log();
 
     // Well-framed but wrong: no protocol, then a malformed and an unknown request.
@@ -279,9 +283,11 @@ struct StartFailure {
 
 TEST(Start, FailsWithAMessageNamingWhatIsMissing) {
     const std::vector<StartFailure> cases = {
-        {"/nonexistent/libCommunicationsService.so", true,
+        {"/nonexistent/libCommunicationsService.so",
+         true,
          {"cannot load plug-in /nonexistent/libCommunicationsService.so"}},
-        {FRAMEWORK_PATH, true,
+        {FRAMEWORK_PATH,
+         true,
          {"plug-in " FRAMEWORK_PATH, "has no factory 'createCommunicationsServiceProxy'"}},
         {PLUGIN_PATH, false, {"cannot connect to the communications service at "}},
     };

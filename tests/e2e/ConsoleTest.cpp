@@ -14,7 +14,8 @@ TEST(Tokenize, SplitsLikeAShell) {
         {"# only a comment", {}},
         {"a#b", {"a#b"}},
     };
-    for (const auto& [line, words] : cases) EXPECT_EQ(console::tokenize(line), words) << line;
+    for (const auto& [line, words] : cases)
+        EXPECT_EQ(console::tokenize(line), words) << line;
     EXPECT_THROW(console::tokenize("say 'unfinished"), std::invalid_argument);
     EXPECT_THROW(console::tokenize("say \"unfinished"), std::invalid_argument);
 }

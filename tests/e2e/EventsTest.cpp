@@ -55,9 +55,8 @@ const std::vector<EventCase> kEvents = {
       std::string("await onIncomingPickupCallEvent lineId=1001 callId=1 ") + kCaller,
       "directedPickupCall 1001 1 3003 1 => sfiSuccess",
       "await onCallStateChangeEvent callId=1 callState=4 reason=11"}},
-    {"CallHeld",
-     withConnectedCall(
-         {"holdCall 1001 1 1 1 => sfiSuccess", "await onCallHeldEvent lineId=1001 callId=1"})},
+    {"CallHeld", withConnectedCall({"holdCall 1001 1 1 1 => sfiSuccess",
+                                    "await onCallHeldEvent lineId=1001 callId=1"})},
     {"CallRetrieved",
      withConnectedCall({"holdCall 1001 1 0 0 => sfiSuccess", "retrieveCall 1001 1 => sfiSuccess",
                         std::string("await onCallRetrievedEvent lineId=1001 callId=1 ") + kCaller +
@@ -168,6 +167,8 @@ const std::vector<EventCase> kEvents = {
       "await onBluetoothAudioStatusChanged lineId=1001 callId=4 audioEnabled=true "
       "audioGateway=false inBandRinging=true"}},
 };
+
+void PrintTo(const EventCase& event, std::ostream* out) { *out << event.name; }
 
 class Events : public ::testing::TestWithParam<EventCase> {};
 

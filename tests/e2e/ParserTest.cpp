@@ -41,7 +41,8 @@ TEST(RequestParser, NamesWhatIsWrongWithABadRequest) {
         {"<Method>Activate", "the <Method> element is not closed"},
         {"<Method>activate</Method>", "unknown method 'activate'"},
         {"<Method>Activate</Method>x", "Activate: unexpected text after the last field: 'x'"},
-        {"<Method>AnswerCall</Method><Line>1</Line>", "AnswerCall: expected <CallID> but found the end"},
+        {"<Method>AnswerCall</Method><Line>1</Line>",
+         "AnswerCall: expected <CallID> but found the end"},
         {"<Method>AnswerCall</Method><CallID>1</CallID><Line>1</Line>",
          "AnswerCall: expected <Line> but found '<CallID>1</CallID><Line>1</Line>'"},
         {"<Method>AnswerCall</Method><Line>1</Line><CallID>x1</CallID>",
@@ -52,7 +53,8 @@ TEST(RequestParser, NamesWhatIsWrongWithABadRequest) {
          "SetMicrophoneMute: <Status> must be 0 or 1, not 'true'"},
         {"<Method>setIsInServiceInitiatedState</Method><Line>1</Line>"
          "<IsInServiceInitiatedState>1</IsInServiceInitiatedState>",
-         "setIsInServiceInitiatedState: <IsInServiceInitiatedState> must be TRUE or FALSE, not '1'"},
+         "setIsInServiceInitiatedState: <IsInServiceInitiatedState> must be TRUE or FALSE, not "
+         "'1'"},
         {"<Method>SetServiceState</Method><state></state>",
          "SetServiceState: <state> must name a service state, not ''"},
         {"<Method>DeflectCall</Method><Line>1</Line><CallID>1</CallID><Destination>",

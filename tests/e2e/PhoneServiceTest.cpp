@@ -16,14 +16,16 @@ public:
     void runDelayedSteps() {
         std::vector<std::function<void()>> due;
         due.swap(steps);
-        for (auto& step : due) step();
+        for (auto& step : due)
+            step();
     }
     // The call states published so far, in order.
     std::vector<int> callStates() const {
         std::vector<int> states;
         for (const std::string& event : events) {
             const std::size_t at = event.find("<CallState>");
-            if (event.rfind("<Method>CallStateChangeEvent</Method>", 0) == 0 && at != std::string::npos) {
+            if (event.rfind("<Method>CallStateChangeEvent</Method>", 0) == 0 &&
+                at != std::string::npos) {
                 states.push_back(std::stoi(event.substr(at + 11)));
             }
         }
@@ -66,9 +68,10 @@ TEST_F(Service, TheDestinationSteersTheFarEnd) {
     request("<Method>Activate</Method>");
     for (const Case& entry : cases) {
         recorder.events.clear();
-        EXPECT_EQ(call(entry.destination), "sfiSuccess");
+        EXPECT_EQ(call(entry.destination, 1), "sfiSuccess");
         recorder.runDelayedSteps();
         EXPECT_EQ(recorder.callStates(), entry.states) << entry.destination;
+        service.control({"hangup", "1"});
     }
 }
 
@@ -101,8 +104,9 @@ TEST_F(Service, CallBacksAnswerWithTheirOwnFailureWords) {
     recorder.runDelayedSteps();
     service.control({"hangup", "4"});
     service.control({"hangup", "5"});
-    EXPECT_EQ(request("<Method>ActivateCallbackRinging</Method><Line>1001</Line><CallID>1</CallID>"),
-              "sfiSuccess");
+    EXPECT_EQ(
+        request("<Method>ActivateCallbackRinging</Method><Line>1001</Line><CallID>1</CallID>"),
+        "sfiSuccess");
     EXPECT_EQ(request("<Method>CancelCallbacks</Method><Line>1001</Line><CallID>0</CallID>"
                       "<URI>sip:2002</URI><CancelCallBackType>1</CancelCallBackType>"
                       "<DisplayOutcomeCallUI>0</DisplayOutcomeCallUI>"),

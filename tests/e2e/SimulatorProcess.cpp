@@ -41,11 +41,11 @@ SimulatorProcess::SimulatorProcess(std::vector<std::string> extraArguments) {
     socket = folder + "/service.sock";
     logPath = folder + "/simulator.log";
 
-    std::vector<std::string> arguments = {SIMULATOR_PATH, "--socket", socket, "--ring-time",
-                                          "100"};
+    std::vector<std::string> arguments = {SIMULATOR_PATH, "--socket", socket, "--ring-time", "100"};
     arguments.insert(arguments.end(), extraArguments.begin(), extraArguments.end());
     std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
+    for (std::string& argument : arguments)
+        argv.push_back(argument.data());
     argv.push_back(nullptr);
 
     posix_spawn_file_actions_t actions;
@@ -93,7 +93,8 @@ std::string SimulatorProcess::log() const {
     return text.str();
 }
 
-bool SimulatorProcess::waitForLog(const std::string& text, std::chrono::milliseconds timeout) const {
+bool SimulatorProcess::waitForLog(const std::string& text,
+                                  std::chrono::milliseconds timeout) const {
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     while (log().find(text) == std::string::npos) {
         if (std::chrono::steady_clock::now() > deadline) return false;

@@ -17,12 +17,12 @@ public:
 
 } // namespace
 
-Executable *createRemoteSubscriber() { return new RemoteSubscriber; }
+Executable* createRemoteSubscriber() { return new RemoteSubscriber; }
 
-const char *describeRemoteCalls(Executable *subscriber) {
-    auto &remote = dynamic_cast<RemoteSubscriber &>(*subscriber);
+const char* describeRemoteCalls(Executable* subscriber) {
+    auto& remote = dynamic_cast<RemoteSubscriber&>(*subscriber);
     std::ostringstream out;
-    for (const auto &call : remote.calls())
+    for (const auto& call : remote.calls())
         out << call << '\n';
     remote.described = out.str();
     return remote.described.c_str();

@@ -7,8 +7,8 @@ class Executable;
 #define REMOTE_SUBSCRIBER_API extern "C" __attribute__((visibility("default")))
 
 // A new recording subscriber; delete it as an Executable.
-REMOTE_SUBSCRIBER_API Executable *createRemoteSubscriber();
+REMOTE_SUBSCRIBER_API Executable* createRemoteSubscriber();
 
 // The callbacks it received so far, one per line: onCallHeldEvent("1001", "12").
 // Valid until the next call for the same subscriber.
-REMOTE_SUBSCRIBER_API const char *describeRemoteCalls(Executable *subscriber);
+REMOTE_SUBSCRIBER_API const char* describeRemoteCalls(Executable* subscriber);

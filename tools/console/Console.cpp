@@ -19,7 +19,8 @@ std::optional<NamedValue> splitAssignment(const std::string& word) {
 
 std::string joinWords(const std::vector<std::string>& words, std::size_t first) {
     std::string joined;
-    for (std::size_t i = first; i < words.size(); ++i) joined += (i > first ? " " : "") + words[i];
+    for (std::size_t i = first; i < words.size(); ++i)
+        joined += (i > first ? " " : "") + words[i];
     return joined;
 }
 
@@ -68,12 +69,12 @@ Console::Console(CommunicationsServiceIfc& serviceInterface, Executable& eventSu
                  EventLog& eventLog, Control controlCommand, Print printLine,
                  Settings consoleSettings)
     : service(serviceInterface), subscriber(eventSubscriber), events(eventLog),
-      control(std::move(controlCommand)), print(std::move(printLine)),
-      settings(consoleSettings) {}
+      control(std::move(controlCommand)), print(std::move(printLine)), settings(consoleSettings) {}
 
 std::string Console::help() {
     std::string text = "Operations (flags take 1/0, true/false, yes/no, on/off):\n";
-    for (const Operation& operation : operations()) text += "  " + usage(operation) + "\n";
+    for (const Operation& operation : operations())
+        text += "  " + usage(operation) + "\n";
     text += "Console commands:\n"
             "  OPERATION ARGS... => RESULT [name=value...]  check the result and outputs\n"
             "  await CALLBACK [name=value...] [within=MS]   wait for a matching event\n"
@@ -172,7 +173,8 @@ bool Console::runOperation(const std::vector<std::string>& words) {
 }
 
 bool Console::await(const std::vector<std::string>& words) {
-    if (words.size() < 2) return fail("await takes a callback name: await CALLBACK [name=value...] [within=MS]");
+    if (words.size() < 2)
+        return fail("await takes a callback name: await CALLBACK [name=value...] [within=MS]");
     std::vector<NamedValue> expected;
     std::chrono::milliseconds timeout = settings.awaitTimeout;
     for (std::size_t i = 2; i < words.size(); ++i) {
@@ -181,7 +183,8 @@ bool Console::await(const std::vector<std::string>& words) {
         if (assignment->name == "within") {
             int milliseconds = -1;
             const std::string& value = assignment->value;
-            const auto parsed = std::from_chars(value.data(), value.data() + value.size(), milliseconds);
+            const auto parsed =
+                std::from_chars(value.data(), value.data() + value.size(), milliseconds);
             if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() ||
                 milliseconds < 0) {
                 return fail("await: within= takes milliseconds, not '" + value + "'");
@@ -192,7 +195,8 @@ bool Console::await(const std::vector<std::string>& words) {
         }
     }
     std::string wanted = words[1];
-    for (const NamedValue& value : expected) wanted += " " + value.name + "=" + displayValue(value.value);
+    for (const NamedValue& value : expected)
+        wanted += " " + value.name + "=" + displayValue(value.value);
     const std::optional<RecordedEvent> event = events.await(words[1], expected, timeout);
     if (!event) {
         return fail("no event " + wanted + " within " + std::to_string(timeout.count()) + " ms");

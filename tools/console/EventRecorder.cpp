@@ -13,7 +13,8 @@ std::string show(const std::string& value) { return value; }
 
 template <typename Item> std::string show(const std::vector<Item>& items) {
     std::string joined;
-    for (const Item& item : items) joined += (joined.empty() ? "" : ",") + show(item);
+    for (const Item& item : items)
+        joined += (joined.empty() ? "" : ",") + show(item);
     return joined;
 }
 
@@ -53,29 +54,31 @@ std::string displayValue(const std::string& value) {
 
 std::string RecordedEvent::describe() const {
     std::string text = callback;
-    for (const NamedValue& entry : arguments) text += " " + entry.name + "=" + displayValue(entry.value);
+    for (const NamedValue& entry : arguments)
+        text += " " + entry.name + "=" + displayValue(entry.value);
     return text;
 }
 
-void EventRecorder::onCallStateChangeEvent(
-    const std::string& lineId, int callId, int callState, int reason, int sendOptions,
-    const std::string& uri, const std::string& name, const std::string& fullPai,
-    CallPartyInfo* callPartyInfo, int resourcePriority, int preemptionCause,
-    const std::string& preemptionText, bool callBackFeatureAvailable, int ilCallLevel,
-    int ilLocalLevel) {
+void EventRecorder::onCallStateChangeEvent(const std::string& lineId, int callId, int callState,
+                                           int reason, int sendOptions, const std::string& uri,
+                                           const std::string& name, const std::string& fullPai,
+                                           CallPartyInfo* callPartyInfo, int resourcePriority,
+                                           int preemptionCause, const std::string& preemptionText,
+                                           bool callBackFeatureAvailable, int ilCallLevel,
+                                           int ilLocalLevel) {
     const CallPartyInfo empty{};
     const CallPartyInfo& parties = callPartyInfo != nullptr ? *callPartyInfo : empty;
-    sink(Record("onCallStateChangeEvent")("lineId", lineId)("callId", callId)(
-             "callState", callState)("reason", reason)("sendOptions", sendOptions)("uri", uri)(
-             "name", name)("fullPai", fullPai)("callingParty", std::string(parties.callingParty))(
-             "callingPartyName", std::string(parties.callingPartyName))(
-             "calledParty", std::string(parties.calledParty))(
-             "calledPartyName", std::string(parties.calledPartyName))(
-             "resourcePriority", resourcePriority)("preemptionCause", preemptionCause)(
-             "preemptionText", preemptionText)("callBackFeatureAvailable",
-                                               callBackFeatureAvailable)(
-             "ilCallLevel", ilCallLevel)("ilLocalLevel", ilLocalLevel)
-             .event);
+    sink(
+        Record("onCallStateChangeEvent")("lineId", lineId)("callId", callId)(
+            "callState", callState)("reason", reason)("sendOptions", sendOptions)("uri", uri)(
+            "name", name)("fullPai", fullPai)("callingParty", std::string(parties.callingParty))(
+            "callingPartyName", std::string(parties.callingPartyName))(
+            "calledParty", std::string(parties.calledParty))("calledPartyName",
+                                                             std::string(parties.calledPartyName))(
+            "resourcePriority", resourcePriority)("preemptionCause", preemptionCause)(
+            "preemptionText", preemptionText)("callBackFeatureAvailable", callBackFeatureAvailable)(
+            "ilCallLevel", ilCallLevel)("ilLocalLevel", ilLocalLevel)
+            .event);
 }
 
 void EventRecorder::onRegistrationStateChangeEvent(const std::string& lineId, int callId,
@@ -85,20 +88,22 @@ void EventRecorder::onRegistrationStateChangeEvent(const std::string& lineId, in
              .event);
 }
 
-void EventRecorder::onIncomingCallEvent(
-    const std::string& lineId, int callId, const std::string& uri, const std::string& name,
-    const std::string& fullPai, const std::string& alertUri, const std::string& alertInfoParam,
-    bool alertAutoAnswer, int callType, const std::string& diversionUri,
-    const std::string& diversionName, int diversionReason, bool zipAutoAnswer,
-    int resourcePriority, int ilCallLevel, int ilLocalLevel, bool isVideoCall) {
-    sink(Record("onIncomingCallEvent")("lineId", lineId)("callId", callId)("uri", uri)(
-             "name", name)("fullPai", fullPai)("alertUri", alertUri)(
-             "alertInfoParam", alertInfoParam)("alertAutoAnswer", alertAutoAnswer)(
-             "callType", callType)("diversionUri", diversionUri)("diversionName", diversionName)(
-             "diversionReason", diversionReason)("zipAutoAnswer", zipAutoAnswer)(
-             "resourcePriority", resourcePriority)("ilCallLevel", ilCallLevel)(
-             "ilLocalLevel", ilLocalLevel)("isVideoCall", isVideoCall)
-             .event);
+void EventRecorder::onIncomingCallEvent(const std::string& lineId, int callId,
+                                        const std::string& uri, const std::string& name,
+                                        const std::string& fullPai, const std::string& alertUri,
+                                        const std::string& alertInfoParam, bool alertAutoAnswer,
+                                        int callType, const std::string& diversionUri,
+                                        const std::string& diversionName, int diversionReason,
+                                        bool zipAutoAnswer, int resourcePriority, int ilCallLevel,
+                                        int ilLocalLevel, bool isVideoCall) {
+    sink(
+        Record("onIncomingCallEvent")("lineId", lineId)("callId", callId)("uri", uri)("name", name)(
+            "fullPai", fullPai)("alertUri", alertUri)("alertInfoParam", alertInfoParam)(
+            "alertAutoAnswer", alertAutoAnswer)("callType", callType)("diversionUri", diversionUri)(
+            "diversionName", diversionName)("diversionReason", diversionReason)(
+            "zipAutoAnswer", zipAutoAnswer)("resourcePriority", resourcePriority)(
+            "ilCallLevel", ilCallLevel)("ilLocalLevel", ilLocalLevel)("isVideoCall", isVideoCall)
+            .event);
 }
 
 void EventRecorder::onIncomingPickupCallEvent(const std::string& lineId, int callId,
@@ -138,11 +143,11 @@ void EventRecorder::onFeatureFailedEvent(const std::string& lineId, int callId, 
 void EventRecorder::onRemoteEndpointDetailsChangedEvent(const std::string& lineId, int callId,
                                                         const std::string& uri,
                                                         const std::string& name,
-                                                        const std::string& fullPai,
-                                                        bool exitConf, bool jointCall) {
+                                                        const std::string& fullPai, bool exitConf,
+                                                        bool jointCall) {
     sink(Record("onRemoteEndpointDetailsChangedEvent")("lineId", lineId)("callId", callId)(
-             "uri", uri)("name", name)("fullPai", fullPai)("exitConf", exitConf)(
-             "jointCall", jointCall)
+             "uri", uri)("name", name)("fullPai", fullPai)("exitConf", exitConf)("jointCall",
+                                                                                 jointCall)
              .event);
 }
 
@@ -165,15 +170,15 @@ void EventRecorder::onCallForwardedEvent(const std::string& lineId, int callId,
                                          const std::string& newDestination, int reason) {
     sink(Record("onCallForwardedEvent")("lineId", lineId)("callId", callId)(
              "callingParty", callingParty)("callingPartyName", callingPartyName)(
-             "callingPartyFullPai", callingPartyFullPai)("newDestination", newDestination)(
-             "reason", reason)
+             "callingPartyFullPai", callingPartyFullPai)("newDestination", newDestination)("reason",
+                                                                                           reason)
              .event);
 }
 
 void EventRecorder::onIncomingAssociatedCallEvent(const std::string& lineId, int currentCallId,
                                                   int newCallId) {
-    sink(Record("onIncomingAssociatedCallEvent")("lineId", lineId)(
-             "currentCallId", currentCallId)("newCallId", newCallId)
+    sink(Record("onIncomingAssociatedCallEvent")("lineId", lineId)("currentCallId", currentCallId)(
+             "newCallId", newCallId)
              .event);
 }
 
@@ -188,8 +193,7 @@ void EventRecorder::onMessageWaitingEvent(const std::string& lineId, int type,
     sink(Record("onMessageWaitingEvent")("lineId", lineId)("type", type)(
              "newMessages", newMessages)("oldMessages", oldMessages)(
              "newUrgentMessages", newUrgentMessages)("oldUrgentMessages", oldUrgentMessages)(
-             "returnType", returnType)("availInfo", availInfo)("messagesWaiting",
-                                                               messagesWaiting)(
+             "returnType", returnType)("availInfo", availInfo)("messagesWaiting", messagesWaiting)(
              "voiceMailNumber", voiceMailNumber)
              .event);
 }
@@ -206,22 +210,21 @@ void EventRecorder::onAgentStateEvent(const std::string& deviceId, const std::st
 void EventRecorder::onSecurityStatusChanged(const std::string& lineURI, int callId,
                                             int securityStatus, std::vector<int>& callIdsRecorded,
                                             std::vector<std::string>& callLineURIsRecorded) {
-    sink(Record("onSecurityStatusChanged")("lineURI", lineURI)("callId", callId)(
-             "securityStatus", securityStatus)("callIdsRecorded", callIdsRecorded)(
-             "callLineURIsRecorded", callLineURIsRecorded)
+    sink(Record("onSecurityStatusChanged")("lineURI", lineURI)("callId", callId)("securityStatus",
+                                                                                 securityStatus)(
+             "callIdsRecorded", callIdsRecorded)("callLineURIsRecorded", callLineURIsRecorded)
              .event);
 }
 
 void EventRecorder::onCallRecordingStatusEvent(const std::string& lineId, int callId,
                                                const std::string& callRecorded) {
-    sink(Record("onCallRecordingStatusEvent")("lineId", lineId)("callId", callId)(
-             "callRecorded", callRecorded)
+    sink(Record("onCallRecordingStatusEvent")("lineId", lineId)("callId", callId)("callRecorded",
+                                                                                  callRecorded)
              .event);
 }
 
-void EventRecorder::onPreemptionStatusChanged(const std::string& lineURI, int callId,
-                                              int priority, int cause,
-                                              const std::string& reason) {
+void EventRecorder::onPreemptionStatusChanged(const std::string& lineURI, int callId, int priority,
+                                              int cause, const std::string& reason) {
     sink(Record("onPreemptionStatusChanged")("lineURI", lineURI)("callId", callId)(
              "priority", priority)("cause", cause)("reason", reason)
              .event);
@@ -245,21 +248,20 @@ void EventRecorder::onServerFeatureStatusEvent(const std::string& lineURI,
 
 void EventRecorder::onB2buaCSTAResponse(const std::string& lineURI, bool success,
                                         std::string& cstaResponse) {
-    sink(Record("onB2buaCSTAResponse")("lineURI", lineURI)("success", success)(
-             "cstaResponse", cstaResponse)
+    sink(Record("onB2buaCSTAResponse")("lineURI", lineURI)("success", success)("cstaResponse",
+                                                                               cstaResponse)
              .event);
 }
 
 void EventRecorder::onB2buaCSTAEventOrRequest(const std::string& lineURI,
                                               std::string& cstaMessage) {
-    sink(Record("onB2buaCSTAEventOrRequest")("lineURI", lineURI)("cstaMessage", cstaMessage)
-             .event);
+    sink(Record("onB2buaCSTAEventOrRequest")("lineURI", lineURI)("cstaMessage", cstaMessage).event);
 }
 
 void EventRecorder::onConferenceStatusEvent(const std::string& lineId, int callId,
                                             const std::string& xmlContent) {
-    sink(Record("onConferenceStatusEvent")("lineId", lineId)("callId", callId)(
-             "xmlContent", xmlContent)
+    sink(Record("onConferenceStatusEvent")("lineId", lineId)("callId", callId)("xmlContent",
+                                                                               xmlContent)
              .event);
 }
 
@@ -267,8 +269,7 @@ void EventRecorder::onCallCompletionEvent(const std::string& lineId, const std::
                                           int callCompletionType, int callCompletionState,
                                           bool displayOutcomeCallUI) {
     sink(Record("onCallCompletionEvent")("lineId", lineId)("uri", uri)(
-             "callCompletionType", callCompletionType)("callCompletionState",
-                                                       callCompletionState)(
+             "callCompletionType", callCompletionType)("callCompletionState", callCompletionState)(
              "displayOutcomeCallUI", displayOutcomeCallUI)
              .event);
 }
@@ -284,8 +285,8 @@ void EventRecorder::onBluetoothAudioStatusChanged(const std::string& lineId, int
                                                   bool audioEnabled, bool audioGateway,
                                                   bool inBandRinging) {
     sink(Record("onBluetoothAudioStatusChanged")("lineId", lineId)("callId", callId)(
-             "audioEnabled", audioEnabled)("audioGateway", audioGateway)(
-             "inBandRinging", inBandRinging)
+             "audioEnabled", audioEnabled)("audioGateway", audioGateway)("inBandRinging",
+                                                                         inBandRinging)
              .event);
 }
 

@@ -61,9 +61,8 @@ public:
                                    const std::string& name, const std::string& fullPai) override;
     void onCallHeldEvent(const std::string& lineId, int callId) override;
     void onCallRetrievedEvent(const std::string& lineId, int callId, const std::string& uri,
-                              const std::string& name, const std::string& fullPai,
-                              int ilCallLevel, int ilLocalLevel,
-                              bool connectedToMediaServer) override;
+                              const std::string& name, const std::string& fullPai, int ilCallLevel,
+                              int ilLocalLevel, bool connectedToMediaServer) override;
     void onFeatureSuccessEvent(const std::string& lineId, int callId, int feature) override;
     void onFeatureFailedEvent(const std::string& lineId, int callId, int feature,
                               int featureFailure) override;
@@ -72,13 +71,11 @@ public:
                                              const std::string& fullPai, bool exitConf,
                                              bool jointCall) override;
     void onIncomingCallMissedEvent(const std::string& lineId, int callId, const std::string& uri,
-                                   const std::string& name, const std::string& fullPai,
-                                   int reason, const std::string& diversionUri,
-                                   const std::string& diversionName,
-                                   int diversionReason) override;
+                                   const std::string& name, const std::string& fullPai, int reason,
+                                   const std::string& diversionUri,
+                                   const std::string& diversionName, int diversionReason) override;
     void onCallForwardedEvent(const std::string& lineId, int callId,
-                              const std::string& callingParty,
-                              const std::string& callingPartyName,
+                              const std::string& callingParty, const std::string& callingPartyName,
                               const std::string& callingPartyFullPai,
                               const std::string& newDestination, int reason) override;
     void onIncomingAssociatedCallEvent(const std::string& lineId, int currentCallId,

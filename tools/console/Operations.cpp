@@ -76,8 +76,8 @@ std::vector<Operation> makeOperations() {
         {"callClear",
          {kLine, kCallId, {"cause", Kind::Integer}},
          [](S s, E, A a) {
-             return code(s.callClear(a.text(0), a.integer(1),
-                                     static_cast<CSTAEventCause>(a.integer(2))));
+             return code(
+                 s.callClear(a.text(0), a.integer(1), static_cast<CSTAEventCause>(a.integer(2))));
          }},
         {"outgoingCallMake",
          {kLine,
@@ -221,11 +221,14 @@ std::vector<Operation> makeOperations() {
              std::vector<std::string> devices;
              const int result = s.getDevices(devices);
              std::string joined;
-             for (const std::string& device : devices) joined += (joined.empty() ? "" : ",") + device;
+             for (const std::string& device : devices)
+                 joined += (joined.empty() ? "" : ",") + device;
              return Outcome{resultName(result), {{"devices", joined}}};
          }},
         {"conferenceCall",
-         {kLine, {"activeCall", Kind::Integer}, {"heldCall", Kind::Integer},
+         {kLine,
+          {"activeCall", Kind::Integer},
+          {"heldCall", Kind::Integer},
           {"feature", Kind::Integer}},
          [](S s, E, A a) {
              return code(s.conferenceCall(a.text(0), a.integer(1), a.integer(2),
@@ -240,19 +243,16 @@ std::vector<Operation> makeOperations() {
         {"getManualHoldIndication",
          {kLine, kCallId},
          [](S s, E, A a) { return truth(s.getManualHoldIndication(a.text(0), a.integer(1))); }},
-        {"alternateCalls",
-         {kLine},
-         [](S s, E, A a) { return code(s.alternateCalls(a.text(0))); }},
+        {"alternateCalls", {kLine}, [](S s, E, A a) { return code(s.alternateCalls(a.text(0))); }},
         {"getMessageWaitingIndicator",
          {},
          [](S s, E, A) {
              int type = 0, returnType = 0, availableInfo = 0, messagesWaiting = 0;
              unsigned int newMsgs = 0, oldMsgs = 0, newUrgent = 0, oldUrgent = 0;
              std::string voiceMailNumber;
-             const int result =
-                 s.getMessageWaitingIndicator(type, newMsgs, oldMsgs, newUrgent, oldUrgent,
-                                              returnType, availableInfo, messagesWaiting,
-                                              voiceMailNumber);
+             const int result = s.getMessageWaitingIndicator(type, newMsgs, oldMsgs, newUrgent,
+                                                             oldUrgent, returnType, availableInfo,
+                                                             messagesWaiting, voiceMailNumber);
              return Outcome{resultName(result),
                             {{"type", std::to_string(type)},
                              {"newMsgs", std::to_string(newMsgs)},

@@ -63,7 +63,8 @@ public:
         rl_save_prompt();
         rl_replace_line("", 0);
         rl_redisplay();
-        for (const std::string& line : lines) printNow(line);
+        for (const std::string& line : lines)
+            printNow(line);
         rl_restore_prompt();
         rl_replace_line(typed, 0);
         rl_point = point;
@@ -148,7 +149,8 @@ int runScript(console::Console& console, std::istream& input, const std::string&
             return 1;
         }
     }
-    output.printNow("# " + source + ": all " + std::to_string(steps) + " steps gave what they expected");
+    output.printNow("# " + source + ": all " + std::to_string(steps) +
+                    " steps gave what they expected");
     return 0;
 }
 

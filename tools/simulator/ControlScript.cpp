@@ -21,11 +21,11 @@ std::vector<std::string> splitWords(std::string_view line) {
 
 bool isControlCommand(const std::string& name) {
     static const std::vector<std::string> names = {
-        "incomingCall", "missedCall",   "hangup",       "answer",      "colleagueCall",
-        "voicemail",    "registrationLost", "register", "preempt",     "impactLevel",
-        "recording",    "bluetooth",    "cstaEvent",    "systemStatus", "addDevice",
-        "removeDevice", "calleeFree",   "show",         "lastRequest", "nextAnswer",
-        "delayAnswers", "clients",      "help",
+        "incomingCall", "missedCall",       "hangup",    "answer",       "colleagueCall",
+        "voicemail",    "registrationLost", "register",  "preempt",      "impactLevel",
+        "recording",    "bluetooth",        "cstaEvent", "systemStatus", "addDevice",
+        "removeDevice", "calleeFree",       "show",      "lastRequest",  "nextAnswer",
+        "delayAnswers", "clients",          "help",
     };
     return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -55,7 +55,8 @@ std::vector<ScriptStep> parseControlScript(std::string_view text, const std::str
             pendingWait += std::chrono::milliseconds(milliseconds);
             continue;
         }
-        if (!isControlCommand(words.front())) fail("unknown control command '" + words.front() + "'");
+        if (!isControlCommand(words.front()))
+            fail("unknown control command '" + words.front() + "'");
         steps.push_back({lineNumber, pendingWait, words});
         pendingWait = std::chrono::milliseconds(0);
     }

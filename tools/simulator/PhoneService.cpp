@@ -29,7 +29,9 @@ class Event {
 public:
     // Fields alone, as the tagged answers of queries carry them.
     Event() = default;
-    explicit Event(const char* method) { text.append("<Method>").append(method).append("</Method>"); }
+    explicit Event(const char* method) {
+        text.append("<Method>").append(method).append("</Method>");
+    }
     Event& field(const char* tag, const std::string& value) {
         text.append("<").append(tag).append(">").append(value).append("</").append(tag).append(">");
         return *this;
@@ -76,8 +78,8 @@ std::string truncated(const std::string& text) { return text.substr(0, kPartyTex
 // Names of the far ends that the simulator knows; the first four steer the outcome.
 const std::map<std::string, std::string>& directory() {
     static const std::map<std::string, std::string> names = {
-        {"2001", "Anna Berg"},   {"2002", "Ben Carter"}, {"2003", "Chris Dale"},
-        {"2004", "Dana Evans"},  {"2005", "Erik Fischer"}, {"3003", "Front Desk"},
+        {"2001", "Anna Berg"},  {"2002", "Ben Carter"},   {"2003", "Chris Dale"},
+        {"2004", "Dana Evans"}, {"2005", "Erik Fischer"}, {"3003", "Front Desk"},
         {"8000", "Voice Mail"},
     };
     return names;
@@ -98,16 +100,16 @@ bool isActive(CallState state) {
 
 } // namespace
 
-std::string PhoneService::Party::fullPai() const {
-    return "\"" + name + "\" <" + uri + ">";
-}
+std::string PhoneService::Party::fullPai() const { return "\"" + name + "\" <" + uri + ">"; }
 
 PhoneService::PhoneService(ServiceSettings serviceSettings, EventSink& eventSink,
                            Scheduler& stepScheduler)
     : settings(std::move(serviceSettings)), events(eventSink), scheduler(stepScheduler),
       devices(settings.lines) {
-    for (const std::string& line : settings.lines) lines[line];
-    for (int type = 0; type <= 2; ++type) forwarding[type];
+    for (const std::string& line : settings.lines)
+        lines[line];
+    for (int type = 0; type <= 2; ++type)
+        forwarding[type];
     messageWaiting.line = settings.lines.empty() ? std::string() : settings.lines.front();
 }
 
@@ -200,7 +202,8 @@ PhoneService::Call* PhoneService::findCall(const std::string& line, int id) {
 
 int PhoneService::allocateCallId(int wanted) {
     if (wanted > 0 && calls.count(wanted) == 0 && pickupOffers.count(wanted) == 0) return wanted;
-    while (calls.count(nextCallId) != 0 || pickupOffers.count(nextCallId) != 0) ++nextCallId;
+    while (calls.count(nextCallId) != 0 || pickupOffers.count(nextCallId) != 0)
+        ++nextCallId;
     return nextCallId++;
 }
 
@@ -209,27 +212,27 @@ void PhoneService::publishCallState(const Call& call, int reason,
     const Party local = linePartyFor(call.line);
     const Party& calling = call.incoming ? call.remote : local;
     const Party& called = call.incoming ? local : call.remote;
-    events.publish(Event("CallStateChangeEvent")
-                       .field("LineID", call.line)
-                       .field("CallID", call.id)
-                       .field("CallState", call.state)
-                       .field("Reason", reason)
-                       .field("SendOptions", 0L)
-                       .field("URI", call.remote.uri)
-                       .field("Name", call.remote.name)
-                       .field("FullPAI", call.remote.fullPai())
-                       .field("GPUCLG", calling.uri)
-                       .field("GPUCLGName", calling.name)
-                       .field("GPUCLD", called.uri)
-                       .field("GPUCLDName", called.name)
-                       .field("ResourcePriority", call.priority)
-                       .field("PreemptionCause", preemptionText.empty() ? 0L : 1L)
-                       .field("PreemptionText", preemptionText)
-                       .flag("CallBackFearureAvailable",
-                             call.state == kBusy || call.state == kRingback)
-                       .field("ILCallLevel", 0L)
-                       .field("ILLocalLevel", 0L)
-                       .str());
+    events.publish(
+        Event("CallStateChangeEvent")
+            .field("LineID", call.line)
+            .field("CallID", call.id)
+            .field("CallState", call.state)
+            .field("Reason", reason)
+            .field("SendOptions", 0L)
+            .field("URI", call.remote.uri)
+            .field("Name", call.remote.name)
+            .field("FullPAI", call.remote.fullPai())
+            .field("GPUCLG", calling.uri)
+            .field("GPUCLGName", calling.name)
+            .field("GPUCLD", called.uri)
+            .field("GPUCLDName", called.name)
+            .field("ResourcePriority", call.priority)
+            .field("PreemptionCause", preemptionText.empty() ? 0L : 1L)
+            .field("PreemptionText", preemptionText)
+            .flag("CallBackFearureAvailable", call.state == kBusy || call.state == kRingback)
+            .field("ILCallLevel", 0L)
+            .field("ILLocalLevel", 0L)
+            .str());
 }
 
 void PhoneService::publishFeature(const std::string& line, int callId, int feature) {
@@ -648,7 +651,8 @@ std::optional<std::string> PhoneService::removeConferenceParticipant(const Parse
     const std::string line = conference->second.line;
     const Party leaving = partyFor(request.text("remoteParticipant"));
     for (auto& [id, call] : calls) {
-        if (call.line == line && call.state == kConferenced && call.remote.number == leaving.number) {
+        if (call.line == line && call.state == kConferenced &&
+            call.remote.number == leaving.number) {
             events.publish(Event("RemoteEndpointDetailsChangedEvent")
                                .field("LineID", line)
                                .field("CallID", id)
@@ -670,8 +674,8 @@ std::optional<std::string> PhoneService::removeConferenceParticipant(const Parse
 std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("activeCall"));
     const std::string& digits = request.text("digits");
-    const bool dialable = !digits.empty() && digits.find_first_not_of("0123456789*#ABCD") ==
-                                                 std::string::npos;
+    const bool dialable =
+        !digits.empty() && digits.find_first_not_of("0123456789*#ABCD") == std::string::npos;
     if (call == nullptr || !isActive(call->state) || !dialable) return kFailure;
     return kSuccess;
 }
@@ -679,9 +683,8 @@ std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& req
 std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& request) {
     const std::string& line = request.text("Line");
     const std::string extension = partyFor(request.text("CallToBePickedUp")).number;
-    auto offer = std::find_if(pickupOffers.begin(), pickupOffers.end(), [&](const auto& entry) {
-        return entry.second.line == extension;
-    });
+    auto offer = std::find_if(pickupOffers.begin(), pickupOffers.end(),
+                              [&](const auto& entry) { return entry.second.line == extension; });
     if (!knownLine(line) || offer == pickupOffers.end()) {
         publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
         return kFailure;
@@ -910,7 +913,8 @@ std::optional<std::string> PhoneService::getMessageWaiting(const ParsedRequest&)
 
 std::optional<std::string> PhoneService::getDevices(const ParsedRequest&) {
     std::string list;
-    for (const std::string& device : devices) list += "<" + device + ">";
+    for (const std::string& device : devices)
+        list += "<" + device + ">";
     return list;
 }
 
@@ -943,10 +947,12 @@ std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& reques
         const std::size_t end = document.find_first_of(" />\t\r\n", open + 1);
         if (end != std::string::npos) root = document.substr(open + 1, end - open - 1);
     }
-    const std::string ns = "xmlns=\"http://www.ecma-international.org/standards/ecma-323/csta/ed4\"";
+    const std::string ns =
+        "xmlns=\"http://www.ecma-international.org/standards/ecma-323/csta/ed4\"";
     std::string response;
     if (root.empty()) {
-        response = "<CSTAErrorCode " + ns + "><operation>invalidParameterValue</operation></CSTAErrorCode>";
+        response = "<CSTAErrorCode " + ns +
+                   "><operation>invalidParameterValue</operation></CSTAErrorCode>";
     } else {
         response = "<" + root + "Response " + ns + "/>";
     }
@@ -974,15 +980,16 @@ std::optional<std::string> PhoneService::callbackFeatureCallId(const ParsedReque
 }
 
 std::optional<std::string> PhoneService::setAgentState(const ParsedRequest& request) {
-    static const std::vector<std::string> states = {"loggedOn", "loggedOff", "ready",
-                                                    "notReady", "workingAfterCall"};
+    static const std::vector<std::string> states = {"loggedOn", "loggedOff", "ready", "notReady",
+                                                    "workingAfterCall"};
     const std::string& line = request.text("Line");
     const std::string& state = request.text("agentState");
     if (!knownLine(line) || std::find(states.begin(), states.end(), state) == states.end()) {
         return kFailure;
     }
     lines[line].agentState = state;
-    events.publish(Event("AgentStateEvent").field("deviceId", line).field("agentState", state).str());
+    events.publish(
+        Event("AgentStateEvent").field("deviceId", line).field("agentState", state).str());
     return kSuccess;
 }
 

@@ -21,10 +21,11 @@ using Socket = asio::local::stream_protocol::socket;
 
 constexpr const char* kProtocol = "CommunicationsServiceProtocol";
 
-const char* kServerHelp = "lastRequest                        the last request text of this client\n"
-                          "nextAnswer TEXT                    answer this client's next request so\n"
-                          "delayAnswers MS                    hold every answer back that long\n"
-                          "clients                            the connected clients\n";
+const char* kServerHelp =
+    "lastRequest                        the last request text of this client\n"
+    "nextAnswer TEXT                    answer this client's next request so\n"
+    "delayAnswers MS                    hold every answer back that long\n"
+    "clients                            the connected clients\n";
 
 // Refuses to take over a socket that another simulator still serves; removes a stale one.
 void claimSocketPath(asio::io_context& io, const std::string& path) {
@@ -72,7 +73,8 @@ private:
         asio::async_read(socket, asio::buffer(header),
                          [self = shared_from_this()](const asio::error_code& error, std::size_t) {
                              if (error) return self->readFailed(error);
-                             const std::uint32_t size = desktop::wire::bodySize(self->header.data());
+                             const std::uint32_t size =
+                                 desktop::wire::bodySize(self->header.data());
                              if (size > desktop::wire::kMaxBodySize) {
                                  return self->close("sent a frame of " + std::to_string(size) +
                                                     " bytes, more than the limit of " +
@@ -85,18 +87,18 @@ private:
     }
 
     void readBody() {
-        asio::async_read(socket, asio::buffer(body),
-                         [self = shared_from_this()](const asio::error_code& error, std::size_t) {
-                             if (error) return self->readFailed(error);
-                             std::string problem;
-                             std::optional<Frame> frame = desktop::wire::decode(self->body, problem);
-                             if (!frame) {
-                                 return self->close("sent a malformed frame (" + problem +
-                                                    "); disconnected");
-                             }
-                             self->server.received(self, std::move(*frame));
-                             if (self->socket.is_open()) self->readHeader();
-                         });
+        asio::async_read(
+            socket, asio::buffer(body),
+            [self = shared_from_this()](const asio::error_code& error, std::size_t) {
+                if (error) return self->readFailed(error);
+                std::string problem;
+                std::optional<Frame> frame = desktop::wire::decode(self->body, problem);
+                if (!frame) {
+                    return self->close("sent a malformed frame (" + problem + "); disconnected");
+                }
+                self->server.received(self, std::move(*frame));
+                if (self->socket.is_open()) self->readHeader();
+            });
     }
 
     void readFailed(const asio::error_code& error) {
@@ -109,8 +111,7 @@ private:
                           [self = shared_from_this()](const asio::error_code& error, std::size_t) {
                               if (error) {
                                   self->outbox.clear();
-                                  return self->close("could not be written to: " +
-                                                     error.message());
+                                  return self->close("could not be written to: " + error.message());
                               }
                               self->outbox.pop_front();
                               if (!self->outbox.empty()) self->writeNext();
@@ -154,7 +155,8 @@ void Server::stop() {
 void Server::accept() {
     acceptor.async_accept([this](const asio::error_code& error, Socket socket) {
         if (error) {
-            if (error != asio::error::operation_aborted) log("accepting failed: " + error.message());
+            if (error != asio::error::operation_aborted)
+                log("accepting failed: " + error.message());
             return;
         }
         const int number = nextSessionNumber++;
@@ -180,9 +182,11 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         return;
     case Kind::Control: {
         holdingEvents = true;
+        // A command that changes the answer delay is itself answered under the old one.
+        const std::chrono::milliseconds delay = answerDelay;
         std::string reply = control(frame.text, session.get());
         if (verbose) log(client + " control '" + frame.text + "' -> " + reply);
-        answer(session, frame.id, std::move(reply));
+        answer(session, frame.id, std::move(reply), delay);
         flushEvents();
         return;
     }
@@ -207,10 +211,10 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     session->lastRequest = frame.text;
     auto refuse = [&](const std::string& problem) {
         log(client + ": " + problem + (awaited ? "; answered sfiFailure" : "; ignored"));
-        if (awaited) answer(session, frame.id, "sfiFailure");
+        if (awaited) answer(session, frame.id, "sfiFailure", answerDelay);
     };
     if (awaited && session->forcedAnswer) {
-        answer(session, frame.id, *session->forcedAnswer);
+        answer(session, frame.id, *session->forcedAnswer, answerDelay);
         session->forcedAnswer.reset();
         return;
     }
@@ -236,13 +240,14 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     }
     std::optional<std::string> reply = service->handle(request);
     if (verbose) log(client + " " + request.method + " -> " + reply.value_or("(one way)"));
-    if (awaited) answer(session, frame.id, reply.value_or(std::string()));
+    if (awaited) answer(session, frame.id, reply.value_or(std::string()), answerDelay);
 }
 
-void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text) {
+void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
+                    std::chrono::milliseconds delay) {
     Frame frame{Kind::Answer, id, {}, std::move(text)};
-    if (answerDelay.count() == 0) return session->send(frame);
-    auto timer = std::make_shared<asio::steady_timer>(io, answerDelay);
+    if (delay.count() == 0) return session->send(frame);
+    auto timer = std::make_shared<asio::steady_timer>(io, delay);
     timer->async_wait([timer, session, frame](const asio::error_code&) { session->send(frame); });
 }
 
@@ -263,7 +268,8 @@ void Server::flushEvents() {
     holdingEvents = false;
     std::vector<std::string> events;
     events.swap(heldEvents);
-    for (const std::string& event : events) publish(event);
+    for (const std::string& event : events)
+        publish(event);
 }
 
 void Server::after(std::chrono::milliseconds delay, std::function<void()> step) {
@@ -303,7 +309,8 @@ std::string Server::control(const std::string& command, Session* session) {
         for (const auto& [number, client] : sessions) {
             list += "\nclient " + std::to_string(number) + " protocol '" + client->protocol +
                     "' channels";
-            for (const std::string& channel : client->channels) list += " " + channel;
+            for (const std::string& channel : client->channels)
+                list += " " + channel;
         }
         return list;
     }

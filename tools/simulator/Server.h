@@ -43,7 +43,8 @@ private:
     void received(const std::shared_ptr<Session>& session, desktop::wire::Frame frame);
     void serveRequest(const std::shared_ptr<Session>& session, const desktop::wire::Frame& frame);
     std::string control(const std::string& command, Session* session);
-    void answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text);
+    void answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
+                std::chrono::milliseconds delay);
     void flushEvents();
     void forget(int sessionNumber);
 

@@ -34,7 +34,8 @@ void runScript(simulator::Server& server, std::shared_ptr<std::vector<simulator:
     server.after(step.wait, [&server, steps, index, source] {
         const simulator::ScriptStep& current = (*steps)[index];
         std::string command;
-        for (const std::string& word : current.words) command += (command.empty() ? "" : " ") + word;
+        for (const std::string& word : current.words)
+            command += (command.empty() ? "" : " ") + word;
         logLine("script " + source + ":" + std::to_string(current.lineNumber) + " " + command +
                 " -> " + server.control(command));
         runScript(server, steps, index + 1, source);
@@ -43,7 +44,8 @@ void runScript(simulator::Server& server, std::shared_ptr<std::vector<simulator:
 
 int sendControl(const std::string& socketPath, const std::vector<std::string>& words) {
     std::string command;
-    for (const std::string& word : words) command += (command.empty() ? "" : " ") + word;
+    for (const std::string& word : words)
+        command += (command.empty() ? "" : " ") + word;
     asio::io_context io;
     asio::local::stream_protocol::socket socket(io);
     asio::error_code error;
@@ -116,7 +118,8 @@ int main(int argc, char** argv) {
             }
         }
         std::vector<simulator::ScriptStep> steps;
-        if (!scriptPath.empty()) steps = simulator::parseControlScript(readFile(scriptPath), scriptPath);
+        if (!scriptPath.empty())
+            steps = simulator::parseControlScript(readFile(scriptPath), scriptPath);
         settings.ringTime = std::chrono::milliseconds(ringTime);
 
         std::signal(SIGPIPE, SIG_IGN);
@@ -132,8 +135,9 @@ int main(int argc, char** argv) {
         });
         server.serve(service);
         if (!steps.empty()) {
-            runScript(server, std::make_shared<std::vector<simulator::ScriptStep>>(std::move(steps)),
-                      0, scriptPath);
+            runScript(server,
+                      std::make_shared<std::vector<simulator::ScriptStep>>(std::move(steps)), 0,
+                      scriptPath);
         }
         io.run();
     } catch (const std::exception& error) {

@@ -10,8 +10,8 @@
 #include <memory>
 #include <string>
 
-#include "framework/Executable.h"
 #include "desktop/Wire.h"
+#include "framework/Executable.h"
 #include "framework/ProxyRequest.h"
 
 class CommunicationsServiceIfc;
@@ -62,8 +62,7 @@ public:
     // Each returns 0 when the service took the message (and answered, where one is
     // awaited) and -1 otherwise.
     int sendRequest(const std::string& request, std::string& response) override;
-    int sendRequestTimed(const std::string& request, std::string& response,
-                         int timeout) override;
+    int sendRequestTimed(const std::string& request, std::string& response, int timeout) override;
     int sendSubscribe(const std::string& request, std::string& response,
                       const std::string& channelName, int timeout) override;
     int sendOneWay(const std::string& message) override;
@@ -102,9 +101,8 @@ public:
 
     // Gives the subscriber its channel name, which the framework context then reports
     // to the proxy's subscribe, and routes the events for that channel to it. The
-    // subscriber must outlive the host or be detached first.
+    // subscriber must outlive the host.
     void attach(Executable& subscriber, const std::string& channelName);
-    void detach(Executable& subscriber);
 
     // Events whose handling the invoker has confirmed through its InvokerResponse.
     std::size_t eventsHandled() const;

@@ -30,16 +30,16 @@ struct RecordedCall {
     std::vector<std::string> arguments;
 };
 
-inline bool operator==(const RecordedCall &left, const RecordedCall &right) {
+inline bool operator==(const RecordedCall& left, const RecordedCall& right) {
     return left.callback == right.callback && left.arguments == right.arguments;
 }
 
-inline bool operator!=(const RecordedCall &left, const RecordedCall &right) {
+inline bool operator!=(const RecordedCall& left, const RecordedCall& right) {
     return !(left == right);
 }
 
 // Prints onCallHeldEvent("L1", "7"); test frameworks use it in their failure messages.
-inline std::ostream &operator<<(std::ostream &out, const RecordedCall &call) {
+inline std::ostream& operator<<(std::ostream& out, const RecordedCall& call) {
     out << call.callback << '(';
     for (std::size_t i = 0; i < call.arguments.size(); ++i) {
         out << (i == 0 ? "" : ", ") << '"' << call.arguments[i] << '"';
@@ -52,10 +52,10 @@ inline std::ostream &operator<<(std::ostream &out, const RecordedCall &call) {
 inline std::string toText(int value) { return std::to_string(value); }
 inline std::string toText(unsigned int value) { return std::to_string(value); }
 inline std::string toText(bool value) { return value ? "true" : "false"; }
-inline std::string toText(const std::string &value) { return value; }
-inline std::string toText(const char *value) { return value; }
+inline std::string toText(const std::string& value) { return value; }
+inline std::string toText(const char* value) { return value; }
 
-inline std::string toText(const std::vector<int> &values) {
+inline std::string toText(const std::vector<int>& values) {
     std::string text = "[";
     for (std::size_t i = 0; i < values.size(); ++i) {
         text.append(i == 0 ? "" : ", ").append(std::to_string(values[i]));
@@ -63,7 +63,7 @@ inline std::string toText(const std::vector<int> &values) {
     return text + "]";
 }
 
-inline std::string toText(const std::vector<std::string> &values) {
+inline std::string toText(const std::vector<std::string>& values) {
     std::string text = "[";
     for (std::size_t i = 0; i < values.size(); ++i) {
         text.append(i == 0 ? "\"" : ", \"").append(values[i]).append("\"");
@@ -78,7 +78,7 @@ template <std::size_t Width> std::string fieldText(const char (&field)[Width]) {
 }
 
 // The nine fields of a call party record in their order; one text "null" for no record.
-inline std::vector<std::string> toTexts(const CallPartyInfo *info) {
+inline std::vector<std::string> toTexts(const CallPartyInfo* info) {
     if (info == nullptr) return {"null"};
     return {fieldText(info->reservedText1),   fieldText(info->reservedText2),
             fieldText(info->reservedText3),   fieldText(info->reservedText4),
@@ -89,27 +89,27 @@ inline std::vector<std::string> toTexts(const CallPartyInfo *info) {
 
 class RecordingSubscriber : public Executable, public CommunicationsServiceEventIfc {
 public:
-    void init(Context & /*context*/) override {}
+    void init(Context& /*context*/) override {}
     void shutdown() override {}
 
     // Every callback received so far, oldest first.
-    const std::vector<RecordedCall> &calls() const { return recorded; }
+    const std::vector<RecordedCall>& calls() const { return recorded; }
 
     // Only the callback names, for tests that care which callbacks ran.
     std::vector<std::string> callbackNames() const {
         std::vector<std::string> names;
-        for (const RecordedCall &call : recorded)
+        for (const RecordedCall& call : recorded)
             names.push_back(call.callback);
         return names;
     }
 
     void clear() { recorded.clear(); }
 
-    void onCallStateChangeEvent(const std::string &lineId, int callId, int callState, int reason,
-                                int sendOptions, const std::string &uri, const std::string &name,
-                                const std::string &fullPai, CallPartyInfo *callPartyInfo,
+    void onCallStateChangeEvent(const std::string& lineId, int callId, int callState, int reason,
+                                int sendOptions, const std::string& uri, const std::string& name,
+                                const std::string& fullPai, CallPartyInfo* callPartyInfo,
                                 int resourcePriority, int preemptionCause,
-                                const std::string &preemptionText, bool callBackFeatureAvailable,
+                                const std::string& preemptionText, bool callBackFeatureAvailable,
                                 int ilCallLevel, int ilLocalLevel) override {
         std::vector<std::string> arguments{toText(lineId), toText(callId),      toText(callState),
                                            toText(reason), toText(sendOptions), toText(uri),
@@ -122,17 +122,17 @@ public:
         record("onCallStateChangeEvent", std::move(arguments));
     }
 
-    void onRegistrationStateChangeEvent(const std::string &lineId, int callId, bool registered,
+    void onRegistrationStateChangeEvent(const std::string& lineId, int callId, bool registered,
                                         int registrationResult) override {
         record("onRegistrationStateChangeEvent",
                {toText(lineId), toText(callId), toText(registered), toText(registrationResult)});
     }
 
-    void onIncomingCallEvent(const std::string &lineId, int callId, const std::string &uri,
-                             const std::string &name, const std::string &fullPai,
-                             const std::string &alertUri, const std::string &alertInfoParam,
-                             bool alertAutoAnswer, int callType, const std::string &diversionUri,
-                             const std::string &diversionName, int diversionReason,
+    void onIncomingCallEvent(const std::string& lineId, int callId, const std::string& uri,
+                             const std::string& name, const std::string& fullPai,
+                             const std::string& alertUri, const std::string& alertInfoParam,
+                             bool alertAutoAnswer, int callType, const std::string& diversionUri,
+                             const std::string& diversionName, int diversionReason,
                              bool zipAutoAnswer, int resourcePriority, int ilCallLevel,
                              int ilLocalLevel, bool isVideoCall) override {
         record("onIncomingCallEvent",
@@ -143,63 +143,63 @@ public:
                 toText(ilLocalLevel), toText(isVideoCall)});
     }
 
-    void onIncomingPickupCallEvent(const std::string &lineId, int callId, const std::string &uri,
-                                   const std::string &name, const std::string &fullPai) override {
+    void onIncomingPickupCallEvent(const std::string& lineId, int callId, const std::string& uri,
+                                   const std::string& name, const std::string& fullPai) override {
         record("onIncomingPickupCallEvent",
                {toText(lineId), toText(callId), toText(uri), toText(name), toText(fullPai)});
     }
 
-    void onCallHeldEvent(const std::string &lineId, int callId) override {
+    void onCallHeldEvent(const std::string& lineId, int callId) override {
         record("onCallHeldEvent", {toText(lineId), toText(callId)});
     }
 
-    void onCallRetrievedEvent(const std::string &lineId, int callId, const std::string &uri,
-                              const std::string &name, const std::string &fullPai, int ilCallLevel,
+    void onCallRetrievedEvent(const std::string& lineId, int callId, const std::string& uri,
+                              const std::string& name, const std::string& fullPai, int ilCallLevel,
                               int ilLocalLevel, bool connectedToMediaServer) override {
         record("onCallRetrievedEvent",
                {toText(lineId), toText(callId), toText(uri), toText(name), toText(fullPai),
                 toText(ilCallLevel), toText(ilLocalLevel), toText(connectedToMediaServer)});
     }
 
-    void onFeatureSuccessEvent(const std::string &lineId, int callId, int feature) override {
+    void onFeatureSuccessEvent(const std::string& lineId, int callId, int feature) override {
         record("onFeatureSuccessEvent", {toText(lineId), toText(callId), toText(feature)});
     }
 
-    void onFeatureFailedEvent(const std::string &lineId, int callId, int feature,
+    void onFeatureFailedEvent(const std::string& lineId, int callId, int feature,
                               int featureFailure) override {
         record("onFeatureFailedEvent",
                {toText(lineId), toText(callId), toText(feature), toText(featureFailure)});
     }
 
-    void onRemoteEndpointDetailsChangedEvent(const std::string &lineId, int callId,
-                                             const std::string &uri, const std::string &name,
-                                             const std::string &fullPai, bool exitConf,
+    void onRemoteEndpointDetailsChangedEvent(const std::string& lineId, int callId,
+                                             const std::string& uri, const std::string& name,
+                                             const std::string& fullPai, bool exitConf,
                                              bool jointCall) override {
         record("onRemoteEndpointDetailsChangedEvent",
                {toText(lineId), toText(callId), toText(uri), toText(name), toText(fullPai),
                 toText(exitConf), toText(jointCall)});
     }
 
-    void onIncomingCallMissedEvent(const std::string &lineId, int callId, const std::string &uri,
-                                   const std::string &name, const std::string &fullPai, int reason,
-                                   const std::string &diversionUri,
-                                   const std::string &diversionName, int diversionReason) override {
+    void onIncomingCallMissedEvent(const std::string& lineId, int callId, const std::string& uri,
+                                   const std::string& name, const std::string& fullPai, int reason,
+                                   const std::string& diversionUri,
+                                   const std::string& diversionName, int diversionReason) override {
         record("onIncomingCallMissedEvent",
                {toText(lineId), toText(callId), toText(uri), toText(name), toText(fullPai),
                 toText(reason), toText(diversionUri), toText(diversionName),
                 toText(diversionReason)});
     }
 
-    void onCallForwardedEvent(const std::string &lineId, int callId,
-                              const std::string &callingParty, const std::string &callingPartyName,
-                              const std::string &callingPartyFullPai,
-                              const std::string &newDestination, int reason) override {
+    void onCallForwardedEvent(const std::string& lineId, int callId,
+                              const std::string& callingParty, const std::string& callingPartyName,
+                              const std::string& callingPartyFullPai,
+                              const std::string& newDestination, int reason) override {
         record("onCallForwardedEvent",
                {toText(lineId), toText(callId), toText(callingParty), toText(callingPartyName),
                 toText(callingPartyFullPai), toText(newDestination), toText(reason)});
     }
 
-    void onIncomingAssociatedCallEvent(const std::string &lineId, int currentCallId,
+    void onIncomingAssociatedCallEvent(const std::string& lineId, int currentCallId,
                                        int newCallId) override {
         record("onIncomingAssociatedCallEvent",
                {toText(lineId), toText(currentCallId), toText(newCallId)});
@@ -207,73 +207,73 @@ public:
 
     void onDevicesChangedEvent() override { record("onDevicesChangedEvent", {}); }
 
-    void onMessageWaitingEvent(const std::string &lineId, int type, unsigned int newMessages,
+    void onMessageWaitingEvent(const std::string& lineId, int type, unsigned int newMessages,
                                unsigned int oldMessages, unsigned int newUrgentMessages,
                                unsigned int oldUrgentMessages, int returnType, int availInfo,
-                               int messagesWaiting, const std::string &voiceMailNumber) override {
+                               int messagesWaiting, const std::string& voiceMailNumber) override {
         record("onMessageWaitingEvent",
                {toText(lineId), toText(type), toText(newMessages), toText(oldMessages),
                 toText(newUrgentMessages), toText(oldUrgentMessages), toText(returnType),
                 toText(availInfo), toText(messagesWaiting), toText(voiceMailNumber)});
     }
 
-    void onDoNotDisturbEvent(const std::string &deviceId, bool doNotDisturbOn) override {
+    void onDoNotDisturbEvent(const std::string& deviceId, bool doNotDisturbOn) override {
         record("onDoNotDisturbEvent", {toText(deviceId), toText(doNotDisturbOn)});
     }
 
-    void onAgentStateEvent(const std::string &deviceId, const std::string &agentState) override {
+    void onAgentStateEvent(const std::string& deviceId, const std::string& agentState) override {
         record("onAgentStateEvent", {toText(deviceId), toText(agentState)});
     }
 
-    void onSecurityStatusChanged(const std::string &lineURI, int callId, int securityStatus,
-                                 std::vector<int> &callIdsRecorded,
-                                 std::vector<std::string> &callLineURIsRecorded) override {
+    void onSecurityStatusChanged(const std::string& lineURI, int callId, int securityStatus,
+                                 std::vector<int>& callIdsRecorded,
+                                 std::vector<std::string>& callLineURIsRecorded) override {
         record("onSecurityStatusChanged", {toText(lineURI), toText(callId), toText(securityStatus),
                                            toText(callIdsRecorded), toText(callLineURIsRecorded)});
     }
 
-    void onCallRecordingStatusEvent(const std::string &lineId, int callId,
-                                    const std::string &callRecorded) override {
+    void onCallRecordingStatusEvent(const std::string& lineId, int callId,
+                                    const std::string& callRecorded) override {
         record("onCallRecordingStatusEvent",
                {toText(lineId), toText(callId), toText(callRecorded)});
     }
 
-    void onPreemptionStatusChanged(const std::string &lineURI, int callId, int priority, int cause,
-                                   const std::string &reason) override {
+    void onPreemptionStatusChanged(const std::string& lineURI, int callId, int priority, int cause,
+                                   const std::string& reason) override {
         record("onPreemptionStatusChanged",
                {toText(lineURI), toText(callId), toText(priority), toText(cause), toText(reason)});
     }
 
-    void onImpactLevelChanged(const std::string &lineURI, int callId, int ilCallLevel,
+    void onImpactLevelChanged(const std::string& lineURI, int callId, int ilCallLevel,
                               int ilLocalLevel) override {
         record("onImpactLevelChanged",
                {toText(lineURI), toText(callId), toText(ilCallLevel), toText(ilLocalLevel)});
     }
 
-    void onSystemStatusEvent(const std::string &status, const std::string &statusInfo) override {
+    void onSystemStatusEvent(const std::string& status, const std::string& statusInfo) override {
         record("onSystemStatusEvent", {toText(status), toText(statusInfo)});
     }
 
-    void onServerFeatureStatusEvent(const std::string &lineURI,
-                                    const std::string &status) override {
+    void onServerFeatureStatusEvent(const std::string& lineURI,
+                                    const std::string& status) override {
         record("onServerFeatureStatusEvent", {toText(lineURI), toText(status)});
     }
 
-    void onB2buaCSTAResponse(const std::string &lineURI, bool success,
-                             std::string &cstaResponse) override {
+    void onB2buaCSTAResponse(const std::string& lineURI, bool success,
+                             std::string& cstaResponse) override {
         record("onB2buaCSTAResponse", {toText(lineURI), toText(success), toText(cstaResponse)});
     }
 
-    void onB2buaCSTAEventOrRequest(const std::string &lineURI, std::string &cstaMessage) override {
+    void onB2buaCSTAEventOrRequest(const std::string& lineURI, std::string& cstaMessage) override {
         record("onB2buaCSTAEventOrRequest", {toText(lineURI), toText(cstaMessage)});
     }
 
-    void onConferenceStatusEvent(const std::string &lineId, int callId,
-                                 const std::string &xmlContent) override {
+    void onConferenceStatusEvent(const std::string& lineId, int callId,
+                                 const std::string& xmlContent) override {
         record("onConferenceStatusEvent", {toText(lineId), toText(callId), toText(xmlContent)});
     }
 
-    void onCallCompletionEvent(const std::string &lineId, const std::string &uri,
+    void onCallCompletionEvent(const std::string& lineId, const std::string& uri,
                                int callCompletionType, int callCompletionState,
                                bool displayOutcomeCallUI) override {
         record("onCallCompletionEvent",
@@ -281,13 +281,13 @@ public:
                 toText(callCompletionState), toText(displayOutcomeCallUI)});
     }
 
-    void onCallCompletionFailedEvent(const std::string &lineId, const std::string &uri,
+    void onCallCompletionFailedEvent(const std::string& lineId, const std::string& uri,
                                      int callCompletionFailureType) override {
         record("onCallCompletionFailedEvent",
                {toText(lineId), toText(uri), toText(callCompletionFailureType)});
     }
 
-    void onBluetoothAudioStatusChanged(const std::string &lineId, int callId, bool audioEnabled,
+    void onBluetoothAudioStatusChanged(const std::string& lineId, int callId, bool audioEnabled,
                                        bool audioGateway, bool inBandRinging) override {
         record("onBluetoothAudioStatusChanged",
                {toText(lineId), toText(callId), toText(audioEnabled), toText(audioGateway),
@@ -295,7 +295,7 @@ public:
     }
 
 protected:
-    void record(const char *callback, std::vector<std::string> arguments) {
+    void record(const char* callback, std::vector<std::string> arguments) {
         recorded.push_back(RecordedCall{callback, std::move(arguments)});
     }
 
