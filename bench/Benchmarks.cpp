@@ -20,6 +20,7 @@
 #include "EventMessages.h"
 #include "References.h"
 #include "Report.h"
+#include "StraightforwardInvoker.h"
 #include "framework/Utilities.h"
 
 namespace {
@@ -122,6 +123,7 @@ template <typename Operation> void add(const std::string& name, Operation operat
 SilentSubscriber subscriber;
 InvokerResponse noticed;
 CommunicationsServiceEventInvoker invoker;
+bench::StraightforwardInvoker straightforward;
 NamingContext context;
 
 void addEvents() {
@@ -132,8 +134,8 @@ void addEvents() {
         add("event/" + event.method, [message, length] {
             invoker.handleMessage(&subscriber, message, length, &noticed);
         });
-        add("straightforward/" + event.method, [&event] {
-            benchmark::DoNotOptimize(bench::readStraightforward(invoker, event));
+        add("straightforward/" + event.method, [message, length] {
+            straightforward.handleMessage(&subscriber, message, length, &noticed);
         });
     }
     const Event& callState = bench::callStateEvent();

@@ -15,12 +15,10 @@ struct Field {
 };
 
 // One event as the service sends it: the method element, the fields in the order the
-// handler reads them, and for the two pass-through events the CSTA payload behind the
-// element whose closing text ends the leading fields.
+// handler reads them, and for the two pass-through events the CSTA payload behind them.
 struct Event {
     std::string method;
     std::vector<Field> fields;
-    std::string cutAfter;
     std::string payload;
     std::string message;
 };

@@ -5,50 +5,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <sstream>
-#include <vector>
 
-#include "CommunicationsServiceEventInvoker.h"
 #include "MessageFormat.h"
 #include "framework/ProxyRequest.h"
-#include "framework/Utilities.h"
 
 namespace bench {
-
-std::size_t readStraightforward(CommunicationsServiceEventInvoker& readers, const Event& event) {
-    std::string text(event.message.c_str());
-    std::size_t checksum = readers.getParamAsString("<Method>", text, "</Method>").size();
-    for (const Field& field : event.fields) {
-        const std::string open = "<" + field.tag + ">";
-        const std::string close = "</" + field.tag + ">";
-        switch (field.kind) {
-        case Kind::Text:
-            checksum += readers.getParamAsString(open, text, close).size();
-            break;
-        case Kind::Number:
-            checksum += static_cast<std::size_t>(readers.getParamAsLong(open, text, close));
-            break;
-        case Kind::NumberList: {
-            std::string encoded = readers.getParamAsString(open, text, close);
-            std::vector<int> values;
-            Serializer::deserialize(encoded, values);
-            checksum += values.size();
-            break;
-        }
-        case Kind::TextList: {
-            std::string encoded = readers.getParamAsString(open, text, close);
-            checksum += Serializer::deserialize(encoded).size();
-            break;
-        }
-        }
-    }
-    if (!event.cutAfter.empty()) {
-        const std::string closing = "/" + event.cutAfter + ">";
-        text.erase(0, static_cast<std::uint32_t>(text.find(closing)) +
-                          static_cast<std::uint32_t>(closing.size()));
-        checksum += text.size();
-    }
-    return checksum;
-}
 
 std::size_t readWithPugixml(const std::string& wrapped, const Event& event) {
     pugi::xml_document document;

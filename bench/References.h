@@ -6,15 +6,9 @@
 #include "CommunicationsServiceTypes.h"
 #include "EventMessages.h"
 
-class CommunicationsServiceEventInvoker;
 class ProxyRequest;
 
 namespace bench {
-
-// The straightforward reader: copies the message, then reads the method name and every
-// field with the invoker's member readers, building the field's two tags each time, so
-// that each field is searched from position 0. It makes no callback. Returns a checksum.
-std::size_t readStraightforward(CommunicationsServiceEventInvoker& readers, const Event& event);
 
 // The generic DOM way: pugixml parses the message wrapped in a root element, then each of
 // the event's values is read by its element name. Returns a checksum.

@@ -27,13 +27,9 @@ public:
     ElementCursor(std::string_view message, const ElementSpan* spans)
         : message(message), next(spans) {}
 
-    std::string text() { return elementText(message, *next++); }
-    int number() { return static_cast<int>(elementNumber(message, *next++)); }
-    std::string_view view() {
-        const ElementSpan span = *next++;
-        return span.found() ? message.substr(span.value, span.end - span.value)
-                            : std::string_view();
-    }
+    std::string text() { return std::string(view()); }
+    int number() { return static_cast<int>(numberOf(message, *next++)); }
+    std::string_view view() { return valueOf(message, *next++); }
 
 private:
     std::string_view message;
@@ -137,8 +133,9 @@ PartyRecord newPartyRecord() {
 
 // Copies up to the value's first NUL, cut to fit with its terminator.
 void copyInto(char (&field)[65], std::string_view value) {
-    const std::size_t length = std::min({value.find('\0'), value.size(), sizeof field - 1});
-    std::memcpy(field, value.data(), length);
+    const std::size_t limit = std::min(value.size(), sizeof field - 1);
+    std::size_t length = 0;
+    for (; length < limit && value[length] != '\0'; ++length) field[length] = value[length];
     field[length] = '\0';
 }
 
@@ -283,9 +280,7 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     static const ElementNames methodName(&kMethod, 1);
     ElementSpan method;
     findElements(text, methodName, &method);
-    RouteSet matching = routesMatching(
-        method.found() ? std::string_view(text).substr(method.value, method.end - method.value)
-                       : std::string_view());
+    RouteSet matching = routesMatching(valueOf(text, method));
     for (std::size_t row = 0; matching != 0; ++row, matching >>= 1) {
         if ((matching & 1) != 0) kRoutes[row].handler(*this, events, text);
     }

@@ -98,6 +98,8 @@ private:
     };
 
     static char* put(char* out, std::string_view piece) {
+        // An empty view may hold a null pointer, which memcpy must never see.
+        if (piece.empty()) return out;
         std::memcpy(out, piece.data(), piece.size());
         return out + piece.size();
     }
@@ -403,7 +405,7 @@ int CommunicationsServiceProxy::systemStatus(const char* systemStatus,
 }
 
 int CommunicationsServiceProxy::setServiceState(sfiServiceState state) {
-    return ask(*requestChannel, Request("SetServiceState").text("state", serialize(state)));
+    return ask(*requestChannel, Request("SetServiceState").text("state", serviceStateName(state)));
 }
 
 // Queries.
@@ -426,7 +428,7 @@ int CommunicationsServiceProxy::getServiceState(sfiServiceState& state) {
     if (contains(response, "sfiFailure")) return sfiFailure;
     for (const sfiServiceState candidate :
          {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
-        if (contains(response, serialize(candidate).c_str())) {
+        if (response.find(serviceStateName(candidate)) != std::string::npos) {
             state = candidate;
             return sfiSuccess;
         }
@@ -439,10 +441,13 @@ int CommunicationsServiceProxy::getForwardingConfiguration(sfiForwardingType fwT
                                                            int& cfnrRingCount) {
     const std::string response = exchange(
         *requestChannel, Request("getForwardingConfiguration").decimal("fwType", fwType).str());
-    status = answerNumber(response, "<status>", "</status>") != 0;
-    cfnrRingCount = static_cast<int>(answerNumber(response, "<cfnrRingCount>", "</cfnrRingCount>"));
-    uri = answerText(response, "<uri>", "</uri>");
-    std::string result(answerText(response, "<sfiResult>", "</sfiResult>"));
+    static const ElementNames kFields{"status", "cfnrRingCount", "uri", "sfiResult"};
+    ElementSpan fields[4];
+    findAnswerFields(response, kFields, fields);
+    status = numberOf(response, fields[0]) != 0;
+    cfnrRingCount = static_cast<int>(numberOf(response, fields[1]));
+    uri = valueOf(response, fields[2]);
+    std::string result(valueOf(response, fields[3]));
     return getResult(result);
 }
 
@@ -452,31 +457,25 @@ int CommunicationsServiceProxy::getMessageWaitingIndicator(
     std::string& voiceMailNumber) {
     const std::string response =
         exchange(*requestChannel, "<Method>GetMessageWaitingIndicator</Method>");
-    const auto read = [&](std::string_view start, std::string_view end) {
-        return answerText(response, start, end);
-    };
-    std::string result(read("<func_return_val>", "</func_return_val>"));
-    const std::string_view typeText = read("<Type>", "</Type>");
-    const std::string_view newText = read("<newMsgs>", "</newMsgs>");
-    const std::string_view oldText = read("<oldMsgs>", "</oldMsgs>");
-    const std::string_view newUrgentText = read("<newUrgMsgs>", "</newUrgMsgs>");
-    const std::string_view oldUrgentText = read("<oldUrgMsgs>", "</oldUrgMsgs>");
-    const std::string_view returnTypeText = read("<return_type>", "</return_type>");
-    const std::string_view availableText = read("<available_info>", "</available_info>");
-    const std::string_view waitingText = read("<messages_waiting>", "</messages_waiting>");
-    voiceMailNumber = read("<voiceMailNumber>", "</voiceMailNumber>");
+    // Read as texts first: a missing number is "" and so converts to 0, not -1.
+    static const ElementNames kFields{
+        "func_return_val", "Type",        "newMsgs",        "oldMsgs",          "newUrgMsgs",
+        "oldUrgMsgs",      "return_type", "available_info", "messages_waiting", "voiceMailNumber"};
+    ElementSpan fields[10];
+    findAnswerFields(response, kFields, fields);
+    const auto text = [&](std::size_t field) { return valueOf(response, fields[field]); };
+    std::string result(text(0));
+    voiceMailNumber = text(9);
     // Counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
-    const auto count = [](std::string_view text) {
-        return static_cast<unsigned int>(static_cast<int>(decimal32(text)));
-    };
-    type = static_cast<int>(decimal32(typeText));
-    newMsgs = count(newText);
-    oldMsgs = count(oldText);
-    newUrgMsgs = count(newUrgentText);
-    oldUrgMsgs = count(oldUrgentText);
-    returnType = static_cast<int>(decimal32(returnTypeText));
-    availableInfo = static_cast<int>(decimal32(availableText));
-    messagesWaiting = static_cast<int>(decimal32(waitingText));
+    const auto number = [&](std::size_t field) { return static_cast<int>(decimal32(text(field))); };
+    type = number(1);
+    newMsgs = static_cast<unsigned int>(number(2));
+    oldMsgs = static_cast<unsigned int>(number(3));
+    newUrgMsgs = static_cast<unsigned int>(number(4));
+    oldUrgMsgs = static_cast<unsigned int>(number(5));
+    returnType = number(6);
+    availableInfo = number(7);
+    messagesWaiting = number(8);
     return getResult(result);
 }
 

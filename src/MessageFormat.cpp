@@ -27,7 +27,7 @@ constexpr ResultWord kResultWords[] = {
     {"sfiFailureCallBackAllreadyExists", sfiFailureCallBackAllreadyExists},
 };
 
-constexpr const char* kServiceStateNames[] = {
+constexpr std::string_view kServiceStateNames[] = {
     "sfiServiceInService",
     "sfiServiceOutOfService",
     "sfiServiceDoNotDisturb",
@@ -42,7 +42,9 @@ int resultOf(const std::string& response) {
     return sfiFailure;
 }
 
-std::string serialize(sfiServiceState state) {
+std::string serialize(sfiServiceState state) { return std::string(serviceStateName(state)); }
+
+std::string_view serviceStateName(sfiServiceState state) {
     const auto index = static_cast<std::uint32_t>(state);
     return index < std::size(kServiceStateNames) ? kServiceStateNames[index] : "";
 }
@@ -77,20 +79,6 @@ long decimal32(std::string_view digits) {
                                                       std::numeric_limits<std::int32_t>::max()));
 }
 
-std::string_view answerText(std::string_view answer, std::string_view startTag,
-                            std::string_view endTag) {
-    const std::size_t start = answer.find(startTag);
-    if (start == std::string_view::npos) return {};
-    const std::size_t value = start + startTag.size();
-    const std::size_t end = answer.find(endTag);
-    return answer.substr(value, std::min(answer.size() - value, end - value));
-}
-
-long answerNumber(std::string_view answer, std::string_view startTag, std::string_view endTag) {
-    if (answer.find(startTag) == std::string_view::npos) return -1;
-    return decimal32(answerText(answer, startTag, endTag));
-}
-
 namespace {
 
 template <typename Word> Word load(const char* bytes) {
@@ -122,6 +110,18 @@ const char* findOpening(const char* from, const char* end) {
     return nullptr;
 }
 
+// The up to eight bytes of `tag` from `offset`, and the mask that keeps just those bytes of a
+// word read from the text.
+std::uint64_t word(const std::string& tag, std::size_t offset, std::uint64_t* mask) {
+    const std::size_t size = std::min<std::size_t>(tag.size() - offset, 8);
+    char bytes[8] = {};
+    char kept[8] = {};
+    std::memcpy(bytes, tag.data() + offset, size);
+    std::memset(kept, 0xFF, size);
+    *mask = load<std::uint64_t>(kept);
+    return load<std::uint64_t>(bytes);
+}
+
 } // namespace
 
 ElementNames::ElementNames(const std::string_view* list, std::size_t size) : count(size) {
@@ -135,13 +135,11 @@ ElementNames::ElementNames(const std::string_view* list, std::size_t size) : cou
         }
         std::string tag(name);
         tag += '>';
-        const std::size_t headSize = std::min<std::size_t>(tag.size(), 8);
-        char head[8] = {};
-        char mask[8] = {};
-        std::memcpy(head, tag.data(), headSize);
-        std::memset(mask, 0xFF, headSize);
-        names[i] = {name, load<std::uint64_t>(head), load<std::uint64_t>(mask),
-                    tag.size() >= 8 ? load<std::uint64_t>(tag.data() + tag.size() - 8) : 0};
+        Name& entry = names[i];
+        entry.text = name;
+        entry.tailOffset = tag.size() > 8 ? tag.size() - 8 : 0;
+        entry.head = word(tag, 0, &entry.headMask);
+        entry.tail = word(tag, entry.tailOffset, &entry.tailMask);
         const auto first = static_cast<unsigned char>(name.front());
         nextSameByte[i] = firstByByte[first];
         firstByByte[first] = static_cast<std::uint8_t>(i);
@@ -159,10 +157,10 @@ inline bool ElementNames::standsAt(std::size_t index, const char* at, const char
     const Name& name = names[index];
     const std::size_t size = name.text.size();
     if (static_cast<std::size_t>(end - at) < size + 8) return standsNearEnd(index, at, end);
-    if ((load<std::uint64_t>(at) & name.headMask) != name.head) return false;
-    if (size < 8) return true;
-    if (load<std::uint64_t>(at + size - 7) != name.tail) return false;
-    return size < 16 || std::memcmp(at + 8, name.text.data() + 8, size - 15) == 0;
+    // Both words are always compared, which costs less than telling short names apart.
+    const bool words = ((load<std::uint64_t>(at) & name.headMask) == name.head) &
+                       ((load<std::uint64_t>(at + name.tailOffset) & name.tailMask) == name.tail);
+    return words && (size < 16 || std::memcmp(at + 8, name.text.data() + 8, size - 15) == 0);
 }
 
 namespace {
@@ -182,9 +180,6 @@ public:
             const char* const name = open + 1;
             if (name == end) break;
             open = *name == '/' ? afterClosing(open) : afterOpening(open);
-        }
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            if (!spans[i].found()) spans[i] = ElementSpan{};
         }
     }
 
@@ -211,24 +206,28 @@ private:
     }
 
     // `open` may start a wanted element. On its first occurrence the value begins behind
-    // it, and the element's own end tag is usually the very next '<'.
+    // it, and the element's own end tag is usually the very next '<'. Events mostly list
+    // their elements in the order the handler names them, so the name after the last one
+    // found is tried before the others.
     const char* afterOpening(const char* open) {
         const char* const name = open + 1;
-        for (std::size_t i = names.firstWith(*name); i != ElementNames::kNone;
-             i = names.nextWith(i)) {
-            if (!names.standsAt(i, name, end)) continue;
-            const char* const value = name + names.length(i) + 1;
-            if (spans[i].value != std::string_view::npos) return nextOpening(value);
-            spans[i].value = static_cast<std::size_t>(value - begin);
-            const char* const next = nextOpening(value);
-            if (next == nullptr || end - next < 2 || next[1] != '/' ||
-                !names.standsAt(i, next + 2, end)) {
-                return next;
-            }
-            settle(i, next);
-            return nextOpening(next + 2 + names.length(i) + 1);
+        std::size_t i = expected;
+        if (i >= names.size() || !names.standsAt(i, name, end)) {
+            i = names.firstWith(*name);
+            while (i != ElementNames::kNone && !names.standsAt(i, name, end)) i = names.nextWith(i);
+            if (i == ElementNames::kNone) return nextOpening(name);
         }
-        return nextOpening(name);
+        const char* const value = name + names.length(i) + 1;
+        if (spans[i].value != std::string_view::npos) return nextOpening(value);
+        spans[i].value = static_cast<std::size_t>(value - begin);
+        const char* const next = nextOpening(value);
+        if (next == nullptr || end - next < 2 || next[1] != '/' ||
+            !names.standsAt(i, next + 2, end)) {
+            return next;
+        }
+        settle(i, next);
+        expected = i + 1;
+        return nextOpening(next + 2 + names.length(i) + 1);
     }
 
     void settle(std::size_t i, const char* closing) {
@@ -241,6 +240,7 @@ private:
     const ElementNames& names;
     ElementSpan* const spans;
     std::size_t unsettled;
+    std::size_t expected = 0;
 };
 
 } // namespace
@@ -249,14 +249,47 @@ void findElements(std::string_view text, const ElementNames& names, ElementSpan*
     ElementScan(text, names, spans).run();
 }
 
-std::string elementText(std::string_view text, ElementSpan span) {
-    if (!span.found()) return {};
-    return std::string(text.substr(span.value, span.end - span.value));
+void findAnswerFields(std::string_view answer, const ElementNames& names, ElementSpan* spans) {
+    constexpr std::size_t kMissing = std::string_view::npos;
+    const char* const begin = answer.data();
+    const char* const end = begin + answer.size();
+    std::size_t starts[ElementNames::kMaxNames];
+    std::size_t ends[ElementNames::kMaxNames];
+    std::fill_n(starts, names.size(), kMissing);
+    std::fill_n(ends, names.size(), kMissing);
+    std::size_t unseen = 2 * names.size();
+    for (const char* open = findOpening(begin, end); open != nullptr && unseen != 0;
+         open = findOpening(open + 1, end)) {
+        const bool closing = end - open > 1 && open[1] == '/';
+        const char* const name = open + (closing ? 2 : 1);
+        if (name == end) break;
+        std::size_t* const first = closing ? ends : starts;
+        for (std::size_t i = names.firstWith(*name); i != ElementNames::kNone;
+             i = names.nextWith(i)) {
+            if (first[i] == kMissing && names.standsAt(i, name, end)) {
+                first[i] = static_cast<std::size_t>(open - begin);
+                --unseen;
+                break;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (starts[i] == kMissing) {
+            spans[i] = ElementSpan{};
+            continue;
+        }
+        const std::size_t value = starts[i] + names.length(i) + 2;
+        // Unsigned on purpose: a missing or earlier end tag wraps to a huge length.
+        spans[i] = {value, value + std::min(answer.size() - value, ends[i] - value)};
+    }
 }
 
-long elementNumber(std::string_view text, ElementSpan span) {
-    if (!span.found()) return -1;
-    return decimal32(text.substr(span.value, span.end - span.value));
+std::string_view valueOf(std::string_view text, ElementSpan span) {
+    return span.found() ? text.substr(span.value, span.end - span.value) : std::string_view();
+}
+
+long numberOf(std::string_view text, ElementSpan span) {
+    return span.found() ? decimal32(text.substr(span.value, span.end - span.value)) : -1;
 }
 
 int CommunicationsServiceProxy::getResult(std::string& response) { return resultOf(response); }

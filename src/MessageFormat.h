@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,8 @@ int resultOf(const std::string& response);
 
 // The wire name of a service state; "" for a value outside the enumeration.
 std::string serialize(sfiServiceState state);
+// The same name without a string of its own.
+std::string_view serviceStateName(sfiServiceState state);
 
 // strtol with base 10, saturated to the 32-bit range of the phone's long on every host.
 long strtol32(const char* text);
@@ -20,16 +23,9 @@ long strtol32(const char* text);
 // conversion stops at the first byte that is not part of the number, a NUL included.
 long decimal32(std::string_view digits);
 
-// Fields of the service's answers, read without building tag strings. Same rules as the
-// proxy's member readers: the end tag is searched from position 0, and an end tag that is
-// missing or stands before the value lets the value run to the end of the answer.
-std::string_view answerText(std::string_view answer, std::string_view startTag,
-                            std::string_view endTag);
-// -1 when the start tag is missing, otherwise decimal32 of answerText.
-long answerNumber(std::string_view answer, std::string_view startTag, std::string_view endTag);
-
 // Where an element of an event text lies: the value starts right behind the first "<name>"
-// and ends at the first "</name>" after it. Both are npos when either tag is missing.
+// and ends at the first "</name>" after it. An element with either tag missing is not
+// found, whatever `value` holds.
 struct ElementSpan {
     std::size_t value = std::string_view::npos;
     std::size_t end = std::string_view::npos;
@@ -47,6 +43,8 @@ public:
 
     // Throws std::invalid_argument for names that break the rules above.
     ElementNames(const std::string_view* names, std::size_t count);
+    ElementNames(std::initializer_list<std::string_view> names)
+        : ElementNames(names.begin(), names.size()) {}
 
     std::size_t size() const { return count; }
     std::size_t length(std::size_t index) const { return names[index].text.size(); }
@@ -59,13 +57,15 @@ public:
 private:
     bool standsNearEnd(std::size_t index, const char* at, const char* end) const;
 
-    // A name and its first and last eight bytes with the '>' behind it, for comparing whole
-    // words: most names need one or two word comparisons.
+    // A name with the '>' behind it as two words, its first and its last eight bytes (the
+    // same word twice for short names), so that most names compare in two word reads.
     struct Name {
         std::string_view text;
         std::uint64_t head;
         std::uint64_t headMask;
         std::uint64_t tail;
+        std::uint64_t tailMask;
+        std::size_t tailOffset;
     };
 
     Name names[kMaxNames];
@@ -80,6 +80,14 @@ private:
 // once and compared only with the names that begin with the byte after it.
 void findElements(std::string_view text, const ElementNames& names, ElementSpan* spans);
 
-// The invoker's readings of a located element: "" or -1 when it is missing.
-std::string elementText(std::string_view text, ElementSpan span);
-long elementNumber(std::string_view text, ElementSpan span);
+// Locates fields of one of the service's answers in one pass, by the proxy's rules: the
+// value starts behind the first "<name>" and runs to the first "</name>" anywhere in the
+// answer, or to the end of the answer when that end tag is missing or stands before the
+// value. A field whose start tag is missing is not found. Gives what the proxy's member
+// readers give for "<name>" and "</name>".
+void findAnswerFields(std::string_view answer, const ElementNames& names, ElementSpan* spans);
+
+// The value of a located element or field: "" when it is not found.
+std::string_view valueOf(std::string_view text, ElementSpan span);
+// Its number as strtol32 reads it: -1 when it is not found.
+long numberOf(std::string_view text, ElementSpan span);

@@ -424,7 +424,8 @@ TEST(InvokerCallPartyInfo, CutsOverlongPartiesToSixtyFourCharactersWithinTheirFi
 TEST(InvokerCallPartyInfo, ReleasesTheRecordWhenTheCallbackThrowsAndLetsTheExceptionThrough) {
     RecordKeeper subscriber;
     subscriber.throwAfterRecording = true;
-    const std::string text = event("CallStateChangeEvent", "GPUCLG=sip:calling");
+    const std::string text = event("CallStateChangeEvent", "GPUCLG=sip:calling|GPUCLGName=A|"
+                                                           "GPUCLD=sip:called|GPUCLDName=B");
     EXPECT_THROW(Invoker().handleMessage(&subscriber, text.c_str(), 0, nullptr),
                  std::runtime_error);
     EXPECT_EQ(subscriber.calls().size(), 1u);

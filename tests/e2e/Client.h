@@ -54,13 +54,15 @@ public:
         return reportLines;
     }
 
+private:
+    // Declared before the host, which reports into them until it is gone.
+    std::mutex reportMutex;
+    std::vector<std::string> reportLines;
+
+public:
     console::EventLog events;
     console::EventRecorder recorder;
     std::unique_ptr<desktop::Host> host;
-
-private:
-    std::mutex reportMutex;
-    std::vector<std::string> reportLines;
 };
 
 } // namespace kit

@@ -1,7 +1,7 @@
 #include "SimulatorProcess.h"
 
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -12,8 +12,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
-
-extern char** environ;
 
 namespace kit {
 
@@ -48,13 +46,22 @@ SimulatorProcess::SimulatorProcess(std::vector<std::string> extraArguments) {
         argv.push_back(argument.data());
     argv.push_back(nullptr);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, logPath.c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const int failed = posix_spawn(&pid, SIMULATOR_PATH, &actions, nullptr, argv.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    if (failed != 0) throw std::runtime_error("cannot start " SIMULATOR_PATH);
+    // The simulator must not outlive a test process that dies: it gets SIGTERM with its
+    // parent, and holds none of the parent's output streams open.
+    const pid_t parent = getpid();
+    pid = fork();
+    if (pid < 0) throw std::runtime_error("cannot start " SIMULATOR_PATH);
+    if (pid == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        if (getppid() != parent) _exit(1);
+        const int logFile = open(logPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int nothing = open("/dev/null", O_RDWR);
+        dup2(nothing, STDIN_FILENO);
+        dup2(nothing, STDOUT_FILENO);
+        dup2(logFile, STDERR_FILENO);
+        execv(SIMULATOR_PATH, argv.data());
+        _exit(127);
+    }
 
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
     while (!accepts(socket)) {

@@ -1,0 +1,249 @@
+// The fast paths held against the plain rules they stand in for: the one-pass scans of
+// events and answers and the in-place numbers against the member readers of the invoker
+// and of the proxy, and the request writer against a text stream.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "CommunicationsServiceEventInvoker.h"
+#include "CommunicationsServiceProxy.h"
+#include "MessageFormat.h"
+#include "communications/testing/RecordingSubscriber.h"
+#include "framework/Utilities.h"
+
+namespace {
+
+using namespace std::string_literals;
+using Names = std::vector<std::string_view>;
+
+// Name sets as handlers read them, with shared first bytes and names that begin with
+// other names; the last set has the shortest and the longest shapes and a '>' inside.
+const std::vector<Names> kNameSets = {
+    {"LineID", "CallID", "CallState", "Reason", "SendOptions", "URI", "Name", "FullPAI",
+     "GPUCLG", "GPUCLGName", "GPUCLD", "GPUCLDName", "ResourcePriority", "PreemptionCause",
+     "PreemptionText", "CallBackFearureAvailable", "ILCallLevel", "ILLocalLevel"},
+    {"LineID", "CallID", "CallingParty", "CallingPartyName", "CallingPartyFullPAI",
+     "NewDestination", "Reason"},
+    {"a", "ab", "b", "x>y", "abcdefgh", "abcdefghi", "abcdefghijklmnop", "abcdefghijklmnopq"},
+};
+
+// The text in a copy with no byte to spare, so that the sanitizers see any read past it.
+class ExactCopy {
+public:
+    explicit ExactCopy(const std::string& text) : bytes(new char[text.size()]), size(text.size()) {
+        std::copy(text.begin(), text.end(), bytes.get());
+    }
+    std::string_view view() const { return {bytes.get(), size}; }
+
+private:
+    std::unique_ptr<char[]> bytes;
+    std::size_t size;
+};
+
+void expectMemberReadings(const std::string& message, const Names& list) {
+    const ElementNames names(list.data(), list.size());
+    std::vector<ElementSpan> events(list.size());
+    std::vector<ElementSpan> answers(list.size());
+    const ExactCopy copy(message);
+    findElements(copy.view(), names, events.data());
+    findAnswerFields(copy.view(), names, answers.data());
+    CommunicationsServiceEventInvoker invoker;
+    CommunicationsServiceProxy proxy;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const std::string name(list[i]);
+        const std::string open = "<" + name + ">";
+        const std::string close = "</" + name + ">";
+        const auto where = [&] { return name + " in " + testing::PrintToString(message); };
+        EXPECT_EQ(valueOf(message, events[i]), invoker.getParamAsString(open, message, close))
+            << where();
+        EXPECT_EQ(numberOf(message, events[i]), invoker.getParamAsLong(open, message, close))
+            << where();
+        EXPECT_EQ(valueOf(message, answers[i]), proxy.getParamAsString(open, message, close))
+            << where();
+        EXPECT_EQ(numberOf(message, answers[i]), proxy.getParamAsLong(open, message, close))
+            << where();
+    }
+}
+
+TEST(OnePassScans, ReadTrickyTextsAsTheMemberReadersDo) {
+    const std::vector<std::string> messages = {
+        "", "<", "</", "<a", "<a>", "<a>1", "<a>1<", "<a>1</", "<a>1</a", "<a>1</a>",
+        // Repeated and nested-looking tags: the first start tag and the first end tag after it.
+        "<a>1</a><a>2</a>", "<a><a>7</a></a>", "<a>1<a>2</a>3</a>", "<b><a>5</a></b>",
+        "<a><b>5</a></b>", "<ab>3</a></ab>", "<a>4</ab></a>",
+        // End tags before their start tag, alone or again after it.
+        "</a><a>3</a>", "</a><a>3", "</a>x<a>", "</b></a><b>8</b><a>9</a>",
+        // Names that begin with other names.
+        "<CallingPartyName>n</CallingPartyName><CallingParty>p</CallingParty>",
+        "<CallingPartyName>n</CallingParty><CallingParty>p</CallingPartyName>",
+        "<GPUCLGName>x</GPUCLGName><GPUCLG>y</GPUCLG><GPUCLDName>z</GPUCLD>",
+        // Tags at the very end, where no whole word can be read.
+        "<URI>", "x<URI>1</URI>", "<URI>1</URI", "</URI>", "<a>1</a><a",
+        // Values that hold brackets, tag texts and zero bytes; tags cut by a zero byte.
+        "<Name>a<b>c</Name>", "<Name><sip:1@x></Name>", "<x>y</x>", "<x>y>z</x>y>",
+        "<CallID>1\0 2</CallID>"s, "<Cal\0lID>5</CallID><CallID>6</CallID>"s,
+        "<CallID>\0</CallID>"s, "\0<a>1</a>"s,
+        // Numbers as strtol reads them.
+        "<CallID> 42abc</CallID>", "<CallID>-7</CallID>", "<CallID>+-5</CallID>",
+        "<CallID>99999999999</CallID>", "<CallID>\t\n\v\f\r8</CallID>",
+        "<CallID>-2147483649</CallID>", "<CallID>-0</CallID>", "<CallID></CallID>",
+        // Long names: the bytes between their first and last eight count too.
+        "<CallBackFearureAvailable>1</CallBackFearureAvailable>",
+        "<CallBackFearXreAvailable>1</CallBackFearureAvailable>",
+        "<abcdefghijklmnopq>2</abcdefghijklmnop>", "<abcdefghijklmnop>3</abcdefghijklmnopq>",
+    };
+    for (const std::string& message : messages) {
+        for (const Names& names : kNameSets) expectMemberReadings(message, names);
+    }
+}
+
+// Random texts made of the names' own pieces, brackets, digits and a few other bytes.
+std::string randomText(std::mt19937& random, const Names& names) {
+    const std::vector<std::string> pieces = {"<", "</", ">", "/", "0", "17", "-", " ", "x",
+                                             "\0"s, "<<", "></"};
+    std::string text;
+    const int count = std::uniform_int_distribution<int>(0, 40)(random);
+    for (int i = 0; i < count; ++i) {
+        const std::string_view name = names[random() % names.size()];
+        switch (random() % 4) {
+        case 0: text.append(pieces[random() % pieces.size()]); break;
+        case 1: text.append(name.substr(0, random() % (name.size() + 1))); break;
+        default: text.append(random() % 2 == 0 ? "<" : "</").append(name).append(">"); break;
+        }
+    }
+    return text;
+}
+
+TEST(OnePassScans, ReadRandomTextsAsTheMemberReadersDo) {
+    std::mt19937 random(20240611);
+    for (int round = 0; round < 4000; ++round) {
+        const Names& names = kNameSets[round % kNameSets.size()];
+        expectMemberReadings(randomText(random, names), names);
+        if (HasFailure()) return;
+    }
+}
+
+TEST(OnePassScans, ReadHugeTextsAsTheMemberReadersDo) {
+    const std::string filler(std::size_t{3} << 20, 'x');
+    expectMemberReadings("<a>1" + filler + "</a><b>2</b>" + filler + "<ab>3" + filler,
+                         kNameSets.back());
+    // Half a million '<' and nothing else that matches: one pass, not one search each.
+    std::string openings;
+    for (int i = 0; i < 500000; ++i) openings += "<a";
+    expectMemberReadings(openings + "<a>5</a>", kNameSets.back());
+}
+
+TEST(ElementNames, RefuseNamesThatTheScanCannotTellApart) {
+    const auto build = [](Names list) { ElementNames names(list.data(), list.size()); };
+    EXPECT_THROW(build({""}), std::invalid_argument);
+    EXPECT_THROW(build({"a<b"}), std::invalid_argument);
+    EXPECT_THROW(build({"/a"}), std::invalid_argument);
+    EXPECT_THROW(build({"a", "b", "a"}), std::invalid_argument);
+    EXPECT_THROW(build(Names(ElementNames::kMaxNames + 1, "a")), std::invalid_argument);
+    EXPECT_NO_THROW(build(kNameSets.front()));
+}
+
+TEST(Decimal32, ConvertsAsStrtolOnACopyOfTheBytes) {
+    std::mt19937 random(7);
+    const std::string alphabet = " \t\n+-0123456789x\0"s;
+    for (int round = 0; round < 20000; ++round) {
+        std::string digits;
+        for (std::size_t i = random() % 24; i > 0; --i) digits += alphabet[random() % alphabet.size()];
+        ASSERT_EQ(decimal32(digits), strtol32(digits.c_str())) << testing::PrintToString(digits);
+    }
+    for (const char* digits : {"2147483647", "2147483648", "-2147483648", "-2147483649",
+                               "4294967296", "18446744073709551617", "00000000000000000012"}) {
+        EXPECT_EQ(decimal32(digits), strtol32(digits)) << digits;
+    }
+}
+
+struct LastRequest : ProxyRequest {
+    std::string text;
+    int sendRequest(const std::string& request, std::string& response) override {
+        text = request;
+        response = "sfiSuccess";
+        return 0;
+    }
+    int sendOneWay(const std::string& message) override {
+        text = message;
+        return 0;
+    }
+};
+
+// What a default text stream writes for the same pieces; a null C string sets its bad bit.
+std::string streamed(const std::string& line, int callId, const char* destination, bool flag) {
+    std::ostringstream stream;
+    stream << "<Method>OutgoingCallMakeRequest</Method><Line>" << line << "</Line><CallID>"
+           << callId << "</CallID><Destination>" << destination << "</Destination><DSSDirectCall>"
+           << flag << "</DSSDirectCall><BridgeCall>" << !flag << "</BridgeCall><CallCompletionCall>"
+           << flag << "</CallCompletionCall>";
+    return stream.str();
+}
+
+TEST(RequestWriter, WritesWhatADefaultTextStreamWrites) {
+    LastRequest channel;
+    CommunicationsServiceProxy proxy;
+    proxy.initProxy(channel);
+    std::mt19937 random(3);
+    const std::string line(300, 'L');
+    for (const int callId : {0, 1, -1, 10, INT_MAX, INT_MIN, 1000000, -999999}) {
+        const std::string destination = "sip:" + std::to_string(random()) + "</Destination>";
+        const bool flag = random() % 2 == 0;
+        EXPECT_EQ(proxy.outgoingCallMake(line, callId, destination.c_str(), flag, !flag, flag),
+                  5);
+        EXPECT_EQ(channel.text, streamed(line, callId, destination.c_str(), flag));
+        proxy.outgoingCallMake(line, callId, nullptr, flag, !flag, flag);
+        EXPECT_EQ(channel.text, streamed(line, callId, nullptr, flag));
+        proxy.RemoveConfParticipant(callId, line, "");
+        EXPECT_EQ(channel.text, "<Method>RemoveConfParticipant</Method><callID>" +
+                                    ClientUtils::itos(callId) + "</callID><remoteParticipant>" +
+                                    line + "</remoteParticipant><conferenceMemberId>" +
+                                    "</conferenceMemberId>");
+    }
+}
+
+// The call-state event end to end: every argument is what the member readers read, the
+// four parties cut at a zero byte or at 64 bytes.
+TEST(CallStateEvent, CarriesWhatTheMemberReadersRead) {
+    const std::vector<std::string> messages = {
+        "<Method>CallStateChangeEvent</Method><LineID>1001</LineID><CallID>12</CallID>"
+        "<GPUCLG>2002</GPUCLG><GPUCLGName>" + std::string(70, 'n') + "</GPUCLGName>"
+        "<GPUCLD>a\0b</GPUCLD><URI><Name>x</Name></URI><Name>y</Name><CallID>13</CallID>"s,
+        "<Method>CallStateChangeEvent</Method></ILLocalLevel><ILLocalLevel>-3</ILLocalLevel>"
+        "<CallBackFearureAvailable>0</CallBackFearureAvailable><PreemptionText>t</Preemption",
+    };
+    CommunicationsServiceEventInvoker invoker;
+    for (std::string message : messages) {
+        const auto text = [&](const std::string& name) {
+            return invoker.getParamAsString("<" + name + ">", message, "</" + name + ">");
+        };
+        const auto number = [&](const std::string& name) {
+            return std::to_string(invoker.getParamAsLong("<" + name + ">", message, "</" + name + ">"));
+        };
+        const auto party = [&](const std::string& name) {
+            return text(name).substr(0, std::min<std::size_t>(text(name).find('\0'), 64));
+        };
+        const std::vector<std::string> expected = {
+            text("LineID"), number("CallID"), number("CallState"), number("Reason"),
+            number("SendOptions"), text("URI"), text("Name"), text("FullPAI"), "", "", "", "",
+            "0", party("GPUCLDName"), party("GPUCLD"), party("GPUCLGName"), party("GPUCLG"),
+            number("ResourcePriority"), number("PreemptionCause"), text("PreemptionText"),
+            number("CallBackFearureAvailable") != "0" ? "true" : "false", number("ILCallLevel"),
+            number("ILLocalLevel")};
+        communications::testing::RecordingSubscriber subscriber;
+        invoker.callStateChangeEvent(&subscriber, message);
+        ASSERT_EQ(subscriber.calls().size(), 1u);
+        EXPECT_EQ(subscriber.calls()[0].arguments, expected);
+    }
+}
+
+} // namespace
