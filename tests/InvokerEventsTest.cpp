@@ -59,7 +59,7 @@ const std::string kPai = "\"Bob\" <sip:2002@pbx>";
 
 // An event with every field, the values chosen so that no two arguments could be swapped
 // unnoticed, and what arrives with every field and with none.
-struct EventSpec {
+struct EventCase {
     std::string method;
     Handler handler; // empty for the one event that handleMessage serves itself
     std::string fields;
@@ -69,7 +69,7 @@ struct EventSpec {
 };
 
 // clang-format off
-std::vector<EventSpec> everyEvent() {
+std::vector<EventCase> everyEvent() {
     return {
         {"CallStateChangeEvent", &Invoker::callStateChangeEvent,
          "LineID=1001|CallID=12|CallState=3|Reason=4|SendOptions=5|URI=sip:2002@pbx|Name=Bob|"
@@ -275,14 +275,14 @@ std::ostream& operator<<(std::ostream& out, const Row& row) { return out << row.
 
 std::vector<Row> eventRows(bool onlyWithHandler) {
     std::vector<Row> rows;
-    for (const EventSpec& spec : everyEvent()) {
-        if (onlyWithHandler && !spec.handler) continue;
-        const std::string name = callbackOf(spec.method).substr(2);
-        const RecordedCall full{callbackOf(spec.method), spec.full};
-        rows.push_back({name + "WithEveryField", event(spec.method, spec.fields, spec.payload),
-                        full, spec.handler});
-        rows.push_back({name + "WithNoField", event(spec.method),
-                        RecordedCall{callbackOf(spec.method), spec.none}, spec.handler});
+    for (const EventCase& entry : everyEvent()) {
+        if (onlyWithHandler && !entry.handler) continue;
+        const std::string name = callbackOf(entry.method).substr(2);
+        const RecordedCall full{callbackOf(entry.method), entry.full};
+        rows.push_back({name + "WithEveryField", event(entry.method, entry.fields, entry.payload),
+                        full, entry.handler});
+        rows.push_back({name + "WithNoField", event(entry.method),
+                        RecordedCall{callbackOf(entry.method), entry.none}, entry.handler});
     }
     return rows;
 }
