@@ -36,11 +36,11 @@ public:
                                 const std::string&, bool, int, int) override {}
     void onRegistrationStateChangeEvent(const std::string&, int, bool, int) override {}
     void onIncomingCallEvent(const std::string&, int, const std::string&, const std::string&,
-                             const std::string&, const std::string&, const std::string&, bool,
-                             int, const std::string&, const std::string&, int, bool, int, int,
-                             int, bool) override {}
-    void onIncomingPickupCallEvent(const std::string&, int, const std::string&,
-                                   const std::string&, const std::string&) override {}
+                             const std::string&, const std::string&, const std::string&, bool, int,
+                             const std::string&, const std::string&, int, bool, int, int, int,
+                             bool) override {}
+    void onIncomingPickupCallEvent(const std::string&, int, const std::string&, const std::string&,
+                                   const std::string&) override {}
     void onCallHeldEvent(const std::string&, int) override {}
     void onCallRetrievedEvent(const std::string&, int, const std::string&, const std::string&,
                               const std::string&, int, int, bool) override {}
@@ -49,9 +49,9 @@ public:
     void onRemoteEndpointDetailsChangedEvent(const std::string&, int, const std::string&,
                                              const std::string&, const std::string&, bool,
                                              bool) override {}
-    void onIncomingCallMissedEvent(const std::string&, int, const std::string&,
-                                   const std::string&, const std::string&, int,
-                                   const std::string&, const std::string&, int) override {}
+    void onIncomingCallMissedEvent(const std::string&, int, const std::string&, const std::string&,
+                                   const std::string&, int, const std::string&, const std::string&,
+                                   int) override {}
     void onCallForwardedEvent(const std::string&, int, const std::string&, const std::string&,
                               const std::string&, const std::string&, int) override {}
     void onIncomingAssociatedCallEvent(const std::string&, int, int) override {}
@@ -63,8 +63,8 @@ public:
     void onSecurityStatusChanged(const std::string&, int, int, std::vector<int>&,
                                  std::vector<std::string>&) override {}
     void onCallRecordingStatusEvent(const std::string&, int, const std::string&) override {}
-    void onPreemptionStatusChanged(const std::string&, int, int, int,
-                                   const std::string&) override {}
+    void onPreemptionStatusChanged(const std::string&, int, int, int, const std::string&) override {
+    }
     void onImpactLevelChanged(const std::string&, int, int, int) override {}
     void onSystemStatusEvent(const std::string&, const std::string&) override {}
     void onServerFeatureStatusEvent(const std::string&, const std::string&) override {}
@@ -94,8 +94,7 @@ public:
         response = answer;
         return 0;
     }
-    int sendSubscribe(const std::string&, std::string& response, const std::string&,
-                      int) override {
+    int sendSubscribe(const std::string&, std::string& response, const std::string&, int) override {
         response = answer;
         return 0;
     }
@@ -115,7 +114,8 @@ bench::Results results;
 
 template <typename Operation> void add(const std::string& name, Operation operation) {
     benchmark::RegisterBenchmark(name.c_str(), [operation](benchmark::State& state) mutable {
-        for (auto _ : state) operation();
+        for (auto _ : state)
+            operation();
     });
     scenarios.push_back({name, operation});
 }
@@ -131,9 +131,8 @@ void addEvents() {
         results.eventNames.push_back(event.method);
         const char* const message = event.message.c_str();
         const int length = static_cast<int>(event.message.size());
-        add("event/" + event.method, [message, length] {
-            invoker.handleMessage(&subscriber, message, length, &noticed);
-        });
+        add("event/" + event.method,
+            [message, length] { invoker.handleMessage(&subscriber, message, length, &noticed); });
         add("straightforward/" + event.method, [message, length] {
             straightforward.handleMessage(&subscriber, message, length, &noticed);
         });
@@ -144,9 +143,8 @@ void addEvents() {
     if (!check.load_buffer(wrapped.data(), wrapped.size())) {
         throw std::logic_error("pugixml cannot parse the call-state event");
     }
-    add("pugixml/" + callState.method, [&callState] {
-        benchmark::DoNotOptimize(bench::readWithPugixml(wrapped, callState));
-    });
+    add("pugixml/" + callState.method,
+        [&callState] { benchmark::DoNotOptimize(bench::readWithPugixml(wrapped, callState)); });
     add("floor/" + callState.method,
         [&callState] { benchmark::DoNotOptimize(bench::countOpenings(callState.message)); });
 }
@@ -169,15 +167,16 @@ void addRequest(const std::string& operation, const std::string& answer, Operati
     results.operationNames.push_back(operation);
     CommunicationsServiceIfc* service = &serviceAnswering(answer);
     add("request/" + operation, [service, call] { benchmark::DoNotOptimize(call(*service)); });
-    const bool sendsRequest = operation != "csCommunicationsService" &&
-                              operation != "activateStoredFwd";
+    const bool sendsRequest =
+        operation != "csCommunicationsService" && operation != "activateStoredFwd";
     const bool longAnswer = answer.size() > std::string().capacity();
     results.budgets["request/" + operation] = (sendsRequest ? 1 : 0) + (longAnswer ? 1 : 0);
 }
 
 std::string devicesAnswer() {
     std::string answer;
-    for (int device = 0; device < 50; ++device) answer += "<sip:" + std::to_string(1001 + device) + "@pbx>";
+    for (int device = 0; device < 50; ++device)
+        answer += "<sip:" + std::to_string(1001 + device) + "@pbx>";
     return answer;
 }
 
@@ -311,8 +310,7 @@ void addRequests() {
                    unsigned int fresh = 0, old = 0, freshUrgent = 0, oldUrgent = 0;
                    static std::string voiceMail;
                    return s.getMessageWaitingIndicator(type, fresh, old, freshUrgent, oldUrgent,
-                                                       returnType, available, waiting,
-                                                       voiceMail) +
+                                                       returnType, available, waiting, voiceMail) +
                           type + static_cast<int>(fresh);
                });
     addRequest("setAssociatedCalls", kSuccess,
@@ -392,7 +390,8 @@ void countAllocations() {
     for (const Scenario& scenario : scenarios) {
         scenario.run();
         const std::size_t before = bench::allocationCount;
-        for (int call = 0; call < kCalls; ++call) scenario.run();
+        for (int call = 0; call < kCalls; ++call)
+            scenario.run();
         results.allocations[scenario.name] =
             static_cast<double>(bench::allocationCount - before) / kCalls;
     }

@@ -50,32 +50,31 @@ std::vector<Event> makeEvents() {
     const std::string name = "Bob Smith";
     const std::string pai = "sip:+498970072002@pbx.example.de";
     std::vector<Event> all;
-    all.push_back(make("CallStateChangeEvent",
-                       {text("LineID", line), number("CallID", "12"), number("CallState", "3"),
-                        number("Reason", "0"), number("SendOptions", "0"), text("URI", uri),
-                        text("Name", name), text("FullPAI", pai), text("GPUCLG", "2002"),
-                        text("GPUCLGName", name), text("GPUCLD", line),
-                        text("GPUCLDName", "Alice Jones"), number("ResourcePriority", "0"),
-                        number("PreemptionCause", "0"), text("PreemptionText", ""),
-                        number("CallBackFearureAvailable", "1"), number("ILCallLevel", "0"),
-                        number("ILLocalLevel", "0")}));
+    all.push_back(
+        make("CallStateChangeEvent",
+             {text("LineID", line), number("CallID", "12"), number("CallState", "3"),
+              number("Reason", "0"), number("SendOptions", "0"), text("URI", uri),
+              text("Name", name), text("FullPAI", pai), text("GPUCLG", "2002"),
+              text("GPUCLGName", name), text("GPUCLD", line), text("GPUCLDName", "Alice Jones"),
+              number("ResourcePriority", "0"), number("PreemptionCause", "0"),
+              text("PreemptionText", ""), number("CallBackFearureAvailable", "1"),
+              number("ILCallLevel", "0"), number("ILLocalLevel", "0")}));
     all.push_back(make("RegistrationStateChangeEvent",
                        {text("LineID", line), number("CallID", "0"), number("Registered", "1"),
                         number("RegistrationResult", "200")}));
-    all.push_back(make("IncomingCallEvent",
-                       {text("LineID", line), number("CallID", "12"), text("URI", uri),
-                        text("Name", name), text("FullPAI", pai),
-                        text("AlertInformation_AlertURI", "http://127.0.0.1/Bellcore-dr2"),
-                        text("AlertInformation_InfoParam", "info=alert-internal"),
-                        number("AlertInformation_AutoAnswer", "0"), number("CallType", "1"),
-                        text("DiversionURI", "sip:3003@pbx.example.com"),
-                        text("DiversionName", "Carol White"), number("DiversionReason", "2"),
-                        number("AICSZIPAutoAnswer", "0"), number("ResourcePriority", "0"),
-                        number("ILCallLevel", "0"), number("ILLocalLevel", "0"),
-                        number("IsVideoCall", "0")}));
-    all.push_back(make("IncomingPickupCallEvent", {text("LineID", line), number("CallID", "14"),
-                                                   text("URI", uri), text("Name", name),
-                                                   text("FullPAI", pai)}));
+    all.push_back(make(
+        "IncomingCallEvent",
+        {text("LineID", line), number("CallID", "12"), text("URI", uri), text("Name", name),
+         text("FullPAI", pai), text("AlertInformation_AlertURI", "http://127.0.0.1/Bellcore-dr2"),
+         text("AlertInformation_InfoParam", "info=alert-internal"),
+         number("AlertInformation_AutoAnswer", "0"), number("CallType", "1"),
+         text("DiversionURI", "sip:3003@pbx.example.com"), text("DiversionName", "Carol White"),
+         number("DiversionReason", "2"), number("AICSZIPAutoAnswer", "0"),
+         number("ResourcePriority", "0"), number("ILCallLevel", "0"), number("ILLocalLevel", "0"),
+         number("IsVideoCall", "0")}));
+    all.push_back(make("IncomingPickupCallEvent",
+                       {text("LineID", line), number("CallID", "14"), text("URI", uri),
+                        text("Name", name), text("FullPAI", pai)}));
     all.push_back(make("CallHeldEvent", {text("LineID", line), number("CallID", "12")}));
     all.push_back(make("CallRetrievedEvent",
                        {text("LineID", line), number("CallID", "12"), text("URI", uri),
@@ -83,23 +82,23 @@ std::vector<Event> makeEvents() {
                         number("ILLocalLevel", "0"), number("ConnectedToMediaServer", "0")}));
     all.push_back(make("FeatureSuccessEvent",
                        {text("LineID", line), number("CallID", "12"), number("Feature", "7")}));
-    all.push_back(make("FeatureFailedEvent", {text("LineID", line), number("CallID", "12"),
-                                              number("Feature", "7"),
-                                              number("FeatureFailure", "3")}));
-    all.push_back(make("RemoteEndpointDetailsChangedEvent",
-                       {text("LineID", line), number("CallID", "12"), text("URI", uri),
-                        text("Name", name), text("FullPAI", pai), number("exitConf", "0"),
-                        number("jointCall", "1")}));
+    all.push_back(
+        make("FeatureFailedEvent", {text("LineID", line), number("CallID", "12"),
+                                    number("Feature", "7"), number("FeatureFailure", "3")}));
+    all.push_back(
+        make("RemoteEndpointDetailsChangedEvent",
+             {text("LineID", line), number("CallID", "12"), text("URI", uri), text("Name", name),
+              text("FullPAI", pai), number("exitConf", "0"), number("jointCall", "1")}));
     all.push_back(make("IncomingCallMissedEvent",
                        {text("LineID", line), number("CallID", "15"), text("URI", uri),
                         text("Name", name), text("FullPAI", pai), number("Reason", "4"),
                         text("DiversionURI", "sip:3003@pbx.example.com"),
                         text("DiversionName", "Carol White"), number("DiversionReason", "2")}));
-    all.push_back(make("CallForwardedEvent",
-                       {text("LineID", line), number("CallID", "12"), text("CallingParty", uri),
-                        text("CallingPartyName", name), text("CallingPartyFullPAI", pai),
-                        text("NewDestination", "sip:3003@pbx.example.com"),
-                        number("Reason", "1")}));
+    all.push_back(
+        make("CallForwardedEvent",
+             {text("LineID", line), number("CallID", "12"), text("CallingParty", uri),
+              text("CallingPartyName", name), text("CallingPartyFullPAI", pai),
+              text("NewDestination", "sip:3003@pbx.example.com"), number("Reason", "1")}));
     all.push_back(make("DevicesChangedEvent", {}));
     all.push_back(make("messageWaitingEvent",
                        {text("LineID", line), number("type", "1"), number("new_messages", "3"),
@@ -114,22 +113,23 @@ std::vector<Event> makeEvents() {
                        {text("status", "DEGRADED"), text("statusInfo", "backup server active")}));
     all.push_back(make("serverFeatureStatusEvent",
                        {text("lineURI", "sip:1001@pbx.example.com"), text("status", "active")}));
-    all.push_back(make("IncomingAssociatedCallEvent",
-                       {text("LineID", line), number("CurrentCallID", "12"),
-                        number("NewCallID", "13")}));
+    all.push_back(
+        make("IncomingAssociatedCallEvent",
+             {text("LineID", line), number("CurrentCallID", "12"), number("NewCallID", "13")}));
     all.push_back(make("b2buaCSTAResponse",
                        {text("lineURI", "sip:1001@pbx.example.com"), number("success", "1")},
                        kCstaResponse));
-    all.push_back(make("b2buaCSTAEventOrRequest", {text("lineURI", "sip:1001@pbx.example.com")},
-                       kCstaEvent));
+    all.push_back(
+        make("b2buaCSTAEventOrRequest", {text("lineURI", "sip:1001@pbx.example.com")}, kCstaEvent));
     all.push_back(make("conferenceStatusEvent", {text("LineID", line), number("CallID", "12"),
                                                  text("XMLContent", kConferenceInfo)}));
-    all.push_back(make("securityStatusChanged",
-                       {text("lineURI", "sip:1001@pbx.example.com"), number("callId", "12"),
-                        number("securityStatus", "2"),
-                        {Kind::NumberList, "CallIDsRecorded", "12;13;"},
-                        {Kind::TextList, "CallLineURIsRecorded",
-                         "sip:1001@pbx.example.com;sip:1002@pbx.example.com;"}}));
+    all.push_back(
+        make("securityStatusChanged", {text("lineURI", "sip:1001@pbx.example.com"),
+                                       number("callId", "12"),
+                                       number("securityStatus", "2"),
+                                       {Kind::NumberList, "CallIDsRecorded", "12;13;"},
+                                       {Kind::TextList, "CallLineURIsRecorded",
+                                        "sip:1001@pbx.example.com;sip:1002@pbx.example.com;"}}));
     all.push_back(make("preemptionStatusChanged",
                        {text("lineURI", "sip:1001@pbx.example.com"), number("callId", "12"),
                         number("priority", "3"), number("cause", "1"),

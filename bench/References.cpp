@@ -46,7 +46,8 @@ std::size_t countOpenings(const std::string& message) {
     while (left != 0) {
         const std::size_t block = std::min<std::size_t>(left, 255);
         std::uint8_t inBlock = 0;
-        for (std::size_t i = 0; i < block; ++i) inBlock += bytes[i] == '<' ? 1 : 0;
+        for (std::size_t i = 0; i < block; ++i)
+            inBlock += bytes[i] == '<' ? 1 : 0;
         total += inBlock;
         bytes += block;
         left -= block;

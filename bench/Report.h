@@ -19,8 +19,7 @@ struct Results {
 // The tables of medians, ratios, goals and allocations, in Markdown.
 std::string markdown(const Results& results);
 
-// Writes the chart's data and gnuplot script into `folder` and draws results.png there
-// with gnuplot. Returns false when gnuplot could not draw it.
+// Draws the medians as results.png in `folder` with gnuplot. False when gnuplot could not.
 bool drawChart(const Results& results, const std::string& folder);
 
 } // namespace bench

@@ -16,7 +16,6 @@
 namespace bench {
 namespace {
 
-
 using Ifc = CommunicationsServiceEventIfc;
 using Readers = CommunicationsServiceEventInvoker;
 
@@ -189,9 +188,9 @@ void callRetrievedEvent(Readers& readers, Ifc* subscriber, std::string& message)
 }
 
 void remoteEndpointDetailsChangedEvent(Readers& readers, Ifc* subscriber, std::string& message) {
-    deliver(readers, subscriber, &Ifc::onRemoteEndpointDetailsChangedEvent, message,
-            Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
-            Flag{"exitConf"}, Flag{"jointCall"});
+    deliver(readers, subscriber, &Ifc::onRemoteEndpointDetailsChangedEvent, message, Text{"LineID"},
+            Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Flag{"exitConf"},
+            Flag{"jointCall"});
 }
 
 void callForwardedEvent(Readers& readers, Ifc* subscriber, std::string& message) {
@@ -220,9 +219,8 @@ void featureFailedEvent(Readers& readers, Ifc* subscriber, std::string& message)
 void messageWaitingEvent(Readers& readers, Ifc* subscriber, std::string& message) {
     deliver(readers, subscriber, &Ifc::onMessageWaitingEvent, message, Text{"LineID"},
             Number{"type"}, Counter{"new_messages"}, Counter{"old_messages"},
-            Counter{"new_urgent_messages"}, Counter{"old_urgent_messages"},
-            Number{"return_type"}, Number{"avail_info"}, Number{"messages_waiting"},
-            Text{"voiceMailNumber"});
+            Counter{"new_urgent_messages"}, Counter{"old_urgent_messages"}, Number{"return_type"},
+            Number{"avail_info"}, Number{"messages_waiting"}, Text{"voiceMailNumber"});
 }
 
 void doNotDisturbEvent(Readers& readers, Ifc* subscriber, std::string& message) {

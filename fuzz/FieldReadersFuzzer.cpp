@@ -19,11 +19,14 @@ namespace {
 // The one-pass scans read a set of names at once: the fuzzed name among names of the
 // service that share first bytes and begin with one another.
 void expectScansEqualMemberReaders(const std::string& name, const std::string& message) {
-    std::vector<std::string_view> names = {"CallID",       "CallState",        "CallingParty",
-                                           "CallingPartyName", "GPUCLG",      "GPUCLGName",
+    std::vector<std::string_view> names = {"CallID",
+                                           "CallState",
+                                           "CallingParty",
+                                           "CallingPartyName",
+                                           "GPUCLG",
+                                           "GPUCLGName",
                                            "CallBackFearureAvailable"};
-    const bool usable = !name.empty() && name.front() != '/' &&
-                        name.find('<') == std::string::npos;
+    const bool usable = !name.empty() && name.front() != '/' && name.find('<') == std::string::npos;
     if (usable && std::find(names.begin(), names.end(), name) == names.end()) {
         names.push_back(name);
     }

@@ -43,9 +43,7 @@ struct Text {
     static constexpr std::size_t kElements = 1;
     std::string_view name;
     void names(std::string_view*& out) const { *out++ = name; }
-    std::string read(ElementCursor& elements, const std::string&) const {
-        return elements.text();
-    }
+    std::string read(ElementCursor& elements, const std::string&) const { return elements.text(); }
 };
 
 struct Number {
@@ -70,9 +68,7 @@ struct Flag {
     static constexpr std::size_t kElements = 1;
     std::string_view name;
     void names(std::string_view*& out) const { *out++ = name; }
-    bool read(ElementCursor& elements, const std::string&) const {
-        return elements.number() != 0;
-    }
+    bool read(ElementCursor& elements, const std::string&) const { return elements.number() != 0; }
 };
 
 struct NumberList {
@@ -135,7 +131,8 @@ PartyRecord newPartyRecord() {
 void copyInto(char (&field)[65], std::string_view value) {
     const std::size_t limit = std::min(value.size(), sizeof field - 1);
     std::size_t length = 0;
-    for (; length < limit && value[length] != '\0'; ++length) field[length] = value[length];
+    for (; length < limit && value[length] != '\0'; ++length)
+        field[length] = value[length];
     field[length] = '\0';
 }
 
@@ -276,10 +273,9 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     if (events == nullptr) std::printf("CommunicationsServiceEventSvc == NULL");
     // The routes are chosen before any handler runs, because the pass-through handlers cut
     // the text that the method name was read from.
-    constexpr std::string_view kMethod = "Method";
-    static const ElementNames methodName(&kMethod, 1);
+    static const ElementNames kMethod{"Method"};
     ElementSpan method;
-    findElements(text, methodName, &method);
+    findElements(text, kMethod, &method);
     RouteSet matching = routesMatching(valueOf(text, method));
     for (std::size_t row = 0; matching != 0; ++row, matching >>= 1) {
         if ((matching & 1) != 0) kRoutes[row].handler(*this, events, text);
@@ -291,37 +287,39 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
 
 void Self::callStateChangeEvent(Ifc* subscriber, std::string& message) {
     const PartyRecord parties = newPartyRecord();
-    deliver<&Ifc::onCallStateChangeEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Number{"CallState"}, Number{"Reason"}, Number{"SendOptions"},
-            Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Parties{parties.get()},
-            Number{"ResourcePriority"}, Number{"PreemptionCause"}, Text{"PreemptionText"},
-            Flag{"CallBackFearureAvailable"}, Number{"ILCallLevel"}, Number{"ILLocalLevel"});
+    deliver<&Ifc::onCallStateChangeEvent>(
+        subscriber, message, Text{"LineID"}, Number{"CallID"}, Number{"CallState"},
+        Number{"Reason"}, Number{"SendOptions"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
+        Parties{parties.get()}, Number{"ResourcePriority"}, Number{"PreemptionCause"},
+        Text{"PreemptionText"}, Flag{"CallBackFearureAvailable"}, Number{"ILCallLevel"},
+        Number{"ILLocalLevel"});
 }
 
 void Self::incomingCallEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onIncomingCallEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
-            Text{"AlertInformation_AlertURI"}, Text{"AlertInformation_InfoParam"},
-            Flag{"AlertInformation_AutoAnswer"}, Number{"CallType"}, Text{"DiversionURI"},
-            Text{"DiversionName"}, Number{"DiversionReason"}, Flag{"AICSZIPAutoAnswer"},
-            Number{"ResourcePriority"}, Number{"ILCallLevel"}, Number{"ILLocalLevel"},
-            Flag{"IsVideoCall"});
+    deliver<&Ifc::onIncomingCallEvent>(
+        subscriber, message, Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"},
+        Text{"FullPAI"}, Text{"AlertInformation_AlertURI"}, Text{"AlertInformation_InfoParam"},
+        Flag{"AlertInformation_AutoAnswer"}, Number{"CallType"}, Text{"DiversionURI"},
+        Text{"DiversionName"}, Number{"DiversionReason"}, Flag{"AICSZIPAutoAnswer"},
+        Number{"ResourcePriority"}, Number{"ILCallLevel"}, Number{"ILLocalLevel"},
+        Flag{"IsVideoCall"});
 }
 
 void Self::incomingPickupCallEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onIncomingPickupCallEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"});
+    deliver<&Ifc::onIncomingPickupCallEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                             Text{"URI"}, Text{"Name"}, Text{"FullPAI"});
 }
 
 void Self::incomingCallMissedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onIncomingCallMissedEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Number{"Reason"},
-            Text{"DiversionURI"}, Text{"DiversionName"}, Number{"DiversionReason"});
+    deliver<&Ifc::onIncomingCallMissedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                             Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
+                                             Number{"Reason"}, Text{"DiversionURI"},
+                                             Text{"DiversionName"}, Number{"DiversionReason"});
 }
 
 void Self::incomingAssociatedCallEvent(Ifc* subscriber, const std::string& message) {
     deliver<&Ifc::onIncomingAssociatedCallEvent>(subscriber, message, Text{"LineID"},
-            Number{"CurrentCallID"}, Number{"NewCallID"});
+                                                 Number{"CurrentCallID"}, Number{"NewCallID"});
 }
 
 // Call transitions.
@@ -331,120 +329,121 @@ void Self::callHeldEvent(Ifc* subscriber, std::string& message) {
 }
 
 void Self::callRetrievedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallRetrievedEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"}, Number{"ILCallLevel"},
-            Number{"ILLocalLevel"}, Flag{"ConnectedToMediaServer"});
+    deliver<&Ifc::onCallRetrievedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                        Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
+                                        Number{"ILCallLevel"}, Number{"ILLocalLevel"},
+                                        Flag{"ConnectedToMediaServer"});
 }
 
 void Self::remoteEndpointDetailsChangedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onRemoteEndpointDetailsChangedEvent>(subscriber, message,
-            Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
-            Flag{"exitConf"}, Flag{"jointCall"});
+    deliver<&Ifc::onRemoteEndpointDetailsChangedEvent>(
+        subscriber, message, Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"},
+        Text{"FullPAI"}, Flag{"exitConf"}, Flag{"jointCall"});
 }
 
 void Self::callForwardedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallForwardedEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Text{"CallingParty"}, Text{"CallingPartyName"},
-            Text{"CallingPartyFullPAI"}, Text{"NewDestination"}, Number{"Reason"});
+    deliver<&Ifc::onCallForwardedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                        Text{"CallingParty"}, Text{"CallingPartyName"},
+                                        Text{"CallingPartyFullPAI"}, Text{"NewDestination"},
+                                        Number{"Reason"});
 }
 
 // Line, feature and device status.
 
 void Self::registrationStateChangeEvent(Ifc* subscriber, std::string& message) {
     deliver<&Ifc::onRegistrationStateChangeEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Flag{"Registered"}, Number{"RegistrationResult"});
+                                                  Number{"CallID"}, Flag{"Registered"},
+                                                  Number{"RegistrationResult"});
 }
 
 void Self::featureSuccessEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onFeatureSuccessEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Number{"Feature"});
+    deliver<&Ifc::onFeatureSuccessEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                         Number{"Feature"});
 }
 
 void Self::featureFailedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onFeatureFailedEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Number{"Feature"}, Number{"FeatureFailure"});
+    deliver<&Ifc::onFeatureFailedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                        Number{"Feature"}, Number{"FeatureFailure"});
 }
 
 void Self::messageWaitingEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onMessageWaitingEvent>(subscriber, message, Text{"LineID"},
-            Number{"type"}, Counter{"new_messages"}, Counter{"old_messages"},
-            Counter{"new_urgent_messages"}, Counter{"old_urgent_messages"},
-            Number{"return_type"}, Number{"avail_info"}, Number{"messages_waiting"},
-            Text{"voiceMailNumber"});
+    deliver<&Ifc::onMessageWaitingEvent>(
+        subscriber, message, Text{"LineID"}, Number{"type"}, Counter{"new_messages"},
+        Counter{"old_messages"}, Counter{"new_urgent_messages"}, Counter{"old_urgent_messages"},
+        Number{"return_type"}, Number{"avail_info"}, Number{"messages_waiting"},
+        Text{"voiceMailNumber"});
 }
 
 void Self::doNotDisturbEvent(Ifc* subscriber, std::string& message) {
     deliver<&Ifc::onDoNotDisturbEvent>(subscriber, message, Text{"deviceId"},
-            Flag{"doNotDisturbOn"});
+                                       Flag{"doNotDisturbOn"});
 }
 
 void Self::agentStateEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onAgentStateEvent>(subscriber, message, Text{"deviceId"},
-            Text{"agentState"});
+    deliver<&Ifc::onAgentStateEvent>(subscriber, message, Text{"deviceId"}, Text{"agentState"});
 }
 
 void Self::callRecordingStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallRecordingStatusEvent>(subscriber, message, Text{"LineID"},
-            Number{"callId"}, Text{"callRecorded"});
+    deliver<&Ifc::onCallRecordingStatusEvent>(subscriber, message, Text{"LineID"}, Number{"callId"},
+                                              Text{"callRecorded"});
 }
 
 void Self::systemStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onSystemStatusEvent>(subscriber, message, Text{"status"},
-            Text{"statusInfo"});
+    deliver<&Ifc::onSystemStatusEvent>(subscriber, message, Text{"status"}, Text{"statusInfo"});
 }
 
 void Self::serverFeatureStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onServerFeatureStatusEvent>(subscriber, message, Text{"lineURI"},
-            Text{"status"});
+    deliver<&Ifc::onServerFeatureStatusEvent>(subscriber, message, Text{"lineURI"}, Text{"status"});
 }
 
 void Self::conferenceStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onConferenceStatusEvent>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Text{"XMLContent"});
+    deliver<&Ifc::onConferenceStatusEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
+                                           Text{"XMLContent"});
 }
 
 void Self::callCompletionEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallCompletionEvent>(subscriber, message, Text{"LineID"}, Text{"URI"},
-            Number{"CallCompletionType"}, Number{"CallCompletionState"},
-            Flag{"DisplayOutcomeCallUI"});
+    deliver<&Ifc::onCallCompletionEvent>(
+        subscriber, message, Text{"LineID"}, Text{"URI"}, Number{"CallCompletionType"},
+        Number{"CallCompletionState"}, Flag{"DisplayOutcomeCallUI"});
 }
 
 void Self::callCompletionFailedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallCompletionFailedEvent>(subscriber, message, Text{"LineID"},
-            Text{"URI"}, Number{"CallCompletionFailureType"});
+    deliver<&Ifc::onCallCompletionFailedEvent>(subscriber, message, Text{"LineID"}, Text{"URI"},
+                                               Number{"CallCompletionFailureType"});
 }
 
 void Self::bluetoothAudioStatusChanged(Ifc* subscriber, std::string& message) {
     deliver<&Ifc::onBluetoothAudioStatusChanged>(subscriber, message, Text{"LineID"},
-            Number{"CallID"}, Flag{"AudioEnabled"}, Flag{"AudioGateway"}, Flag{"InBandRinging"});
+                                                 Number{"CallID"}, Flag{"AudioEnabled"},
+                                                 Flag{"AudioGateway"}, Flag{"InBandRinging"});
 }
 
 // Security and precedence.
 
 void Self::securityStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onSecurityStatusChanged>(subscriber, message, Text{"lineURI"},
-            Number{"callId"}, Number{"securityStatus"}, NumberList{"CallIDsRecorded"},
-            TextList{"CallLineURIsRecorded"});
+    deliver<&Ifc::onSecurityStatusChanged>(subscriber, message, Text{"lineURI"}, Number{"callId"},
+                                           Number{"securityStatus"}, NumberList{"CallIDsRecorded"},
+                                           TextList{"CallLineURIsRecorded"});
 }
 
 void Self::preemptionStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onPreemptionStatusChanged>(subscriber, message, Text{"lineURI"},
-            Number{"callId"}, Number{"priority"}, Number{"cause"}, Text{"reason"});
+    deliver<&Ifc::onPreemptionStatusChanged>(subscriber, message, Text{"lineURI"}, Number{"callId"},
+                                             Number{"priority"}, Number{"cause"}, Text{"reason"});
 }
 
 void Self::impactLevelChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onImpactLevelChanged>(subscriber, message, Text{"lineURI"},
-            Number{"callId"}, Number{"ILCallLevel"}, Number{"ILLocalLevel"});
+    deliver<&Ifc::onImpactLevelChanged>(subscriber, message, Text{"lineURI"}, Number{"callId"},
+                                        Number{"ILCallLevel"}, Number{"ILLocalLevel"});
 }
 
 // Back-to-back CSTA pass-through.
 
 void Self::b2buaCSTAResponse(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onB2buaCSTAResponse>(subscriber, message, Text{"lineURI"},
-            Flag{"success"}, Payload{"/success>"});
+    deliver<&Ifc::onB2buaCSTAResponse>(subscriber, message, Text{"lineURI"}, Flag{"success"},
+                                       Payload{"/success>"});
 }
 
 void Self::b2buaCSTAEventOrRequest(Ifc* subscriber, std::string& message) {
     deliver<&Ifc::onB2buaCSTAEventOrRequest>(subscriber, message, Text{"lineURI"},
-            Payload{"/lineURI>"});
+                                             Payload{"/lineURI>"});
 }

@@ -42,7 +42,8 @@ public:
         if (truncated) return *this;
         Field& field = add(tag);
         const auto written = std::to_chars(field.digits, field.digits + sizeof field.digits, value);
-        field.value = std::string_view(field.digits, static_cast<std::size_t>(written.ptr - field.digits));
+        field.value =
+            std::string_view(field.digits, static_cast<std::size_t>(written.ptr - field.digits));
         return *this;
     }
     Request& flag(std::string_view tag, bool value) { return text(tag, value ? "1" : "0"); }
@@ -63,7 +64,8 @@ public:
     std::string str() const {
         constexpr std::string_view kOpenMethod = "<Method>";
         constexpr std::string_view kCloseMethod = "</Method>";
-        std::size_t size = kOpenMethod.size() + method.size() + kCloseMethod.size() + trailer.size();
+        std::size_t size =
+            kOpenMethod.size() + method.size() + kCloseMethod.size() + trailer.size();
         for (std::size_t i = 0; i < count; ++i) {
             const Field& field = fields[i];
             size += field.tag.size() + 2;
@@ -416,10 +418,10 @@ int CommunicationsServiceProxy::getMicrophoneMute(bool& muted) {
 
 int CommunicationsServiceProxy::getDoNotDisturb(const std::string& deviceId,
                                                 bool& doNotDisturbOn) {
-    return readFlagAnswer(
-        exchange(*requestChannel, Request("GetDoNotDisturb").text("deviceID", deviceId).str(),
-                 "false"),
-        doNotDisturbOn);
+    return readFlagAnswer(exchange(*requestChannel,
+                                   Request("GetDoNotDisturb").text("deviceID", deviceId).str(),
+                                   "false"),
+                          doNotDisturbOn);
 }
 
 int CommunicationsServiceProxy::getServiceState(sfiServiceState& state) {

@@ -1,7 +1,6 @@
 #include "MessageFormat.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -53,30 +52,6 @@ long strtol32(const char* text) {
     const long value = std::strtol(text, nullptr, 10);
     return std::clamp<long>(value, std::numeric_limits<std::int32_t>::min(),
                             std::numeric_limits<std::int32_t>::max());
-}
-
-long decimal32(std::string_view digits) {
-    const char* at = digits.data();
-    const char* const end = at + digits.size();
-    bool negative = false;
-    // strtol skips what the current locale calls white space, which never takes in a digit.
-    if (at != end && (*at < '0' || *at > '9')) {
-        while (at != end && std::isspace(static_cast<unsigned char>(*at)) != 0) ++at;
-        if (at != end && (*at == '+' || *at == '-')) {
-            negative = *at == '-';
-            ++at;
-        }
-    }
-    // Past 2^32 every value saturates alike, so the magnitude stops growing there.
-    constexpr std::uint64_t kSaturated = std::uint64_t{1} << 32;
-    std::uint64_t magnitude = 0;
-    for (; at != end && *at >= '0' && *at <= '9'; ++at) {
-        if (magnitude < kSaturated) magnitude = magnitude * 10 + static_cast<unsigned>(*at - '0');
-    }
-    const auto value = static_cast<std::int64_t>(magnitude);
-    return static_cast<long>(std::clamp<std::int64_t>(negative ? -value : value,
-                                                      std::numeric_limits<std::int32_t>::min(),
-                                                      std::numeric_limits<std::int32_t>::max()));
 }
 
 namespace {
@@ -157,10 +132,17 @@ inline bool ElementNames::standsAt(std::size_t index, const char* at, const char
     const Name& name = names[index];
     const std::size_t size = name.text.size();
     if (static_cast<std::size_t>(end - at) < size + 8) return standsNearEnd(index, at, end);
-    // Both words are always compared, which costs less than telling short names apart.
+    // Both words are always compared, which costs less than telling short names apart; the
+    // bytes between them, in names of sixteen bytes or more, a word at a time.
     const bool words = ((load<std::uint64_t>(at) & name.headMask) == name.head) &
                        ((load<std::uint64_t>(at + name.tailOffset) & name.tailMask) == name.tail);
-    return words && (size < 16 || std::memcmp(at + 8, name.text.data() + 8, size - 15) == 0);
+    if (!words) return false;
+    for (std::size_t offset = 8; offset < name.tailOffset; offset += 8) {
+        if (load<std::uint64_t>(at + offset) != load<std::uint64_t>(name.text.data() + offset)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 namespace {
@@ -171,7 +153,8 @@ public:
     ElementScan(std::string_view text, const ElementNames& names, ElementSpan* spans)
         : begin(text.data()), end(text.data() + text.size()), names(names), spans(spans),
           unsettled(names.size()) {
-        for (std::size_t i = 0; i < names.size(); ++i) spans[i] = ElementSpan{};
+        for (std::size_t i = 0; i < names.size(); ++i)
+            spans[i] = ElementSpan{};
     }
 
     void run() {
@@ -214,7 +197,8 @@ private:
         std::size_t i = expected;
         if (i >= names.size() || !names.standsAt(i, name, end)) {
             i = names.firstWith(*name);
-            while (i != ElementNames::kNone && !names.standsAt(i, name, end)) i = names.nextWith(i);
+            while (i != ElementNames::kNone && !names.standsAt(i, name, end))
+                i = names.nextWith(i);
             if (i == ElementNames::kNone) return nextOpening(name);
         }
         const char* const value = name + names.length(i) + 1;
@@ -282,14 +266,6 @@ void findAnswerFields(std::string_view answer, const ElementNames& names, Elemen
         // Unsigned on purpose: a missing or earlier end tag wraps to a huge length.
         spans[i] = {value, value + std::min(answer.size() - value, ends[i] - value)};
     }
-}
-
-std::string_view valueOf(std::string_view text, ElementSpan span) {
-    return span.found() ? text.substr(span.value, span.end - span.value) : std::string_view();
-}
-
-long numberOf(std::string_view text, ElementSpan span) {
-    return span.found() ? decimal32(text.substr(span.value, span.end - span.value)) : -1;
 }
 
 int CommunicationsServiceProxy::getResult(std::string& response) { return resultOf(response); }

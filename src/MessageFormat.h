@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -21,11 +24,34 @@ long strtol32(const char* text);
 
 // strtol32 on the bytes of `digits` as if they were copied into a string of their own:
 // conversion stops at the first byte that is not part of the number, a NUL included.
-long decimal32(std::string_view digits);
+// Inline, as events and answers convert their numbers in place, several to a message.
+inline long decimal32(std::string_view digits) {
+    const char* at = digits.data();
+    const char* const end = at + digits.size();
+    bool negative = false;
+    // strtol skips what the current locale calls white space, which never takes in a digit.
+    if (at != end && (*at < '0' || *at > '9')) {
+        while (at != end && std::isspace(static_cast<unsigned char>(*at)) != 0)
+            ++at;
+        if (at != end && (*at == '+' || *at == '-')) {
+            negative = *at == '-';
+            ++at;
+        }
+    }
+    // Past 2^32 every value saturates alike, so the magnitude stops growing there.
+    constexpr std::uint64_t kSaturated = std::uint64_t{1} << 32;
+    std::uint64_t magnitude = 0;
+    for (; at != end && *at >= '0' && *at <= '9'; ++at) {
+        if (magnitude < kSaturated) magnitude = magnitude * 10 + static_cast<unsigned>(*at - '0');
+    }
+    const auto value = static_cast<std::int64_t>(magnitude);
+    return static_cast<long>(std::clamp<std::int64_t>(negative ? -value : value,
+                                                      std::numeric_limits<std::int32_t>::min(),
+                                                      std::numeric_limits<std::int32_t>::max()));
+}
 
-// Where an element of an event text lies: the value starts right behind the first "<name>"
-// and ends at the first "</name>" after it. An element with either tag missing is not
-// found, whatever `value` holds.
+// Where the value of an element lies in a text, as findElements or findAnswerFields found
+// it. An element that was not found may still hold a `value`; only `found` tells.
 struct ElementSpan {
     std::size_t value = std::string_view::npos;
     std::size_t end = std::string_view::npos;
@@ -57,8 +83,8 @@ public:
 private:
     bool standsNearEnd(std::size_t index, const char* at, const char* end) const;
 
-    // A name with the '>' behind it as two words, its first and its last eight bytes (the
-    // same word twice for short names), so that most names compare in two word reads.
+    // A name with the '>' behind it as two masked words, its first and its last eight bytes
+    // (the same word for short names), so that most names compare in two word reads.
     struct Name {
         std::string_view text;
         std::uint64_t head;
@@ -88,6 +114,11 @@ void findElements(std::string_view text, const ElementNames& names, ElementSpan*
 void findAnswerFields(std::string_view answer, const ElementNames& names, ElementSpan* spans);
 
 // The value of a located element or field: "" when it is not found.
-std::string_view valueOf(std::string_view text, ElementSpan span);
+inline std::string_view valueOf(std::string_view text, ElementSpan span) {
+    return span.found() ? text.substr(span.value, span.end - span.value) : std::string_view();
+}
+
 // Its number as strtol32 reads it: -1 when it is not found.
-long numberOf(std::string_view text, ElementSpan span);
+inline long numberOf(std::string_view text, ElementSpan span) {
+    return span.found() ? decimal32(valueOf(text, span)) : -1;
+}

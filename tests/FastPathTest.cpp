@@ -28,9 +28,9 @@ using Names = std::vector<std::string_view>;
 // Name sets as handlers read them, with shared first bytes and names that begin with
 // other names; the last set has the shortest and the longest shapes and a '>' inside.
 const std::vector<Names> kNameSets = {
-    {"LineID", "CallID", "CallState", "Reason", "SendOptions", "URI", "Name", "FullPAI",
-     "GPUCLG", "GPUCLGName", "GPUCLD", "GPUCLDName", "ResourcePriority", "PreemptionCause",
-     "PreemptionText", "CallBackFearureAvailable", "ILCallLevel", "ILLocalLevel"},
+    {"LineID", "CallID", "CallState", "Reason", "SendOptions", "URI", "Name", "FullPAI", "GPUCLG",
+     "GPUCLGName", "GPUCLD", "GPUCLDName", "ResourcePriority", "PreemptionCause", "PreemptionText",
+     "CallBackFearureAvailable", "ILCallLevel", "ILLocalLevel"},
     {"LineID", "CallID", "CallingParty", "CallingPartyName", "CallingPartyFullPAI",
      "NewDestination", "Reason"},
     {"a", "ab", "b", "x>y", "abcdefgh", "abcdefghi", "abcdefghijklmnop", "abcdefghijklmnopq"},
@@ -76,48 +76,88 @@ void expectMemberReadings(const std::string& message, const Names& list) {
 
 TEST(OnePassScans, ReadTrickyTextsAsTheMemberReadersDo) {
     const std::vector<std::string> messages = {
-        "", "<", "</", "<a", "<a>", "<a>1", "<a>1<", "<a>1</", "<a>1</a", "<a>1</a>",
+        "",
+        "<",
+        "</",
+        "<a",
+        "<a>",
+        "<a>1",
+        "<a>1<",
+        "<a>1</",
+        "<a>1</a",
+        "<a>1</a>",
         // Repeated and nested-looking tags: the first start tag and the first end tag after it.
-        "<a>1</a><a>2</a>", "<a><a>7</a></a>", "<a>1<a>2</a>3</a>", "<b><a>5</a></b>",
-        "<a><b>5</a></b>", "<ab>3</a></ab>", "<a>4</ab></a>",
+        "<a>1</a><a>2</a>",
+        "<a><a>7</a></a>",
+        "<a>1<a>2</a>3</a>",
+        "<b><a>5</a></b>",
+        "<a><b>5</a></b>",
+        "<ab>3</a></ab>",
+        "<a>4</ab></a>",
         // End tags before their start tag, alone or again after it.
-        "</a><a>3</a>", "</a><a>3", "</a>x<a>", "</b></a><b>8</b><a>9</a>",
+        "</a><a>3</a>",
+        "</a><a>3",
+        "</a>x<a>",
+        "</b></a><b>8</b><a>9</a>",
         // Names that begin with other names.
         "<CallingPartyName>n</CallingPartyName><CallingParty>p</CallingParty>",
         "<CallingPartyName>n</CallingParty><CallingParty>p</CallingPartyName>",
         "<GPUCLGName>x</GPUCLGName><GPUCLG>y</GPUCLG><GPUCLDName>z</GPUCLD>",
         // Tags at the very end, where no whole word can be read.
-        "<URI>", "x<URI>1</URI>", "<URI>1</URI", "</URI>", "<a>1</a><a",
+        "<URI>",
+        "x<URI>1</URI>",
+        "<URI>1</URI",
+        "</URI>",
+        "<a>1</a><a",
         // Values that hold brackets, tag texts and zero bytes; tags cut by a zero byte.
-        "<Name>a<b>c</Name>", "<Name><sip:1@x></Name>", "<x>y</x>", "<x>y>z</x>y>",
-        "<CallID>1\0 2</CallID>"s, "<Cal\0lID>5</CallID><CallID>6</CallID>"s,
-        "<CallID>\0</CallID>"s, "\0<a>1</a>"s,
+        "<Name>a<b>c</Name>",
+        "<Name><sip:1@x></Name>",
+        "<x>y</x>",
+        "<x>y>z</x>y>",
+        "<CallID>1\0 2</CallID>"s,
+        "<Cal\0lID>5</CallID><CallID>6</CallID>"s,
+        "<CallID>\0</CallID>"s,
+        "\0<a>1</a>"s,
         // Numbers as strtol reads them.
-        "<CallID> 42abc</CallID>", "<CallID>-7</CallID>", "<CallID>+-5</CallID>",
-        "<CallID>99999999999</CallID>", "<CallID>\t\n\v\f\r8</CallID>",
-        "<CallID>-2147483649</CallID>", "<CallID>-0</CallID>", "<CallID></CallID>",
+        "<CallID> 42abc</CallID>",
+        "<CallID>-7</CallID>",
+        "<CallID>+-5</CallID>",
+        "<CallID>99999999999</CallID>",
+        "<CallID>\t\n\v\f\r8</CallID>",
+        "<CallID>-2147483649</CallID>",
+        "<CallID>-0</CallID>",
+        "<CallID></CallID>",
         // Long names: the bytes between their first and last eight count too.
         "<CallBackFearureAvailable>1</CallBackFearureAvailable>",
         "<CallBackFearXreAvailable>1</CallBackFearureAvailable>",
-        "<abcdefghijklmnopq>2</abcdefghijklmnop>", "<abcdefghijklmnop>3</abcdefghijklmnopq>",
+        "<abcdefghijklmnopq>2</abcdefghijklmnop>",
+        "<abcdefghijklmnop>3</abcdefghijklmnopq>",
+        "<abcdefghXjklmnop>4</abcdefghijklmnop><abcdefghijklmnop>5</abcdefghXjklmnop>",
     };
     for (const std::string& message : messages) {
-        for (const Names& names : kNameSets) expectMemberReadings(message, names);
+        for (const Names& names : kNameSets)
+            expectMemberReadings(message, names);
     }
 }
 
 // Random texts made of the names' own pieces, brackets, digits and a few other bytes.
 std::string randomText(std::mt19937& random, const Names& names) {
-    const std::vector<std::string> pieces = {"<", "</", ">", "/", "0", "17", "-", " ", "x",
-                                             "\0"s, "<<", "></"};
+    const std::vector<std::string> pieces = {"<", "</", ">", "/",   "0",  "17",
+                                             "-", " ",  "x", "\0"s, "<<", "></"};
     std::string text;
     const int count = std::uniform_int_distribution<int>(0, 40)(random);
     for (int i = 0; i < count; ++i) {
         const std::string_view name = names[random() % names.size()];
         switch (random() % 4) {
-        case 0: text.append(pieces[random() % pieces.size()]); break;
-        case 1: text.append(name.substr(0, random() % (name.size() + 1))); break;
-        default: text.append(random() % 2 == 0 ? "<" : "</").append(name).append(">"); break;
+        case 0:
+            text.append(pieces[random() % pieces.size()]);
+            break;
+        case 1:
+            text.append(name.substr(0, random() % (name.size() + 1)));
+            break;
+        default:
+            text.append(random() % 2 == 0 ? "<" : "</").append(name).append(">");
+            break;
         }
     }
     return text;
@@ -138,7 +178,8 @@ TEST(OnePassScans, ReadHugeTextsAsTheMemberReadersDo) {
                          kNameSets.back());
     // Half a million '<' and nothing else that matches: one pass, not one search each.
     std::string openings;
-    for (int i = 0; i < 500000; ++i) openings += "<a";
+    for (int i = 0; i < 500000; ++i)
+        openings += "<a";
     expectMemberReadings(openings + "<a>5</a>", kNameSets.back());
 }
 
@@ -157,7 +198,8 @@ TEST(Decimal32, ConvertsAsStrtolOnACopyOfTheBytes) {
     const std::string alphabet = " \t\n+-0123456789x\0"s;
     for (int round = 0; round < 20000; ++round) {
         std::string digits;
-        for (std::size_t i = random() % 24; i > 0; --i) digits += alphabet[random() % alphabet.size()];
+        for (std::size_t i = random() % 24; i > 0; --i)
+            digits += alphabet[random() % alphabet.size()];
         ASSERT_EQ(decimal32(digits), strtol32(digits.c_str())) << testing::PrintToString(digits);
     }
     for (const char* digits : {"2147483647", "2147483648", "-2147483648", "-2147483649",
@@ -198,8 +240,7 @@ TEST(RequestWriter, WritesWhatADefaultTextStreamWrites) {
     for (const int callId : {0, 1, -1, 10, INT_MAX, INT_MIN, 1000000, -999999}) {
         const std::string destination = "sip:" + std::to_string(random()) + "</Destination>";
         const bool flag = random() % 2 == 0;
-        EXPECT_EQ(proxy.outgoingCallMake(line, callId, destination.c_str(), flag, !flag, flag),
-                  5);
+        EXPECT_EQ(proxy.outgoingCallMake(line, callId, destination.c_str(), flag, !flag, flag), 5);
         EXPECT_EQ(channel.text, streamed(line, callId, destination.c_str(), flag));
         proxy.outgoingCallMake(line, callId, nullptr, flag, !flag, flag);
         EXPECT_EQ(channel.text, streamed(line, callId, nullptr, flag));
@@ -216,8 +257,10 @@ TEST(RequestWriter, WritesWhatADefaultTextStreamWrites) {
 TEST(CallStateEvent, CarriesWhatTheMemberReadersRead) {
     const std::vector<std::string> messages = {
         "<Method>CallStateChangeEvent</Method><LineID>1001</LineID><CallID>12</CallID>"
-        "<GPUCLG>2002</GPUCLG><GPUCLGName>" + std::string(70, 'n') + "</GPUCLGName>"
-        "<GPUCLD>a\0b</GPUCLD><URI><Name>x</Name></URI><Name>y</Name><CallID>13</CallID>"s,
+        "<GPUCLG>2002</GPUCLG><GPUCLGName>" +
+            std::string(70, 'n') +
+            "</GPUCLGName>"
+            "<GPUCLD>a\0b</GPUCLD><URI><Name>x</Name></URI><Name>y</Name><CallID>13</CallID>"s,
         "<Method>CallStateChangeEvent</Method></ILLocalLevel><ILLocalLevel>-3</ILLocalLevel>"
         "<CallBackFearureAvailable>0</CallBackFearureAvailable><PreemptionText>t</Preemption",
     };
@@ -227,17 +270,35 @@ TEST(CallStateEvent, CarriesWhatTheMemberReadersRead) {
             return invoker.getParamAsString("<" + name + ">", message, "</" + name + ">");
         };
         const auto number = [&](const std::string& name) {
-            return std::to_string(invoker.getParamAsLong("<" + name + ">", message, "</" + name + ">"));
+            return std::to_string(
+                invoker.getParamAsLong("<" + name + ">", message, "</" + name + ">"));
         };
         const auto party = [&](const std::string& name) {
             return text(name).substr(0, std::min<std::size_t>(text(name).find('\0'), 64));
         };
         const std::vector<std::string> expected = {
-            text("LineID"), number("CallID"), number("CallState"), number("Reason"),
-            number("SendOptions"), text("URI"), text("Name"), text("FullPAI"), "", "", "", "",
-            "0", party("GPUCLDName"), party("GPUCLD"), party("GPUCLGName"), party("GPUCLG"),
-            number("ResourcePriority"), number("PreemptionCause"), text("PreemptionText"),
-            number("CallBackFearureAvailable") != "0" ? "true" : "false", number("ILCallLevel"),
+            text("LineID"),
+            number("CallID"),
+            number("CallState"),
+            number("Reason"),
+            number("SendOptions"),
+            text("URI"),
+            text("Name"),
+            text("FullPAI"),
+            "",
+            "",
+            "",
+            "",
+            "0",
+            party("GPUCLDName"),
+            party("GPUCLD"),
+            party("GPUCLGName"),
+            party("GPUCLG"),
+            number("ResourcePriority"),
+            number("PreemptionCause"),
+            text("PreemptionText"),
+            number("CallBackFearureAvailable") != "0" ? "true" : "false",
+            number("ILCallLevel"),
             number("ILLocalLevel")};
         communications::testing::RecordingSubscriber subscriber;
         invoker.callStateChangeEvent(&subscriber, message);
