@@ -364,7 +364,7 @@ void addRequests() {
     });
 }
 
-// What a call-state event may allocate: the message text, each text value longer than
+// What an event may allocate: the message text, each text value longer than
 // the inline capacity of std::string, and what the framework's list decoder makes.
 void setEventBudgets() {
     for (const Event& event : bench::events()) {
@@ -453,6 +453,10 @@ int main(int argc, char** argv) {
 
     const std::string table = bench::markdown(results);
     std::cout << '\n' << table;
+    if (!bench::complete(results)) {
+        std::cout << "\nA partial run: " << folder << "/results.md and results.png are kept.\n";
+        return 0;
+    }
     std::ofstream(folder + "/results.md") << table;
     if (!bench::drawChart(results, folder)) {
         std::cerr << "gnuplot could not draw " << folder << "/results.png\n";

@@ -16,6 +16,9 @@ struct Results {
     std::vector<std::string> operationNames;   // interface order
 };
 
+// Whether every benchmark ran, as it does unless a filter was given.
+bool complete(const Results& results);
+
 // The tables of medians, ratios, goals and allocations, in Markdown.
 std::string markdown(const Results& results);
 

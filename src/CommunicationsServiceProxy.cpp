@@ -1,7 +1,6 @@
 #include "CommunicationsServiceProxy.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cstring>
 #include <stdexcept>
@@ -24,7 +23,8 @@ constexpr int kLogLevel = 5;
 // received for such a request.
 class Request {
 public:
-    explicit Request(std::string_view method) : method(method) {}
+    explicit Request(std::string_view method)
+        : method(method), size(kOpenMethod.size() + method.size() + kCloseMethod.size()) {}
     Request(const Request&) = delete;
     Request& operator=(const Request&) = delete;
 
@@ -41,19 +41,21 @@ public:
     Request& decimal(std::string_view tag, int value) {
         if (truncated) return *this;
         Field& field = add(tag);
-        const auto written = std::to_chars(field.digits, field.digits + sizeof field.digits, value);
-        field.value =
-            std::string_view(field.digits, static_cast<std::size_t>(written.ptr - field.digits));
+        char* const digits = decimals[count - 1];
+        const auto written = std::to_chars(digits, digits + sizeof decimals[0], value);
+        field.value = std::string_view(digits, static_cast<std::size_t>(written.ptr - digits));
         return *this;
     }
     Request& flag(std::string_view tag, bool value) { return text(tag, value ? "1" : "0"); }
     Request& word(std::string_view tag, bool value) { return text(tag, value ? "TRUE" : "FALSE"); }
-    // The pass-through requests format numbers with the framework's own helper.
+    // The pass-through requests format numbers with the framework's own helper; its texts
+    // are kept together and found by their place among them.
     Request& number(std::string_view tag, int value) {
         if (truncated) return *this;
         Field& field = add(tag);
-        field.spelled = ClientUtils::itos(value);
-        field.value = field.spelled;
+        field.spelledAt = spelled.size();
+        spelled += ClientUtils::itos(value);
+        field.spelledSize = spelled.size() - field.spelledAt;
         return *this;
     }
     Request& payload(std::string_view value) {
@@ -62,16 +64,11 @@ public:
     }
 
     std::string str() const {
-        constexpr std::string_view kOpenMethod = "<Method>";
-        constexpr std::string_view kCloseMethod = "</Method>";
-        std::size_t size =
-            kOpenMethod.size() + method.size() + kCloseMethod.size() + trailer.size();
+        std::size_t total = size + trailer.size();
         for (std::size_t i = 0; i < count; ++i) {
-            const Field& field = fields[i];
-            size += field.tag.size() + 2;
-            if (field.closed) size += field.value.size() + field.tag.size() + 3;
+            if (fields[i].closed) total += valueOf(fields[i]).size() + fields[i].tag.size() + 3;
         }
-        std::string message(size, '\0');
+        std::string message(total, '\0');
         char* out = put(message.data(), kOpenMethod);
         out = put(put(out, method), kCloseMethod);
         for (std::size_t i = 0; i < count; ++i) {
@@ -80,7 +77,7 @@ public:
             out = put(out, field.tag);
             *out++ = '>';
             if (!field.closed) break;
-            out = put(out, field.value);
+            out = put(out, valueOf(field));
             *out++ = '<';
             *out++ = '/';
             out = put(out, field.tag);
@@ -91,31 +88,63 @@ public:
     }
 
 private:
+    static constexpr std::string_view kOpenMethod = "<Method>";
+    static constexpr std::string_view kCloseMethod = "</Method>";
+    static constexpr std::size_t kMaxFields = 6;
+    static constexpr std::size_t kNotSpelled = static_cast<std::size_t>(-1);
+
     struct Field {
         std::string_view tag;
         std::string_view value;
-        bool closed = true;
-        char digits[12];
-        std::string spelled;
+        std::size_t spelledAt;
+        std::size_t spelledSize;
+        bool closed;
     };
 
+    template <std::size_t Width> static void copyWord(char* out, const char* from) {
+        char word[Width];
+        std::memcpy(word, from, Width);
+        std::memcpy(out, word, Width);
+    }
+
+    // Tags and most values are short: they are copied in two overlapping words, and only
+    // long pieces cost a call of memcpy (which must never see the null pointer that an
+    // empty view may hold).
     static char* put(char* out, std::string_view piece) {
-        // An empty view may hold a null pointer, which memcpy must never see.
-        if (piece.empty()) return out;
-        std::memcpy(out, piece.data(), piece.size());
-        return out + piece.size();
+        const char* const from = piece.data();
+        const std::size_t size = piece.size();
+        if (size > 16) {
+            std::memcpy(out, from, size);
+        } else if (size >= 8) {
+            copyWord<8>(out, from);
+            copyWord<8>(out + size - 8, from + size - 8);
+        } else if (size >= 4) {
+            copyWord<4>(out, from);
+            copyWord<4>(out + size - 4, from + size - 4);
+        } else {
+            for (std::size_t i = 0; i < size; ++i) out[i] = from[i];
+        }
+        return out + size;
+    }
+
+    std::string_view valueOf(const Field& field) const {
+        if (field.spelledAt == kNotSpelled) return field.value;
+        return std::string_view(spelled).substr(field.spelledAt, field.spelledSize);
     }
 
     Field& add(std::string_view tag) {
-        if (count == fields.size()) throw std::length_error("Request: too many fields");
-        Field& field = fields[count++];
-        field.tag = tag;
-        return field;
+        if (count == kMaxFields) throw std::length_error("Request: too many fields");
+        fields[count] = Field{tag, {}, kNotSpelled, 0, true};
+        size += tag.size() + 2;
+        return fields[count++];
     }
 
     std::string_view method;
-    std::array<Field, 6> fields;
+    std::size_t size;
+    Field fields[kMaxFields];
+    char decimals[kMaxFields][12];
     std::size_t count = 0;
+    std::string spelled;
     std::string_view trailer;
     bool truncated = false;
 };

@@ -13,7 +13,7 @@
 namespace {
 
 struct ResultWord {
-    const char* word;
+    std::string_view word;
     int code;
 };
 
@@ -134,9 +134,10 @@ inline bool ElementNames::standsAt(std::size_t index, const char* at, const char
     if (static_cast<std::size_t>(end - at) < size + 8) return standsNearEnd(index, at, end);
     // Both words are always compared, which costs less than telling short names apart; the
     // bytes between them, in names of sixteen bytes or more, a word at a time.
-    const bool words = ((load<std::uint64_t>(at) & name.headMask) == name.head) &
-                       ((load<std::uint64_t>(at + name.tailOffset) & name.tailMask) == name.tail);
-    if (!words) return false;
+    const std::uint64_t differ =
+        ((load<std::uint64_t>(at) & name.headMask) ^ name.head) |
+        ((load<std::uint64_t>(at + name.tailOffset) & name.tailMask) ^ name.tail);
+    if (differ != 0) return false;
     for (std::size_t offset = 8; offset < name.tailOffset; offset += 8) {
         if (load<std::uint64_t>(at + offset) != load<std::uint64_t>(name.text.data() + offset)) {
             return false;

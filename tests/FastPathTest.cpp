@@ -236,19 +236,27 @@ TEST(RequestWriter, WritesWhatADefaultTextStreamWrites) {
     CommunicationsServiceProxy proxy;
     proxy.initProxy(channel);
     std::mt19937 random(3);
-    const std::string line(300, 'L');
-    for (const int callId : {0, 1, -1, 10, INT_MAX, INT_MIN, 1000000, -999999}) {
-        const std::string destination = "sip:" + std::to_string(random()) + "</Destination>";
+    // Every length around the sizes that the writer copies in words.
+    for (std::size_t length = 0; length <= 40; ++length) {
+        std::string line(length, 'L');
+        for (std::size_t i = 0; i < length; ++i)
+            line[i] = static_cast<char>('a' + random() % 26);
+        const int callId = static_cast<int>(random());
+        const std::string destination = line + "</Destination>";
         const bool flag = random() % 2 == 0;
         EXPECT_EQ(proxy.outgoingCallMake(line, callId, destination.c_str(), flag, !flag, flag), 5);
         EXPECT_EQ(channel.text, streamed(line, callId, destination.c_str(), flag));
         proxy.outgoingCallMake(line, callId, nullptr, flag, !flag, flag);
         EXPECT_EQ(channel.text, streamed(line, callId, nullptr, flag));
-        proxy.RemoveConfParticipant(callId, line, "");
+    }
+    for (const int callId : {0, 1, -1, 10, INT_MAX, INT_MIN, 1000000, -999999}) {
+        proxy.outgoingCallMake("1001", callId, "2002", true, false, true);
+        EXPECT_EQ(channel.text, streamed("1001", callId, "2002", true));
+        proxy.RemoveConfParticipant(callId, "sip:2002@pbx", "");
         EXPECT_EQ(channel.text, "<Method>RemoveConfParticipant</Method><callID>" +
-                                    ClientUtils::itos(callId) + "</callID><remoteParticipant>" +
-                                    line + "</remoteParticipant><conferenceMemberId>" +
-                                    "</conferenceMemberId>");
+                                    ClientUtils::itos(callId) +
+                                    "</callID><remoteParticipant>sip:2002@pbx</remoteParticipant>"
+                                    "<conferenceMemberId></conferenceMemberId>");
     }
 }
 

@@ -94,6 +94,19 @@ Outcome outcomeFor(const std::string& number) {
     return Outcome::Answers;
 }
 
+const char* stateName(CallState state) {
+    static const char* const names[] = {"idle", "dialing", "ringing back", "ringing", "connected",
+                                        "held",  "busy",    "failed",       "conferenced"};
+    return state >= kIdle && state <= kConferenced ? names[state] : "in an unknown state";
+}
+
+// A call's state does not allow what was asked.
+template <typename CallRecord>
+std::string notInState(const CallRecord& call, const std::string& wanted) {
+    return "call " + std::to_string(call.id) + " on line " + call.line + " is " +
+           stateName(call.state) + ", not " + wanted;
+}
+
 bool isActive(CallState state) {
     return state == kConnected || state == kConferenced || state == kRingback || state == kDialing;
 }
@@ -108,8 +121,10 @@ PhoneService::PhoneService(ServiceSettings serviceSettings, EventSink& eventSink
       devices(settings.lines) {
     for (const std::string& line : settings.lines)
         lines[line];
-    for (int type = 0; type <= 2; ++type)
-        forwarding[type];
+    for (const std::string& line : settings.lines) {
+        for (int type = 0; type <= 2; ++type)
+            forwarding[line][type];
+    }
     messageWaiting.line = settings.lines.empty() ? std::string() : settings.lines.front();
 }
 
@@ -166,8 +181,11 @@ const std::map<std::string, PhoneService::Handler>& PhoneService::handlers() {
 }
 
 std::optional<std::string> PhoneService::handle(const ParsedRequest& request) {
+    lastRefusal.clear();
     auto handler = handlers().find(request.method);
     if (!request.valid() || handler == handlers().end()) {
+        refuse(request.valid() ? "the service has no method " + request.method
+                               : "malformed request: " + request.error);
         return request.oneWay ? std::nullopt : std::optional<std::string>(kFailure);
     }
     std::optional<std::string> answer = (this->*handler->second)(request);
@@ -193,6 +211,25 @@ PhoneService::Party PhoneService::linePartyFor(const std::string& line) const {
 }
 
 bool PhoneService::knownLine(const std::string& line) const { return lines.count(line) != 0; }
+
+std::string PhoneService::refuse(const std::string& why) {
+    lastRefusal = why;
+    return kFailure;
+}
+
+std::string PhoneService::lineProblem(const std::string& line) const {
+    if (line.empty()) return "the request names no line";
+    return "line '" + line + "' does not exist (lines are " + joinFrom(settings.lines, 0) + ")";
+}
+
+std::string PhoneService::missingCall(const std::string& line, int id) const {
+    if (!knownLine(line)) return lineProblem(line);
+    auto found = calls.find(id);
+    if (found != calls.end()) {
+        return "call " + std::to_string(id) + " is on line " + found->second.line + ", not " + line;
+    }
+    return "call " + std::to_string(id) + " does not exist on line " + line;
+}
 
 PhoneService::Call* PhoneService::findCall(const std::string& line, int id) {
     auto found = calls.find(id);
@@ -343,9 +380,9 @@ void PhoneService::publishMissed(const Call& call, int reason) {
 void PhoneService::ringIncoming(Call& call, bool missed) {
     const int id = call.id;
     const std::string line = call.line;
-    Forwarding& unconditional = forwarding[0];
-    Forwarding& onBusy = forwarding[1];
-    Forwarding& noReply = forwarding[2];
+    Forwarding& unconditional = forwarding[line][0];
+    Forwarding& onBusy = forwarding[line][1];
+    Forwarding& noReply = forwarding[line][2];
     const bool lineBusy = std::any_of(calls.begin(), calls.end(), [&](const auto& entry) {
         return entry.first != id && entry.second.line == line && entry.second.state != kIdle;
     });
@@ -456,7 +493,11 @@ std::optional<std::string> PhoneService::subscribe(const ParsedRequest&) { retur
 std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) {
     const std::string& line = request.text("Line");
     const std::string& destination = request.text("Destination");
-    if (!knownLine(line) || !lines[line].registered || destination.empty()) return kFailure;
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    if (!lines[line].registered) {
+        return refuse("line " + line + " is not registered (send Activate first)");
+    }
+    if (destination.empty()) return refuse("the request names no destination");
     for (auto& [id, other] : calls) {
         if (other.line == line && other.state == kConnected) hold(other, false);
     }
@@ -466,14 +507,16 @@ std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) 
 
 std::optional<std::string> PhoneService::acceptCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr || call->state != kRinging) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
     if (request.flag("AutoAnswer")) setState(*call, kConnected, kCauseNone);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::answerCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr || call->state != kRinging) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
     for (auto& [id, other] : calls) {
         if (id != call->id && other.line == call->line && other.state == kConnected) {
             hold(other, false);
@@ -486,7 +529,9 @@ std::optional<std::string> PhoneService::answerCall(const ParsedRequest& request
 std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
     const std::string& destination = request.text("Destination");
-    if (call == nullptr || call->state != kRinging || destination.empty()) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    if (destination.empty()) return refuse("the request names no destination");
     events.publish(Event("CallForwardedEvent")
                        .field("LineID", call->line)
                        .field("CallID", call->id)
@@ -502,10 +547,10 @@ std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& reques
 
 std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
     if (call->state != kConnected) {
         publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
-        return kFailure;
+        return refuse(notInState(*call, "connected"));
     }
     hold(*call, request.flag("Manual"));
     return kSuccess;
@@ -513,10 +558,10 @@ std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) 
 
 std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
     if (call->state != kHeld) {
         publishFeatureFailure(call->line, call->id, kFeatureRetrieve, kFailureInvalidState);
-        return kFailure;
+        return refuse(notInState(*call, "held"));
     }
     retrieve(*call);
     return kSuccess;
@@ -524,7 +569,7 @@ std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& reque
 
 std::optional<std::string> PhoneService::clearCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
     clear(call->id, request.number("Cause"));
     return kSuccess;
 }
@@ -532,10 +577,11 @@ std::optional<std::string> PhoneService::clearCall(const ParsedRequest& request)
 std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
     const std::string& destination = request.text("Destination");
-    if (call == nullptr || destination.empty()) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (destination.empty()) return refuse("the request names no destination");
     if (call->state != kConnected && call->state != kHeld) {
         publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
-        return kFailure;
+        return refuse(notInState(*call, "connected or held"));
     }
     if (call->state == kConnected) hold(*call, false);
     dial(call->line, allocateCallId(0), partyFor(destination));
@@ -546,10 +592,17 @@ std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& r
     const std::string& line = request.text("Line");
     Call* active = findCall(line, request.number("activeCall"));
     Call* held = findCall(line, request.number("heldCall"));
-    if (active == nullptr || held == nullptr || active == held) return kFailure;
+    if (active == nullptr) {
+        return refuse(missingCall(line, request.number("activeCall")) + " (active call)");
+    }
+    if (held == nullptr) {
+        return refuse(missingCall(line, request.number("heldCall")) + " (held call)");
+    }
+    if (active == held) return refuse("the active and the held call are the same call");
     if ((active->state != kConnected && active->state != kRingback) || held->state != kHeld) {
         publishFeatureFailure(line, active->id, kFeatureTransfer, kFailureInvalidState);
-        return kFailure;
+        return refuse(held->state != kHeld ? notInState(*held, "held")
+                                           : notInState(*active, "connected or ringing back"));
     }
     const int activeId = active->id;
     const int heldId = held->id;
@@ -562,16 +615,17 @@ std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& r
 std::optional<std::string> PhoneService::blindTransfer(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
     const std::string& destination = request.text("Destination");
-    if (call == nullptr || destination.empty()) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (destination.empty()) return refuse("the request names no destination");
     if (call->state != kConnected && call->state != kHeld) {
         publishFeatureFailure(call->line, call->id, kFeatureTransfer, kFailureInvalidState);
-        return kFailure;
+        return refuse(notInState(*call, "connected or held"));
     }
     const Outcome outcome = outcomeFor(partyFor(destination).number);
     if (outcome == Outcome::Busy || outcome == Outcome::Rejects) {
         publishFeatureFailure(call->line, call->id, kFeatureTransfer,
                               outcome == Outcome::Busy ? kFailureBusy : kFailureRejected);
-        return kFailure;
+        return refuse(destination + (outcome == Outcome::Busy ? " is busy" : " rejects the call"));
     }
     publishFeature(call->line, call->id, kFeatureTransfer);
     clear(call->id, kCauseNormalClearing);
@@ -580,7 +634,8 @@ std::optional<std::string> PhoneService::blindTransfer(const ParsedRequest& requ
 
 std::optional<std::string> PhoneService::refuseCall(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr || call->state != kRinging) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
     clear(call->id, request.number("RefuseCallReason") == 0 ? kCauseBusy : kCauseRejected);
     return kSuccess;
 }
@@ -594,7 +649,10 @@ std::optional<std::string> PhoneService::alternateCalls(const ParsedRequest& req
         if (call.state == kConnected && active == nullptr) active = &call;
         if (call.state == kHeld && held == nullptr) held = &call;
     }
-    if (active == nullptr || held == nullptr) return kFailure;
+    if (active == nullptr || held == nullptr) {
+        return refuse(knownLine(line) ? "line " + line + " needs one connected and one held call"
+                                      : lineProblem(line));
+    }
     hold(*active, false);
     retrieve(*held);
     return kSuccess;
@@ -622,10 +680,17 @@ std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& req
     const std::string& line = request.text("Line");
     Call* active = findCall(line, request.number("activeCall"));
     Call* held = findCall(line, request.number("heldCall"));
-    if (active == nullptr || held == nullptr || active == held) return kFailure;
+    if (active == nullptr) {
+        return refuse(missingCall(line, request.number("activeCall")) + " (active call)");
+    }
+    if (held == nullptr) {
+        return refuse(missingCall(line, request.number("heldCall")) + " (held call)");
+    }
+    if (active == held) return refuse("the active and the held call are the same call");
     if (active->state != kConnected || held->state != kHeld) {
         publishFeatureFailure(line, active->id, kFeatureConference, kFailureInvalidState);
-        return kFailure;
+        return refuse(held->state != kHeld ? notInState(*held, "held")
+                                           : notInState(*active, "connected"));
     }
     for (Call* member : {held, active}) {
         member->manualHold = false;
@@ -647,7 +712,12 @@ std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& req
 
 std::optional<std::string> PhoneService::removeConferenceParticipant(const ParsedRequest& request) {
     auto conference = calls.find(request.number("callID"));
-    if (conference == calls.end() || conference->second.state != kConferenced) return kFailure;
+    if (conference == calls.end()) {
+        return refuse("call " + std::to_string(request.number("callID")) + " does not exist");
+    }
+    if (conference->second.state != kConferenced) {
+        return refuse(notInState(conference->second, "conferenced"));
+    }
     const std::string line = conference->second.line;
     const Party leaving = partyFor(request.text("remoteParticipant"));
     for (auto& [id, call] : calls) {
@@ -668,7 +738,8 @@ std::optional<std::string> PhoneService::removeConferenceParticipant(const Parse
             return kSuccess;
         }
     }
-    return kFailure;
+    return refuse(leaving.number + " is not in the conference of call " +
+                  std::to_string(request.number("callID")));
 }
 
 std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& request) {
@@ -676,7 +747,9 @@ std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& req
     const std::string& digits = request.text("digits");
     const bool dialable =
         !digits.empty() && digits.find_first_not_of("0123456789*#ABCD") == std::string::npos;
-    if (call == nullptr || !isActive(call->state) || !dialable) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("activeCall")));
+    if (!isActive(call->state)) return refuse(notInState(*call, "active"));
+    if (!dialable) return refuse("'" + digits + "' are not dialable digits (0-9 * # A-D)");
     return kSuccess;
 }
 
@@ -687,7 +760,9 @@ std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& req
                               [&](const auto& entry) { return entry.second.line == extension; });
     if (!knownLine(line) || offer == pickupOffers.end()) {
         publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
-        return kFailure;
+        return refuse(!knownLine(line) ? lineProblem(line)
+                                       : "no call rings at extension " + extension +
+                                             " (send the colleagueCall control command first)");
     }
     Call picked = offer->second;
     pickupOffers.erase(offer);
@@ -703,7 +778,9 @@ std::optional<std::string> PhoneService::groupPickup(const ParsedRequest& reques
     const std::string& line = request.text("Line");
     if (!knownLine(line) || pickupOffers.empty()) {
         publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
-        return kFailure;
+        return refuse(!knownLine(line) ? lineProblem(line)
+                                       : "no call rings at a colleague's phone (send the "
+                                         "colleagueCall control command first)");
     }
     auto offer = pickupOffers.find(request.number("CallID"));
     if (offer == pickupOffers.end()) offer = pickupOffers.begin();
@@ -721,7 +798,9 @@ std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& r
                                                           CallState needed, int type) {
     const std::string& line = request.text("Line");
     Call* call = findCall(line, request.number("CallID"));
-    auto refuse = [&](const char* word, int failure, const std::string& uri) {
+    auto refuseCallback = [&](const char* word, int failure, const std::string& uri,
+                              const std::string& why) {
+        lastRefusal = why;
         events.publish(Event("callCompletionFailedEvent")
                            .field("LineID", line)
                            .field("URI", uri)
@@ -729,14 +808,27 @@ std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& r
                            .str());
         return std::optional<std::string>(word);
     };
-    if (call == nullptr) return refuse("sfiFailureCallBackNoCallInfo", 2, "");
+    if (call == nullptr) {
+        return refuseCallback("sfiFailureCallBackNoCallInfo", 2, "",
+                              missingCall(line, request.number("CallID")));
+    }
     const Party callee = call->remote;
-    if (call->state != needed) return refuse("sfiFailureCallBackInvalidState", 1, callee.uri);
+    if (call->state != needed) {
+        return refuseCallback("sfiFailureCallBackInvalidState", 1, callee.uri,
+                              notInState(*call, stateName(needed)));
+    }
     const bool exists = std::any_of(callbacks.begin(), callbacks.end(), [&](const Callback& c) {
         return c.callee.number == callee.number;
     });
-    if (exists) return refuse("sfiFailureCallBackAllreadyExists", 4, callee.uri);
-    if (callbacks.size() >= kMaxCallbacks) return refuse("sfiFailureCallBackToMany", 3, callee.uri);
+    if (exists) {
+        return refuseCallback("sfiFailureCallBackAllreadyExists", 4, callee.uri,
+                              "a call-back to " + callee.number + " already exists");
+    }
+    if (callbacks.size() >= kMaxCallbacks) {
+        return refuseCallback("sfiFailureCallBackToMany", 3, callee.uri,
+                              "the service holds at most " + std::to_string(kMaxCallbacks) +
+                                  " call-backs");
+    }
     callbacks.push_back({line, callee, type});
     events.publish(Event("callCompletionEvent")
                        .field("LineID", line)
@@ -778,7 +870,8 @@ std::optional<std::string> PhoneService::cancelCallbacks(const ParsedRequest& re
         callback = callbacks.erase(callback);
         cancelled = true;
     }
-    return cancelled ? kSuccess : kFailure;
+    if (!cancelled) return refuse("no call-back on line " + line + " to cancel");
+    return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setMute(const ParsedRequest& request) {
@@ -792,7 +885,7 @@ std::optional<std::string> PhoneService::getMute(const ParsedRequest&) {
 
 std::optional<std::string> PhoneService::setDoNotDisturb(const ParsedRequest& request) {
     const std::string& line = request.text("Line");
-    if (!knownLine(line)) return kFailure;
+    if (!knownLine(line)) return refuse(lineProblem(line));
     lines[line].doNotDisturb = request.flag("doNotDisturbOn");
     events.publish(Event("DoNotDisturbEvent")
                        .field("deviceId", line)
@@ -803,28 +896,45 @@ std::optional<std::string> PhoneService::setDoNotDisturb(const ParsedRequest& re
 
 std::optional<std::string> PhoneService::getDoNotDisturb(const ParsedRequest& request) {
     const std::string& device = request.text("deviceID");
-    if (!knownLine(device)) return kFailure;
+    if (!knownLine(device)) return refuse(lineProblem(device));
     return lines[device].doNotDisturb ? "true" : "false";
 }
 
 std::optional<std::string> PhoneService::setForwarding(const ParsedRequest& request) {
     const std::string& line = request.text("Line");
-    auto type = forwarding.find(request.number("fwType"));
     const bool status = request.flag("status");
     const std::string& uri = request.text("uri");
     const int ringCount = request.number("cfnrRingCount");
-    if (!knownLine(line) || type == forwarding.end() || (status && uri.empty()) || ringCount < 0) {
-        publishFeatureFailure(line, 0, kFeatureForwarding, kFailureInvalidState);
-        return kFailure;
+    std::string problem;
+    if (!knownLine(line)) {
+        problem = lineProblem(line);
+    } else if (forwarding[line].count(request.number("fwType")) == 0) {
+        problem = "forwarding type " + std::to_string(request.number("fwType")) +
+                  " does not exist (0 unconditional, 1 busy, 2 no reply)";
+    } else if (status && uri.empty()) {
+        problem = "forwarding switched on without a destination";
+    } else if (ringCount < 0) {
+        problem = "the ring count " + std::to_string(ringCount) + " is negative";
     }
+    if (!problem.empty()) {
+        publishFeatureFailure(line, 0, kFeatureForwarding, kFailureInvalidState);
+        return refuse(problem);
+    }
+    auto type = forwarding[line].find(request.number("fwType"));
     type->second = {status, uri, ringCount};
     publishFeature(line, 0, kFeatureForwarding);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::getForwarding(const ParsedRequest& request) {
-    auto type = forwarding.find(request.number("fwType"));
-    if (type == forwarding.end()) return "<sfiResult>sfiFailure</sfiResult>";
+    // The query names no line; it answers for the phone's first line.
+    const std::string line = settings.lines.empty() ? std::string() : settings.lines.front();
+    auto type = forwarding[line].find(request.number("fwType"));
+    if (type == forwarding[line].end()) {
+        refuse("forwarding type " + std::to_string(request.number("fwType")) +
+               " does not exist (0 unconditional, 1 busy, 2 no reply)");
+        return "<sfiResult>sfiFailure</sfiResult>";
+    }
     return Event()
         .field("sfiResult", kSuccess)
         .flag("status", type->second.status)
@@ -843,14 +953,17 @@ std::optional<std::string> PhoneService::setLampMode(const ParsedRequest& reques
     const std::string& lamp = request.text("lampId");
     const int mode = request.number("lampMode");
     // Lamp modes: 0 off, 1 on, 2 flashing, 3 winking, 4 flickering.
-    if (!knownLine(line) || lamp.empty() || mode < 0 || mode > 4) return kFailure;
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    if (lamp.empty()) return refuse("the request names no lamp");
+    if (mode < 0 || mode > 4) return refuse("lamp mode " + std::to_string(mode) + " is not 0 to 4");
     lampModes[line + "/" + lamp] = mode;
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::securityReinvite(const ParsedRequest& request) {
     Call* call = findCall(request.text("Line"), request.number("CallID"));
-    if (call == nullptr || !isActive(call->state)) return kFailure;
+    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("CallID")));
+    if (!isActive(call->state)) return refuse(notInState(*call, "active"));
     std::vector<int> recordedIds;
     std::vector<std::string> recordedLines;
     for (const auto& [id, other] : calls) {
@@ -877,7 +990,7 @@ std::optional<std::string> PhoneService::setInServiceInitiated(const ParsedReque
 
 std::optional<std::string> PhoneService::systemStatus(const ParsedRequest& request) {
     const std::string& status = request.text("SystemStatus");
-    if (status.empty()) return kFailure;
+    if (status.empty()) return refuse("the request names no system status");
     systemState = status;
     events.publish(Event("systemStatusEvent")
                        .field("status", status)
@@ -935,7 +1048,7 @@ std::optional<std::string> PhoneService::getManualHold(const ParsedRequest& requ
 // CSTA error when the document has none.
 std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& request) {
     const std::string& line = request.text("Line");
-    if (!knownLine(line)) return kFailure;
+    if (!knownLine(line)) return refuse(lineProblem(line));
     const std::string& document = request.payload;
     std::size_t open = 0;
     while ((open = document.find('<', open)) != std::string::npos &&
@@ -966,7 +1079,7 @@ std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& reques
 
 std::optional<std::string> PhoneService::serverFeatures(const ParsedRequest& request) {
     const std::string& line = request.text("Line");
-    if (!knownLine(line)) return kFailure;
+    if (!knownLine(line)) return refuse(lineProblem(line));
     events.publish(Event("serverFeatureStatusEvent")
                        .field("lineURI", line)
                        .field("status", request.flag("initialize") ? "initialized" : "finalized")
@@ -984,8 +1097,9 @@ std::optional<std::string> PhoneService::setAgentState(const ParsedRequest& requ
                                                     "workingAfterCall"};
     const std::string& line = request.text("Line");
     const std::string& state = request.text("agentState");
-    if (!knownLine(line) || std::find(states.begin(), states.end(), state) == states.end()) {
-        return kFailure;
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    if (std::find(states.begin(), states.end(), state) == states.end()) {
+        return refuse("'" + state + "' is not an agent state (" + joinFrom(states, 0) + ")");
     }
     lines[line].agentState = state;
     events.publish(
@@ -1298,8 +1412,12 @@ std::string PhoneService::show() {
     for (const auto& [id, offer] : pickupOffers) {
         text += "\npickup " + std::to_string(id) + " ringing at " + offer.line;
     }
-    for (const auto& [type, entry] : forwarding) {
-        if (entry.status) text += "\nforwarding " + std::to_string(type) + " to " + entry.uri;
+    for (const auto& [line, types] : forwarding) {
+        for (const auto& [type, entry] : types) {
+            if (!entry.status) continue;
+            text += "\nforwarding on " + line + " type " + std::to_string(type) + " to " +
+                    entry.uri + ", ring count " + std::to_string(entry.ringCount);
+        }
     }
     for (const Callback& callback : callbacks) {
         text += "\ncall-back on " + callback.line + " to " + callback.callee.number;

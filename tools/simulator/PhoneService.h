@@ -86,6 +86,8 @@ public:
 
     // The answer to a valid request, nothing for a one-way message.
     std::optional<std::string> handle(const ParsedRequest& request);
+    // Why the last request was refused; empty when it was not.
+    const std::string& refusal() const { return lastRefusal; }
 
     // Carries out one control command; the answer begins with "ok" or "error:".
     std::string control(const std::vector<std::string>& words);
@@ -195,6 +197,12 @@ private:
     std::string calleeFree(const std::vector<std::string>& words);
     std::string show();
 
+    // Notes why the request is refused and gives the failure answer.
+    std::string refuse(const std::string& why);
+    // Why no call with this identifier exists on the line.
+    std::string missingCall(const std::string& line, int id) const;
+    std::string lineProblem(const std::string& line) const;
+
     // Call handling shared by requests and control commands.
     Party partyFor(const std::string& destination) const;
     Party linePartyFor(const std::string& line) const;
@@ -225,7 +233,8 @@ private:
     std::vector<std::string> devices;
     std::map<int, Call> calls;
     std::map<int, Call> pickupOffers;
-    std::map<int, Forwarding> forwarding;
+    // Per line, per forwarding type (0 unconditional, 1 on busy, 2 on no reply).
+    std::map<std::string, std::map<int, Forwarding>> forwarding;
     std::vector<Callback> callbacks;
     MessageWaiting messageWaiting;
     std::map<std::string, int> lampModes;
@@ -236,6 +245,7 @@ private:
     bool microphoneMuted = false;
     bool associatedCalls = false;
     int nextCallId = 1;
+    std::string lastRefusal;
 };
 
 } // namespace simulator

@@ -128,9 +128,13 @@ Server::Server(asio::io_context& context, std::string path, Log logger, bool ver
       acceptor(context) {
     claimSocketPath(io, socketPath);
     asio::local::stream_protocol::endpoint endpoint(socketPath);
-    acceptor.open(endpoint.protocol());
-    acceptor.bind(endpoint);
-    acceptor.listen();
+    try {
+        acceptor.open(endpoint.protocol());
+        acceptor.bind(endpoint);
+        acceptor.listen();
+    } catch (const asio::system_error& error) {
+        throw std::runtime_error("cannot listen on " + socketPath + ": " + error.code().message());
+    }
 }
 
 Server::~Server() { stop(); }
@@ -209,11 +213,13 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     const std::string client = "client " + std::to_string(session->number);
     const bool awaited = frame.kind != Kind::OneWay;
     session->lastRequest = frame.text;
+    if (verbose) log(client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
-        log(client + ": " + problem + (awaited ? "; answered sfiFailure" : "; ignored"));
+        log(client + (awaited ? " -> sfiFailure: " : " -> ignored: ") + problem);
         if (awaited) answer(session, frame.id, "sfiFailure", answerDelay);
     };
     if (awaited && session->forcedAnswer) {
+        log(client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");
         answer(session, frame.id, *session->forcedAnswer, answerDelay);
         session->forcedAnswer.reset();
         return;
@@ -239,7 +245,12 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
         log(client + " subscribed channel '" + frame.channel + "'");
     }
     std::optional<std::string> reply = service->handle(request);
-    if (verbose) log(client + " " + request.method + " -> " + reply.value_or("(one way)"));
+    if (!service->refusal().empty()) {
+        log(client + " " + request.method + " -> " + reply.value_or("ignored") + ": " +
+            service->refusal());
+    } else if (verbose) {
+        log(client + " answer " + reply.value_or("(none, one way)"));
+    }
     if (awaited) answer(session, frame.id, reply.value_or(std::string()), answerDelay);
 }
 
