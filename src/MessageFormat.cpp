@@ -85,14 +85,15 @@ const char* findOpening(const char* from, const char* end) {
     return nullptr;
 }
 
-// The up to eight bytes of `tag` from `offset`, and the mask that keeps just those bytes of a
-// word read from the text.
-std::uint64_t word(const std::string& tag, std::size_t offset, std::uint64_t* mask) {
-    const std::size_t size = std::min<std::size_t>(tag.size() - offset, 8);
+// The up to eight bytes of `name` and the '>' behind it from `offset`, and the mask that
+// keeps just those bytes of a word read from the text.
+std::uint64_t tagWord(std::string_view name, std::size_t offset, std::uint64_t* mask) {
     char bytes[8] = {};
     char kept[8] = {};
-    std::memcpy(bytes, tag.data() + offset, size);
-    std::memset(kept, 0xFF, size);
+    for (std::size_t i = 0; i < 8 && offset + i <= name.size(); ++i) {
+        bytes[i] = offset + i < name.size() ? name[offset + i] : '>';
+        kept[i] = static_cast<char>(0xFF);
+    }
     *mask = load<std::uint64_t>(kept);
     return load<std::uint64_t>(bytes);
 }
@@ -108,13 +109,11 @@ ElementNames::ElementNames(const std::string_view* list, std::size_t size) : cou
             std::find(list + i + 1, list + size, name) != list + size) {
             throw std::invalid_argument("ElementNames: unusable element name");
         }
-        std::string tag(name);
-        tag += '>';
         Name& entry = names[i];
         entry.text = name;
-        entry.tailOffset = tag.size() > 8 ? tag.size() - 8 : 0;
-        entry.head = word(tag, 0, &entry.headMask);
-        entry.tail = word(tag, entry.tailOffset, &entry.tailMask);
+        entry.tailOffset = name.size() + 1 > 8 ? name.size() + 1 - 8 : 0;
+        entry.head = tagWord(name, 0, &entry.headMask);
+        entry.tail = tagWord(name, entry.tailOffset, &entry.tailMask);
         const auto first = static_cast<unsigned char>(name.front());
         nextSameByte[i] = firstByByte[first];
         firstByByte[first] = static_cast<std::uint8_t>(i);

@@ -199,10 +199,10 @@ TEST(Garbage, FromAClientCostsOnlyThatClient) {
     EXPECT_NE(log.find("bytes, more than the limit of"), std::string::npos) << log;
     EXPECT_NE(log.find("sent a malformed frame (unknown frame kind byte 120)"), std::string::npos)
         << log;
-    EXPECT_NE(log.find("request on a channel bound to no protocol; answered sfiFailure"),
+    EXPECT_NE(log.find("-> sfiFailure: request on a channel bound to no protocol"),
               std::string::npos)
         << log;
-    EXPECT_NE(log.find("malformed request: AnswerCall: <Line> is not closed; answered sfiFailure"),
+    EXPECT_NE(log.find("-> sfiFailure: malformed request: AnswerCall: <Line> is not closed"),
               std::string::npos)
         << log;
     EXPECT_NE(log.find("malformed request: unknown method 'FlyToMoon'"), std::string::npos) << log;
@@ -272,7 +272,7 @@ TEST(Subscription, WithoutAChannelNameIsRefused) {
     kit::Client client(simulator.socketPath());
     console::EventRecorder stranger([](const console::RecordedEvent&) {});
     EXPECT_EQ(client.service().subscribe(&stranger), sfiFailure);
-    EXPECT_TRUE(simulator.waitForLog("Subscribe for an empty channel name; answered sfiFailure"));
+    EXPECT_TRUE(simulator.waitForLog("-> sfiFailure: Subscribe for an empty channel name"));
 }
 
 struct StartFailure {

@@ -1,6 +1,7 @@
 #include "Console.h"
 
 #include <charconv>
+#include <map>
 #include <stdexcept>
 
 #include "Operations.h"
@@ -132,6 +133,9 @@ bool Console::runOperation(const std::vector<std::string>& words) {
     for (std::size_t i = 1; i < words.size(); ++i) {
         if (words[i] == kExpectMarker && !expecting) {
             expecting = true;
+            if (i + 1 == words.size()) {
+                return fail("'=>' needs the expected result, for example => sfiSuccess");
+            }
         } else {
             (expecting ? expectations : arguments).push_back(words[i]);
         }
@@ -144,8 +148,18 @@ bool Console::runOperation(const std::vector<std::string>& words) {
         return fail(error.what());
     }
     std::string shown = "< " + std::string(operation->name) + ": " + outcome.result;
+    std::string outputs;
     for (const NamedValue& output : outcome.outputs) {
-        shown += " " + output.name + "=" + displayValue(output.value);
+        outputs += (outputs.empty() ? "" : " ") + output.name + "=" + displayValue(output.value);
+    }
+    // A failed query leaves its outputs at whatever the reader made of the answer.
+    const bool outputsValid = outcome.result == "sfiSuccess" || outcome.result == "text";
+    if (!outputs.empty())
+        shown += outputsValid ? " " + outputs : " (outputs not valid: " + outputs + ")";
+    // Without a connection every answer is empty, and some queries read an empty answer as
+    // success; the marker keeps such a result from passing for the service's.
+    if (settings.connected && !settings.connected()) {
+        shown += " (service unreachable: not an answer of the service)";
     }
     print(shown);
 
@@ -210,7 +224,9 @@ bool Console::simulate(const std::vector<std::string>& words) {
     const std::string reply = control(joinWords(words, 1));
     if (reply.empty()) return fail("sim: no answer from the simulator");
     print("< sim: " + reply);
-    if (reply.compare(0, 2, "ok") != 0) return fail("sim " + joinWords(words, 1) + " failed");
+    if (reply.compare(0, 2, "ok") != 0) {
+        return fail("sim " + joinWords(words, 1) + " failed (try sim help)");
+    }
     return true;
 }
 

@@ -32,6 +32,8 @@ public:
     struct Settings {
         std::chrono::milliseconds awaitTimeout{5000};
         bool echoCommands = false; // print each line before its result, for traces
+        // Whether the service can still be reached; unset means always.
+        std::function<bool()> connected;
     };
 
     Console(CommunicationsServiceIfc& service, Executable& subscriber, EventLog& events,

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -15,6 +16,7 @@
 #include <iostream>
 #include <mutex>
 
+#include "../CommandLine.h"
 #include "CommunicationsServiceIfc.h"
 #include "Console.h"
 #include "Operations.h"
@@ -37,6 +39,7 @@ public:
     }
 
     void printFromAnyThread(const std::string& line) {
+        if (closed) return;
         if (!atTerminal) return printNow(line);
         {
             std::lock_guard<std::mutex> lock(mutex);
@@ -47,6 +50,9 @@ public:
     }
 
     int wakeDescriptor() const { return wakePipe[0]; }
+
+    // From now on only the input loop prints: a script's summary is its last line.
+    void closeToOtherThreads() { closed = true; }
 
     // Prints what waits, keeping the prompt and the half-typed line intact.
     void flushAroundPrompt() {
@@ -74,6 +80,7 @@ public:
 
 private:
     bool atTerminal;
+    std::atomic<bool> closed{false};
     int wakePipe[2] = {-1, -1};
     std::mutex mutex;
     std::deque<std::string> waiting;
@@ -81,15 +88,20 @@ private:
 
 console::Console* activeConsole = nullptr;
 bool inputEnded = false;
+bool anyCheckFailed = false;
 
 void handleTerminalLine(char* line) {
     if (line == nullptr) {
         inputEnded = true;
-        return;
+        // Ctrl-D leaves the cursor behind the prompt.
+        std::cout << std::endl;
+    } else {
+        if (*line != '\0') add_history(line);
+        if (!activeConsole->execute(line)) anyCheckFailed = true;
+        std::free(line);
     }
-    if (*line != '\0') add_history(line);
-    activeConsole->execute(line);
-    std::free(line);
+    // Removing the handler here keeps readline from showing one more prompt.
+    if (inputEnded || activeConsole->quitRequested()) rl_callback_handler_remove();
 }
 
 char* completeOperation(const char* prefix, int state) {
@@ -126,10 +138,9 @@ int runTerminal(console::Console& console, Output& output) {
         if (sources[1].revents != 0) output.flushAroundPrompt();
         if (sources[0].revents != 0) rl_callback_read_char();
     }
-    rl_callback_handler_remove();
     if (!history.empty()) write_history(history.c_str());
-    std::cout << std::endl;
-    return 0;
+    // Like a script, a session with a failed line says so in its exit status.
+    return anyCheckFailed ? 1 : 0;
 }
 
 // A script stops at its first failing line; its exit status says whether all passed.
@@ -144,13 +155,17 @@ int runScript(console::Console& console, std::istream& input, const std::string&
         if (first == std::string::npos || line[first] == '#') continue;
         ++steps;
         if (!console.execute(line)) {
+            output.closeToOtherThreads();
             output.printNow("! " + source + ":" + std::to_string(lineNumber) +
                             ": step failed, stopping");
             return 1;
         }
     }
-    output.printNow("# " + source + ": all " + std::to_string(steps) +
-                    " steps gave what they expected");
+    output.closeToOtherThreads();
+    output.printNow("# " + source + ": " +
+                    (steps == 1
+                         ? std::string("the one step gave what it expected")
+                         : "all " + std::to_string(steps) + " steps gave what they expected"));
     return 0;
 }
 
@@ -169,17 +184,18 @@ int main(int argc, char** argv) {
     app.add_option("-s,--socket", options.socketPath, "The service's Unix-domain socket")
         ->capture_default_str();
     app.add_option("-f,--script", scriptPath, "Run this script instead of reading a terminal")
-        ->check(CLI::ExistingFile);
+        ->check(kit::readableFile());
     app.add_option("-c,--channel", channelName, "The subscriber's channel name")
         ->capture_default_str();
     app.add_option("--answer-timeout", answerTimeout, "Milliseconds to wait for an answer")
-        ->check(CLI::Range(1, 3600000))
+        ->check(kit::milliseconds(1, 3600000))
         ->capture_default_str();
     app.add_option("--await-timeout", awaitTimeout, "Default milliseconds an await waits")
-        ->check(CLI::Range(0, 3600000))
+        ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
-    CLI11_PARSE(app, argc, argv);
+    if (const std::optional<int> status = kit::parse(app, "comms-console", argc, argv))
+        return *status;
 
     const bool terminal = scriptPath.empty() && isatty(STDIN_FILENO) != 0;
     Output output(terminal);
@@ -204,6 +220,7 @@ int main(int argc, char** argv) {
         console::Console::Settings settings;
         settings.awaitTimeout = std::chrono::milliseconds(awaitTimeout);
         settings.echoCommands = !terminal;
+        settings.connected = [&host] { return host.channel().connected(); };
         console::Console console(
             host.service(), recorder, events,
             [&](const std::string& command) { return host.channel().control(command); },

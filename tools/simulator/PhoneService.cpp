@@ -95,8 +95,9 @@ Outcome outcomeFor(const std::string& number) {
 }
 
 const char* stateName(CallState state) {
-    static const char* const names[] = {"idle", "dialing", "ringing back", "ringing", "connected",
-                                        "held",  "busy",    "failed",       "conferenced"};
+    static const char* const names[] = {"idle",    "dialing",   "ringing back",
+                                        "ringing", "connected", "held",
+                                        "busy",    "failed",    "conferenced"};
     return state >= kIdle && state <= kConferenced ? names[state] : "in an unknown state";
 }
 
@@ -747,7 +748,8 @@ std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& req
     const std::string& digits = request.text("digits");
     const bool dialable =
         !digits.empty() && digits.find_first_not_of("0123456789*#ABCD") == std::string::npos;
-    if (call == nullptr) return refuse(missingCall(request.text("Line"), request.number("activeCall")));
+    if (call == nullptr)
+        return refuse(missingCall(request.text("Line"), request.number("activeCall")));
     if (!isActive(call->state)) return refuse(notInState(*call, "active"));
     if (!dialable) return refuse("'" + digits + "' are not dialable digits (0-9 * # A-D)");
     return kSuccess;
@@ -1116,7 +1118,7 @@ const char* PhoneService::controlHelp() {
            "missedCall LINE NUMBER [NAME]      a call arrives and the caller gives up\n"
            "hangup CALLID                      the far end clears the call\n"
            "answer CALLID                      the far end of a ringing outgoing call answers\n"
-           "colleagueCall EXTENSION NUMBER     a call rings at a colleague's phone (pickup)\n"
+           "colleagueCall EXTENSION NUMBER [NAME]  a call rings at a colleague's phone (pickup)\n"
            "voicemail LINE NEW OLD [NEWURGENT OLDURGENT]  the mailbox changed\n"
            "registrationLost LINE [CODE]       the line loses its registration\n"
            "register LINE                      the line registers again\n"
@@ -1128,7 +1130,8 @@ const char* PhoneService::controlHelp() {
            "systemStatus STATUS [INFO]         the system status changes\n"
            "addDevice NAME | removeDevice NAME the device list changes\n"
            "calleeFree NUMBER                  a call-back's callee is free again\n"
-           "show                               what the service holds now\n";
+           "show                               what the service holds now (lines, calls,\n"
+           "                                   forwarding per line and type, ...)\n";
 }
 
 std::string PhoneService::control(const std::vector<std::string>& words) {

@@ -21,12 +21,6 @@ using Socket = asio::local::stream_protocol::socket;
 
 constexpr const char* kProtocol = "CommunicationsServiceProtocol";
 
-const char* kServerHelp =
-    "lastRequest                        the last request text of this client\n"
-    "nextAnswer TEXT                    answer this client's next request so\n"
-    "delayAnswers MS                    hold every answer back that long\n"
-    "clients                            the connected clients\n";
-
 // Refuses to take over a socket that another simulator still serves; removes a stale one.
 void claimSocketPath(asio::io_context& io, const std::string& path) {
     if (access(path.c_str(), F_OK) != 0) return;
@@ -290,6 +284,15 @@ void Server::after(std::chrono::milliseconds delay, std::function<void()> step) 
     });
 }
 
+const char* Server::controlHelp() {
+    return "clients                            the connected clients\n"
+           "lastRequest                        the last request text of this client\n"
+           "nextAnswer TEXT                    answer this client's next request so\n"
+           "delayAnswers MS                    hold every answer back that long\n"
+           "help                               this list\n"
+           "wait MS                            (--script files only) pause before the next step\n";
+}
+
 std::string Server::control(const std::string& command) {
     std::string reply = control(command, nullptr);
     flushEvents();
@@ -299,7 +302,7 @@ std::string Server::control(const std::string& command) {
 std::string Server::control(const std::string& command, Session* session) {
     const std::vector<std::string> words = splitWords(command);
     const std::string name = words.empty() ? std::string() : words.front();
-    if (name == "help") return std::string("ok\n") + PhoneService::controlHelp() + kServerHelp;
+    if (name == "help") return std::string("ok\n") + PhoneService::controlHelp() + controlHelp();
     if (name == "lastRequest" && session != nullptr) return "ok\n" + session->lastRequest;
     if (name == "nextAnswer" && session != nullptr) {
         const std::size_t start = command.find("nextAnswer") + std::string("nextAnswer").size();

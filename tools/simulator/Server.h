@@ -34,6 +34,7 @@ public:
     // Runs a control command as if a client had sent it; the answer begins with "ok" or
     // "error:".
     std::string control(const std::string& command);
+    static const char* controlHelp();
 
 private:
     class Session;

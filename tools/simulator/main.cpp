@@ -7,6 +7,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "../CommandLine.h"
 #include "ControlScript.h"
 #include "PhoneService.h"
 #include "Server.h"
@@ -94,22 +95,32 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--ring-time", ringTime,
                    "Milliseconds a far end rings before it answers or a caller gives up")
-        ->check(CLI::Range(0, 600000))
+        ->check(kit::milliseconds(0, 600000))
         ->capture_default_str();
     app.add_option("--script", scriptPath, "Control script of timed steps to run once serving")
-        ->check(CLI::ExistingFile);
+        ->check(kit::readableFile());
     app.add_flag("-v,--verbose", verbose, "Log every request, answer and event");
 
     std::vector<std::string> controlWords;
     CLI::App* controlCommand =
         app.add_subcommand("control", "Send one control command to a running simulator");
     controlCommand->fallthrough();
-    controlCommand->add_option("command", controlWords, "The command and its arguments")
-        ->required();
-    app.footer(std::string("Control commands:\n") + simulator::PhoneService::controlHelp());
+    controlCommand->add_option("-s,--socket", socketPath, "Unix-domain socket of the simulator")
+        ->capture_default_str();
+    controlCommand->add_option("command", controlWords, "The command and its arguments");
+    app.footer(std::string("Control commands:\n") + simulator::PhoneService::controlHelp() +
+               simulator::Server::controlHelp());
 
-    CLI11_PARSE(app, argc, argv);
-    if (*controlCommand) return sendControl(socketPath, controlWords);
+    if (const std::optional<int> status = kit::parse(app, "comms-simulator", argc, argv))
+        return *status;
+    if (*controlCommand) {
+        if (controlWords.empty()) {
+            std::cerr << "comms-simulator: control needs a command, for example 'control show' "
+                         "(the command 'help' lists them)\n";
+            return 2;
+        }
+        return sendControl(socketPath, controlWords);
+    }
 
     try {
         for (const std::string& line : settings.lines) {

@@ -1,0 +1,64 @@
+#pragma once
+
+// Command-line parsing shared by the kit's programs: every mistake in the options ends
+// the program with status 2 and one line naming the option and what was wrong.
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <iostream>
+#include <optional>
+#include <string>
+
+namespace kit {
+
+// A whole number of milliseconds within the range, with a message that says so.
+inline CLI::Validator milliseconds(int low, int high) {
+    return CLI::Validator(
+        [low, high](std::string& word) -> std::string {
+            int value = 0;
+            const char* end = word.data() + word.size();
+            const auto parsed = std::from_chars(word.data(), end, value);
+            if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) {
+                return "takes a number of milliseconds, not '" + word + "'";
+            }
+            if (value < low || value > high) {
+                return "takes " + std::to_string(low) + " to " + std::to_string(high) +
+                       " milliseconds, not " + word;
+            }
+            return {};
+        },
+        "MS");
+}
+
+inline CLI::Validator readableFile() {
+    return CLI::Validator(
+        [](std::string& path) -> std::string {
+            if (CLI::ExistingFile(path).empty()) return {};
+            return "names no readable file: '" + path + "'";
+        },
+        "FILE");
+}
+
+// Parses the arguments; help and version requests print and give status 0, mistakes
+// give status 2. Returns nothing when the program may go on.
+inline std::optional<int> parse(CLI::App& app, const std::string& program, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& request) {
+        return app.exit(request);
+    } catch (const CLI::CallForAllHelp& request) {
+        return app.exit(request);
+    } catch (const CLI::ArgumentMismatch& error) {
+        // CLI11 words this as "--name: 1 required TYPE missing".
+        const std::string text = error.what();
+        std::cerr << program << ": " << text.substr(0, text.find(':'))
+                  << " needs a value (try --help)\n";
+        return 2;
+    } catch (const CLI::ParseError& error) {
+        std::cerr << program << ": " << error.what() << " (try --help)\n";
+        return 2;
+    }
+    return std::nullopt;
+}
+
+} // namespace kit
