@@ -5,10 +5,12 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <future>
 #include <thread>
 
@@ -308,6 +310,49 @@ TEST(Start, FailsWithAMessageNamingWhatIsMissing) {
             }
         }
     }
+}
+
+struct OptionMistake {
+    std::string command;
+    std::string message;
+};
+
+TEST(Options, EveryMistakeExitsWithTwoAndNamesTheOption) {
+    const std::string simulator = SIMULATOR_PATH;
+    const std::string console = CONSOLE_PATH;
+    const std::vector<OptionMistake> cases = {
+        {console + " --answer-timeout abc",
+         "--answer-timeout: takes a number of milliseconds, not 'abc'"},
+        {console + " --await-timeout", "--await-timeout needs a value"},
+        {console + " --answer-timeout 0", "--answer-timeout: takes 1 to 3600000 milliseconds"},
+        {console + " --bogus", "--bogus"},
+        {console + " --script /nonexistent/day.txt", "--script: names no readable file"},
+        {simulator + " --ring-time soon", "--ring-time: takes a number of milliseconds"},
+        {simulator + " --script /nonexistent/day.txt", "--script: names no readable file"},
+        {simulator + " control", "control needs a command"},
+        {simulator + " --lines", "--lines needs a value"},
+    };
+    for (const OptionMistake& mistake : cases) {
+        FILE* pipe = popen((mistake.command + " 2>&1 </dev/null").c_str(), "r");
+        ASSERT_NE(pipe, nullptr);
+        std::string output;
+        char buffer[256];
+        while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
+            output += buffer;
+        const int status = pclose(pipe);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 2) << mistake.command;
+        EXPECT_NE(output.find(mistake.message), std::string::npos) << mistake.command << "\n"
+                                                                   << output;
+    }
+}
+
+TEST(Refusals, AreLoggedWithTheirReasonWithoutVerbose) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    EXPECT_EQ(client.service().answerCall("1001", 77), sfiFailure);
+    EXPECT_TRUE(
+        simulator.waitForLog("AnswerCall -> sfiFailure: call 77 does not exist on line 1001"))
+        << simulator.log();
 }
 
 } // namespace

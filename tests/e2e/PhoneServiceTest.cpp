@@ -134,6 +134,59 @@ TEST_F(Service, IncomingCallsHonourDoNotDisturbAndForwarding) {
               std::string::npos);
 }
 
+TEST_F(Service, ForwardingBelongsToOneLine) {
+    request("<Method>Activate</Method>");
+    request("<Method>setForwardingConfiguration</Method><Line>1002</Line><fwType>0</fwType>"
+            "<status>1</status><uri>8000</uri><cfnrRingCount>0</cfnrRingCount>"
+            "<forceTKVSUpdate>0</forceTKVSUpdate>");
+    recorder.events.clear();
+    EXPECT_EQ(service.control({"incomingCall", "1001", "2005"}), "ok call 1");
+    EXPECT_NE(recorder.events[0].find("IncomingCallEvent"), std::string::npos);
+    recorder.events.clear();
+    service.control({"incomingCall", "1002", "2001"});
+    EXPECT_NE(recorder.events[0].find("CallForwardedEvent"), std::string::npos);
+    EXPECT_NE(service.control({"show"}).find("forwarding on 1002 type 0 to 8000, ring count 0"),
+              std::string::npos);
+    // The query names no line and reads the first line's, which forwards nothing.
+    EXPECT_EQ(request("<Method>getForwardingConfiguration</Method><fwType>0</fwType>"),
+              "<sfiResult>sfiSuccess</sfiResult><status>0</status><uri></uri>"
+              "<cfnrRingCount>0</cfnrRingCount>");
+}
+
+TEST_F(Service, RefusedRequestsSayWhy) {
+    const std::string kCallFlags = "<DSSDirectCall>0</DSSDirectCall><BridgeCall>0</BridgeCall>"
+                                   "<CallCompletionCall>0</CallCompletionCall>";
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>0</CallID>"
+         "<Destination>2001</Destination>" +
+             kCallFlags,
+         "line 1001 is not registered (send Activate first)"},
+        {"<Method>Activate</Method>", ""},
+        {"<Method>OutgoingCallMakeRequest</Method><Line>9</Line><CallID>0</CallID>"
+         "<Destination>2001</Destination>" +
+             kCallFlags,
+         "line '9' does not exist (lines are 1001 1002)"},
+        {"<Method>AnswerCall</Method><Line>1001</Line><CallID>77</CallID>",
+         "call 77 does not exist on line 1001"},
+        {"<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>5</CallID>"
+         "<Destination>2002</Destination>" +
+             kCallFlags,
+         ""},
+        {"<Method>AnswerCall</Method><Line>1002</Line><CallID>5</CallID>",
+         "call 5 is on line 1001, not 1002"},
+        {"<Method>RetrieveCall</Method><Line>1001</Line><CallID>5</CallID>",
+         "call 5 on line 1001 is ringing back, not held"},
+        {"<Method>setLampMode</Method><Line>1001</Line><lampId>k1</lampId><lampMode>9</lampMode>",
+         "lamp mode 9 is not 0 to 4"},
+        {"<Method>ActivateCallbackBusy</Method><Line>1001</Line><CallID>5</CallID>",
+         "call 5 on line 1001 is ringing back, not busy"},
+    };
+    for (const auto& [text, reason] : cases) {
+        request(text);
+        EXPECT_EQ(service.refusal(), reason) << text;
+    }
+}
+
 TEST(ControlCommands, NameTheirUsageWhenMisused) {
     Recorder recorder;
     PhoneService service(ServiceSettings{}, recorder, recorder);
