@@ -26,7 +26,8 @@ void expectScansEqualMemberReaders(const std::string& name, const std::string& m
                                            "GPUCLG",
                                            "GPUCLGName",
                                            "CallBackFearureAvailable"};
-    const bool usable = !name.empty() && name.front() != '/' && name.find('<') == std::string::npos;
+    const bool usable =
+        !name.empty() && name.front() != '/' && name.find_first_of("<>") == std::string::npos;
     if (usable && std::find(names.begin(), names.end(), name) == names.end()) {
         names.push_back(name);
     }

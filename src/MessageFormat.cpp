@@ -105,7 +105,9 @@ ElementNames::ElementNames(const std::string_view* list, std::size_t size) : cou
     std::memset(firstByByte, kNone, sizeof firstByByte);
     for (std::size_t i = size; i-- > 0;) {
         const std::string_view name = list[i];
-        if (name.empty() || name.front() == '/' || name.find('<') != std::string_view::npos ||
+        // A '>' inside a name would let one tag begin with another and hide its first place.
+        if (name.empty() || name.front() == '/' ||
+            name.find_first_of("<>") != std::string_view::npos ||
             std::find(list + i + 1, list + size, name) != list + size) {
             throw std::invalid_argument("ElementNames: unusable element name");
         }

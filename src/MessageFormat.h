@@ -60,7 +60,7 @@ struct ElementSpan {
 };
 
 // The element names one event handler reads, indexed by their first byte. Names must be
-// distinct and non-empty, hold no '<' and not begin with '/' (every tag of the service
+// distinct and non-empty, hold no '<' or '>' and not begin with '/' (every tag of the service
 // keeps to that); up to kMaxNames of them.
 class ElementNames {
 public:

@@ -11,23 +11,13 @@
 
 #include "CommunicationsServiceEventInvoker.h"
 #include "communications/testing/RecordingSubscriber.h"
+#include "support/VirtualSlot.h"
 
 namespace {
 
 using communications::testing::RecordedCall;
 using communications::testing::RecordingSubscriber;
 using Ifc = CommunicationsServiceEventIfc;
-
-// With the Itanium C++ ABI a pointer to a virtual member function holds 1 + the byte
-// offset of its slot in its first word (an odd number; a non-virtual one holds an
-// address). Returns the 0-based slot, or -1 for a non-virtual member.
-template <typename Member> long slotOf(Member member) {
-    static_assert(sizeof(Member) == 2 * sizeof(void*), "Itanium member function pointer");
-    std::uintptr_t word = 0;
-    std::memcpy(&word, &member, sizeof word);
-    if ((word & 1) == 0) return -1;
-    return static_cast<long>((word - 1) / sizeof(void*));
-}
 
 TEST(EventInterfaceAbi, KeepsEveryCallbackInItsSlot) {
     // In slot order, from slot 0.
