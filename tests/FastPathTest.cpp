@@ -26,14 +26,14 @@ using namespace std::string_literals;
 using Names = std::vector<std::string_view>;
 
 // Name sets as handlers read them, with shared first bytes and names that begin with
-// other names; the last set has the shortest and the longest shapes and a '>' inside.
+// other names; the last set has the shortest and the longest shapes and a '/' inside.
 const std::vector<Names> kNameSets = {
     {"LineID", "CallID", "CallState", "Reason", "SendOptions", "URI", "Name", "FullPAI", "GPUCLG",
      "GPUCLGName", "GPUCLD", "GPUCLDName", "ResourcePriority", "PreemptionCause", "PreemptionText",
      "CallBackFearureAvailable", "ILCallLevel", "ILLocalLevel"},
     {"LineID", "CallID", "CallingParty", "CallingPartyName", "CallingPartyFullPAI",
      "NewDestination", "Reason"},
-    {"a", "ab", "b", "x>y", "abcdefgh", "abcdefghi", "abcdefghijklmnop", "abcdefghijklmnopq"},
+    {"a", "ab", "b", "x/y", "abcdefgh", "abcdefghi", "abcdefghijklmnop", "abcdefghijklmnopq"},
 };
 
 // The text in a copy with no byte to spare, so that the sanitizers see any read past it.
@@ -187,6 +187,7 @@ TEST(ElementNames, RefuseNamesThatTheScanCannotTellApart) {
     const auto build = [](Names list) { ElementNames names(list.data(), list.size()); };
     EXPECT_THROW(build({""}), std::invalid_argument);
     EXPECT_THROW(build({"a<b"}), std::invalid_argument);
+    EXPECT_THROW(build({"a", "a>b"}), std::invalid_argument);
     EXPECT_THROW(build({"/a"}), std::invalid_argument);
     EXPECT_THROW(build({"a", "b", "a"}), std::invalid_argument);
     EXPECT_THROW(build(Names(ElementNames::kMaxNames + 1, "a")), std::invalid_argument);
