@@ -21,7 +21,7 @@
 #include "References.h"
 #include "Report.h"
 #include "StraightforwardInvoker.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "MessageFormat.h"
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 
 namespace bench {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "CommunicationsServiceTypes.h"
+#include "CommunicationsService/CommunicationsServiceTypes.h"
 #include "EventMessages.h"
 
 class ProxyRequest;

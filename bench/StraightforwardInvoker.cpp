@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "CommunicationsServiceEventInvoker.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace bench {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "CommunicationsServiceEventInvoker.h"
-#include "framework/Executable.h"
+#include "CommunicationsService/framework/Executable.h"
 
 namespace bench {
 

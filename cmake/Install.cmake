@@ -1,16 +1,15 @@
 # Installation: the plug-in, the desktop framework, the public headers, the test doubles,
 # a CMake package (find_package(CommunicationsService)) and pkg-config files.
 #
-# Everything lands in one include folder, include/CommunicationsService, which keeps the
-# framework/, desktop/ and communications/testing/ subfolders, so the includes that work
-# in this tree ("CommunicationsServiceIfc.h", "framework/Executable.h") work the same
-# against an installed package.
+# Every header is included under one prefix, CommunicationsService/ (for example
+# "CommunicationsService/framework/Executable.h"), in this tree and installed alike, so that
+# its framework/, desktop/ and testing/ folders never clash with an application's own.
 
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(comms_package CommunicationsService)
-set(comms_include_dir ${CMAKE_INSTALL_INCLUDEDIR}/${comms_package})
+set(comms_include_dir ${CMAKE_INSTALL_INCLUDEDIR})
 set(comms_config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/${comms_package})
 
 # Applications compile against the interfaces only: the framework loads the plug-in.
@@ -34,8 +33,8 @@ foreach(header_root include testsupport/include)
     DESTINATION ${comms_include_dir}
     FILES_MATCHING PATTERN "*.h")
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/desktop/Framework.h
-  DESTINATION ${comms_include_dir}/desktop)
+install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/CommunicationsService/desktop/Framework.h
+  DESTINATION ${comms_include_dir}/${comms_package}/desktop)
 
 install(EXPORT ${comms_package}Targets
   NAMESPACE ${comms_package}::

@@ -12,9 +12,9 @@
 
 #include "CommunicationsServiceEventInvoker.h"
 #include "Reference.h"
-#include "communications/testing/RecordingSubscriber.h"
-#include "framework/ProxyRequest.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

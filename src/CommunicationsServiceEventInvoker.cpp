@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "MessageFormat.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "CommunicationsServiceEventIfc.h"
-#include "framework/Executable.h"
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/CommunicationsServiceEventIfc.h"
+#include "CommunicationsService/framework/Executable.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 
 // Turns each event text of the service into one call of the subscriber's callbacks.
 // Handlers are public so that each can be driven on its own.

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "MessageFormat.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

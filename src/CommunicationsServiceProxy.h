@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsServiceIfc.h"
-#include "framework/Executable.h"
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/framework/Executable.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 
 // Turns each operation of CommunicationsServiceIfc into one request on the framework's
 // channel and the answer into a result. The operations below stand in the order the

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "CommunicationsServiceTypes.h"
+#include "CommunicationsService/CommunicationsServiceTypes.h"
 
 // The result code of a bare answer word; anything unknown is a failure (0).
 int resultOf(const std::string& response);

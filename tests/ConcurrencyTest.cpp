@@ -14,7 +14,7 @@
 
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
-#include "communications/testing/RecordingSubscriber.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 
 namespace {
 

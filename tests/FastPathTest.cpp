@@ -17,8 +17,8 @@
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
 #include "MessageFormat.h"
-#include "communications/testing/RecordingSubscriber.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

@@ -10,7 +10,7 @@
 #include <type_traits>
 
 #include "CommunicationsServiceEventInvoker.h"
-#include "communications/testing/RecordingSubscriber.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 #include "support/VirtualSlot.h"
 
 namespace {

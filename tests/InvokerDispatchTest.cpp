@@ -10,7 +10,7 @@
 #include <stdexcept>
 
 #include "CommunicationsServiceEventInvoker.h"
-#include "communications/testing/RecordingSubscriber.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 
 namespace {
 

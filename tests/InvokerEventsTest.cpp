@@ -11,9 +11,9 @@
 #include <stdexcept>
 
 #include "CommunicationsServiceEventInvoker.h"
-#include "communications/testing/RecordingSubscriber.h"
-#include "desktop/Framework.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "CommunicationsServiceEventInvoker.h"
-#include "communications/testing/RecordingSubscriber.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include "framework/Executable.h"
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/framework/Executable.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 #include "remote/RemoteSubscriber.h"
 
 namespace {

@@ -6,8 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include "CommunicationsServiceIfc.h"
-#include "framework/Executable.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/framework/Executable.h"
 #include "support/RecordingChannel.h"
 
 using testsupport::RecordingChannel;

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "CommunicationsServiceProxy.h"
-#include "framework/Executable.h"
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/framework/Executable.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 #include "support/VirtualSlot.h"
 
 namespace {

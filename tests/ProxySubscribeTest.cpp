@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "CommunicationsServiceProxy.h"
-#include "desktop/Framework.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/framework/Utilities.h"
 #include "support/RecordingChannel.h"
 
 using testsupport::RecordingChannel;

@@ -1,10 +1,10 @@
-#include "desktop/Framework.h"
+#include "CommunicationsService/desktop/Framework.h"
 
 #include <atomic>
 #include <charconv>
 #include <cstdio>
 
-#include "framework/Utilities.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "desktop/Host.h"
+#include "CommunicationsService/desktop/Host.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
-#include "CommunicationsServiceIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
 
 namespace desktop {
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "desktop/Host.h"
+#include "CommunicationsService/desktop/Host.h"
 
 namespace desktop {
 

@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "desktop/Host.h"
-#include "desktop/Wire.h"
+#include "CommunicationsService/desktop/Host.h"
+#include "CommunicationsService/desktop/Wire.h"
 
 namespace desktop {
 

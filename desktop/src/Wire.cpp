@@ -1,4 +1,4 @@
-#include "desktop/Wire.h"
+#include "CommunicationsService/desktop/Wire.h"
 
 #include <cstdlib>
 

@@ -1,7 +1,7 @@
 #include "AutoAnswer.h"
 
-#include "CommunicationsServiceTypes.h"
-#include "framework/Utilities.h"
+#include "CommunicationsService/CommunicationsServiceTypes.h"
+#include "CommunicationsService/framework/Utilities.h"
 
 void AutoAnswer::init(Context& /*context*/) {
     const int activated = service.activate();

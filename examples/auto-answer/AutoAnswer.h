@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsServiceEventIfc.h"
-#include "CommunicationsServiceIfc.h"
-#include "framework/Executable.h"
+#include "CommunicationsService/CommunicationsServiceEventIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/framework/Executable.h"
 
 // A phone application that answers every call arriving on any of the phone's lines and
 // logs each change of a call's state through the framework's logging.

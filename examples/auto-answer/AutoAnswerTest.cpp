@@ -8,9 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "AutoAnswer.h"
-#include "communications/testing/MockCommunicationsService.h"
-#include "communications/testing/RecordingSubscriber.h"
-#include "desktop/Framework.h"
+#include "CommunicationsService/testing/MockCommunicationsService.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsService/desktop/Framework.h"
 
 using communications::testing::MockCommunicationsService;
 using communications::testing::RecordingSubscriber;

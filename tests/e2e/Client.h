@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsServiceIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "Console.h"
 #include "EventRecorder.h"
-#include "desktop/Host.h"
+#include "CommunicationsService/desktop/Host.h"
 
 namespace kit {
 

@@ -16,7 +16,7 @@
 
 #include "Client.h"
 #include "SimulatorProcess.h"
-#include "desktop/Wire.h"
+#include "CommunicationsService/desktop/Wire.h"
 
 namespace {
 

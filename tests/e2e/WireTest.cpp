@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "desktop/Wire.h"
+#include "CommunicationsService/desktop/Wire.h"
 
 namespace {
 

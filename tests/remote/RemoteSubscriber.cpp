@@ -6,7 +6,7 @@
 #include <string>
 
 #include "RemoteSubscriber.h"
-#include "communications/testing/RecordingSubscriber.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 
 namespace testsupport {
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsServiceEventIfc.h"
-#include "framework/Executable.h"
+#include "CommunicationsService/CommunicationsServiceEventIfc.h"
+#include "CommunicationsService/framework/Executable.h"
 
 namespace console {
 

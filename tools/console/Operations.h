@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsServiceIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "EventRecorder.h"
 
 namespace console {

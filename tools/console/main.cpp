@@ -17,11 +17,11 @@
 #include <mutex>
 
 #include "../CommandLine.h"
-#include "CommunicationsServiceIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "Console.h"
 #include "Operations.h"
-#include "desktop/Framework.h"
-#include "desktop/Host.h"
+#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/desktop/Host.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
-#include "desktop/Framework.h"
+#include "CommunicationsService/desktop/Framework.h"
 
 namespace simulator {
 

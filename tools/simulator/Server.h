@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "PhoneService.h"
-#include "desktop/Wire.h"
+#include "CommunicationsService/desktop/Wire.h"
 
 namespace simulator {
 

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "framework/Visibility.h"
+#include "CommunicationsService/framework/Visibility.h"
 
 class Executable;
 

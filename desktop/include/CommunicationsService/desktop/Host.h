@@ -10,9 +10,9 @@
 #include <memory>
 #include <string>
 
-#include "desktop/Wire.h"
-#include "framework/Executable.h"
-#include "framework/ProxyRequest.h"
+#include "CommunicationsService/desktop/Wire.h"
+#include "CommunicationsService/framework/Executable.h"
+#include "CommunicationsService/framework/ProxyRequest.h"
 
 class CommunicationsServiceIfc;
 

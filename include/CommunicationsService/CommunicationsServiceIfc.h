@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsServiceTypes.h"
-#include "framework/Visibility.h"
+#include "CommunicationsService/CommunicationsServiceTypes.h"
+#include "CommunicationsService/framework/Visibility.h"
 
 class Executable;
 

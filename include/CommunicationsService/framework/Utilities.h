@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/Visibility.h"
+#include "CommunicationsService/framework/Visibility.h"
 
 /// @file
 /// Out-of-line framework pieces: the framework links them in on the phone, the desktop

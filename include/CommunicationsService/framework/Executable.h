@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/Visibility.h"
+#include "CommunicationsService/framework/Visibility.h"
 
 class FrameworkContext;
 class ProxyRequest;

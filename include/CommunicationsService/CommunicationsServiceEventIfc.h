@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/Visibility.h"
+#include "CommunicationsService/framework/Visibility.h"
 
 /// @file
 /// The callbacks through which the service's notifications reach an application, and the

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "CommunicationsServiceIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
 
 /// Test doubles with which an application's own unit tests stand in for the service.
 namespace communications::testing {

@@ -19,8 +19,8 @@
 #include <utility>
 #include <vector>
 
-#include "CommunicationsServiceEventIfc.h"
-#include "framework/Executable.h"
+#include "CommunicationsService/CommunicationsServiceEventIfc.h"
+#include "CommunicationsService/framework/Executable.h"
 
 namespace communications::testing {
 

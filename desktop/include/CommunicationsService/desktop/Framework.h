@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/Visibility.h"
+#include "CommunicationsService/framework/Visibility.h"
 
 /// The desktop framework's own settings and helpers.
 namespace desktop {
