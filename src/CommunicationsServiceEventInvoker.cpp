@@ -1,116 +1,32 @@
 #include "CommunicationsServiceEventInvoker.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
 #include <tuple>
-#include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "MessageFormat.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsService/protocol/Events.h"
+#include "MessageFormat.h"
 
 namespace {
 
+namespace protocol = CommunicationsService::protocol;
+namespace events = protocol::events;
+using protocol::Kind;
 using Ifc = CommunicationsServiceEventIfc;
 using Self = CommunicationsServiceEventInvoker;
-
-// Hands out the located elements of a text in the order the handler names them.
-class ElementCursor {
-public:
-    ElementCursor(std::string_view message, const ElementSpan* spans)
-        : message(message), next(spans) {}
-
-    std::string text() { return std::string(view()); }
-    int number() { return static_cast<int>(numberOf(message, *next++)); }
-    std::string_view view() { return valueOf(message, *next++); }
-
-private:
-    std::string_view message;
-    const ElementSpan* next;
-};
-
-// Field kinds. Each names the elements it reads, without their brackets, and reads them
-// from the cursor; a missing element reads as "" or -1.
-
-struct Text {
-    static constexpr std::size_t kElements = 1;
-    std::string_view name;
-    void names(std::string_view*& out) const { *out++ = name; }
-    std::string read(ElementCursor& elements, const std::string&) const { return elements.text(); }
-};
-
-struct Number {
-    static constexpr std::size_t kElements = 1;
-    std::string_view name;
-    void names(std::string_view*& out) const { *out++ = name; }
-    int read(ElementCursor& elements, const std::string&) const { return elements.number(); }
-};
-
-// A message counter keeps the number's bits: a missing one arrives as 4294967295.
-struct Counter {
-    static constexpr std::size_t kElements = 1;
-    std::string_view name;
-    void names(std::string_view*& out) const { *out++ = name; }
-    unsigned int read(ElementCursor& elements, const std::string&) const {
-        return static_cast<unsigned int>(elements.number());
-    }
-};
-
-// A missing flag reads as -1 and so arrives as true; the service relies on that.
-struct Flag {
-    static constexpr std::size_t kElements = 1;
-    std::string_view name;
-    void names(std::string_view*& out) const { *out++ = name; }
-    bool read(ElementCursor& elements, const std::string&) const { return elements.number() != 0; }
-};
-
-struct NumberList {
-    static constexpr std::size_t kElements = 1;
-    std::string_view name;
-    void names(std::string_view*& out) const { *out++ = name; }
-    std::vector<int> read(ElementCursor& elements, const std::string&) const {
-        std::string encoded = elements.text();
-        std::vector<int> values;
-        Serializer::deserialize(encoded, values);
-        return values;
-    }
-};
-
-struct TextList {
-    static constexpr std::size_t kElements = 1;
-    std::string_view name;
-    void names(std::string_view*& out) const { *out++ = name; }
-    std::vector<std::string> read(ElementCursor& elements, const std::string&) const {
-        std::string encoded = elements.text();
-        return Serializer::deserialize(encoded);
-    }
-};
-
-// The pass-through events hand on the text itself, cut behind the first closing text
-// (a tag without its '<'). The cut length is computed in 32 bits as the phone does: when
-// the text is missing, the not-found position plus its nine characters wraps to 8.
-struct Payload {
-    static constexpr std::size_t kElements = 0;
-    const char* closing;
-    void names(std::string_view*&) const {}
-    std::string& read(ElementCursor&, std::string& message) const {
-        const auto position = static_cast<std::uint32_t>(message.find(closing));
-        const std::uint32_t length = position + static_cast<std::uint32_t>(std::strlen(closing));
-        message.erase(0, length);
-        return message;
-    }
-};
 
 struct FreeRecord {
     void operator()(CallPartyInfo* record) const { std::free(record); }
 };
+// Released even when the callback throws, which the phone's own build never did.
 using PartyRecord = std::unique_ptr<CallPartyInfo, FreeRecord>;
 
 PartyRecord newPartyRecord() {
@@ -127,7 +43,7 @@ PartyRecord newPartyRecord() {
     return record;
 }
 
-// Copies up to the value's first NUL, cut to fit with its terminator.
+// Copies up to the value's first NUL, cut to fit the field with its terminator.
 void copyInto(char (&field)[65], std::string_view value) {
     const std::size_t limit = std::min(value.size(), sizeof field - 1);
     std::size_t length = 0;
@@ -136,54 +52,121 @@ void copyInto(char (&field)[65], std::string_view value) {
     field[length] = '\0';
 }
 
-// The four parties travel inside the record, copied straight from the text.
-struct Parties {
-    static constexpr std::size_t kElements = 4;
-    CallPartyInfo* record;
-    void names(std::string_view*& out) const {
-        *out++ = "GPUCLG";
-        *out++ = "GPUCLGName";
-        *out++ = "GPUCLD";
-        *out++ = "GPUCLDName";
-    }
-    CallPartyInfo* read(ElementCursor& elements, const std::string&) const {
-        const std::string_view callingParty = elements.view();
-        const std::string_view callingPartyName = elements.view();
-        const std::string_view calledParty = elements.view();
-        const std::string_view calledPartyName = elements.view();
+// How many elements a field looks up: the parties four, a payload none.
+template <typename Field> constexpr std::size_t elementsOf() {
+    if constexpr (Field::kind == Kind::parties)
+        return std::size(protocol::kPartyTags);
+    else if constexpr (Field::kind == Kind::payload)
+        return 0;
+    else
+        return 1;
+}
+
+template <typename... Fields> constexpr std::size_t elementCount(const std::tuple<Fields...>&) {
+    return (std::size_t{0} + ... + elementsOf<Fields>());
+}
+
+// The element names of an event, in the order its fields read them.
+template <const auto& event> constexpr auto namesOf() {
+    std::array<std::string_view, elementCount(event.fields)> names{};
+    std::size_t next = 0;
+    std::apply(
+        [&](const auto&... field) {
+            [[maybe_unused]] const auto add = [&](const auto& one) {
+                if constexpr (std::decay_t<decltype(one)>::kind == Kind::parties) {
+                    for (const std::string_view tag : protocol::kPartyTags)
+                        names[next++] = tag;
+                } else if constexpr (std::decay_t<decltype(one)>::kind != Kind::payload) {
+                    names[next++] = one.tag;
+                }
+            };
+            (add(field), ...);
+        },
+        event.fields);
+    return names;
+}
+
+// Where each field's first element stands among the event's spans.
+template <const auto& event, std::size_t index> constexpr std::size_t firstElementOf() {
+    std::size_t offset = 0;
+    std::size_t position = 0;
+    std::apply(
+        [&](const auto&... field) {
+            ((position++ < index ? offset += elementsOf<std::decay_t<decltype(field)>>() : 0), ...);
+        },
+        event.fields);
+    return offset;
+}
+
+// One field's value for its callback argument, read from the located elements.
+template <typename Field, typename Message>
+decltype(auto) readField(const Field& field, Message& message, const ElementSpan* spans,
+                         CallPartyInfo* record) {
+    if constexpr (Field::kind == Kind::text) {
+        return std::string(valueOf(message, spans[0]));
+    } else if constexpr (Field::kind == Kind::number) {
+        return static_cast<int>(numberOf(message, spans[0]));
+    } else if constexpr (Field::kind == Kind::counter) {
+        // The counters keep the number's 32 bits: a missing one arrives as 4294967295.
+        return static_cast<unsigned int>(static_cast<int>(numberOf(message, spans[0])));
+    } else if constexpr (Field::kind == Kind::flag) {
+        // A missing flag reads as -1 and so arrives as true; the service relies on that.
+        return numberOf(message, spans[0]) != 0;
+    } else if constexpr (Field::kind == Kind::numberList) {
+        std::string encoded(valueOf(message, spans[0]));
+        std::vector<int> values;
+        Serializer::deserialize(encoded, values);
+        return values;
+    } else if constexpr (Field::kind == Kind::textList) {
+        std::string encoded(valueOf(message, spans[0]));
+        return Serializer::deserialize(encoded);
+    } else if constexpr (Field::kind == Kind::payload) {
+        // Cut behind the first closing text, its length computed in 32 bits as the phone
+        // does: when the text is missing, the not-found position plus nine wraps to 8.
+        const auto position = static_cast<std::uint32_t>(message.find(field.tag));
+        message.erase(0, position + static_cast<std::uint32_t>(field.tag.size()));
+        return std::ref(message);
+    } else {
+        // The parties are copied only after all four are read, the calling party last.
+        const std::string_view callingParty = valueOf(message, spans[0]);
+        const std::string_view callingPartyName = valueOf(message, spans[1]);
+        const std::string_view calledParty = valueOf(message, spans[2]);
+        const std::string_view calledPartyName = valueOf(message, spans[3]);
         copyInto(record->callingParty, callingParty);
         copyInto(record->callingPartyName, callingPartyName);
         copyInto(record->calledParty, calledParty);
         copyInto(record->calledPartyName, calledPartyName);
         return record;
     }
-};
+}
 
-template <typename Callback> struct Arity;
-template <typename... Params>
-struct Arity<void (Ifc::*)(Params...)> : std::integral_constant<std::size_t, sizeof...(Params)> {};
+template <typename Tuple> struct HasParties;
+template <typename... Fields>
+struct HasParties<std::tuple<Fields...>>
+    : std::bool_constant<((Fields::kind == Kind::parties) || ...)> {};
 
-// Locates the handler's elements in one pass over the text, reads the fields in the order
-// given (a braced list is evaluated left to right), then makes the one callback. Each
-// callback is made by one handler only, whose element names never change, so their index
-// is built on its first event and kept.
-template <auto callback, typename Message, typename... Fields>
-void deliver(Ifc* subscriber, Message& message, const Fields&... fields) {
-    static_assert(Arity<decltype(callback)>::value == sizeof...(Fields),
-                  "one field per callback argument");
-    constexpr std::size_t count = (Fields::kElements + ...);
-    static const ElementNames names = [&] {
-        std::array<std::string_view, count> list;
-        std::string_view* next = list.data();
-        (fields.names(next), ...);
-        return ElementNames(list.data(), count);
-    }();
-    std::array<ElementSpan, count> spans;
-    findElements(message, names, spans.data());
-    ElementCursor elements(message, spans.data());
-    std::tuple<decltype(fields.read(elements, message))...> values{
-        fields.read(elements, message)...};
-    std::apply([&](auto&... value) { (subscriber->*callback)(value...); }, values);
+// Reads an event's fields in the order the description lists them (a braced list is
+// evaluated left to right) and makes its one callback.
+template <const auto& event, typename Message, std::size_t... I>
+void deliverFields(Ifc* subscriber, Message& message, std::index_sequence<I...>) {
+    using Fields = std::decay_t<decltype(event.fields)>;
+    // The record is allocated before any field is read, as the phone has always done.
+    PartyRecord record;
+    if constexpr (HasParties<Fields>::value) record = newPartyRecord();
+    static constexpr auto kNames = elementNames(namesOf<event>());
+    std::array<ElementSpan, kNames.size()> spans;
+    if constexpr (kNames.size() != 0)
+        findElements(message, {kNames.data(), kNames.size()}, spans.data());
+    std::tuple<decltype(readField(std::get<I>(event.fields), message, spans.data(), nullptr))...>
+        values{readField(std::get<I>(event.fields), message,
+                         spans.data() + firstElementOf<event, I>(), record.get())...};
+    std::apply([&](auto&... value) { (subscriber->*event.callback)(value...); }, values);
+}
+
+template <const auto& event, typename Message> void deliver(Ifc* subscriber, Message& message) {
+    using Fields = std::decay_t<decltype(event.fields)>;
+    deliverFields<event>(subscriber, message,
+                         std::make_index_sequence<std::tuple_size_v<Fields>>());
 }
 
 using Handler = void (*)(Self&, Ifc*, std::string&);
@@ -195,69 +178,69 @@ void run(Self& self, Ifc* subscriber, std::string& message) {
 
 struct Route {
     std::string_view method;
-    bool exact;
+    protocol::Match match;
     Handler handler;
 
     bool matches(std::string_view name) const {
-        return exact ? name == method : name.substr(0, method.size()) == method;
+        return match == protocol::Match::exact ? name == method
+                                               : name.substr(0, method.size()) == method;
     }
 };
 
-// Every row is tried for every message; only the first compares the whole name.
+template <typename Event> constexpr Route route(const Event& event, Handler handler) {
+    return {event.method, event.match, handler};
+}
+
+// Every row is tried for every message, in the description's order.
 constexpr Route kRoutes[] = {
-    {"CallStateChangeEvent", true, run<&Self::callStateChangeEvent>},
-    {"RegistrationStateChangeEvent", false, run<&Self::registrationStateChangeEvent>},
-    {"IncomingCallEvent", false, run<&Self::incomingCallEvent>},
-    {"IncomingPickupCallEvent", false, run<&Self::incomingPickupCallEvent>},
-    {"CallHeldEvent", false, run<&Self::callHeldEvent>},
-    {"CallRetrievedEvent", false, run<&Self::callRetrievedEvent>},
-    {"FeatureSuccessEvent", false, run<&Self::featureSuccessEvent>},
-    {"FeatureFailedEvent", false, run<&Self::featureFailedEvent>},
-    {"RemoteEndpointDetailsChangedEvent", false, run<&Self::remoteEndpointDetailsChangedEvent>},
-    {"IncomingCallMissedEvent", false, run<&Self::incomingCallMissedEvent>},
-    {"CallForwardedEvent", false, run<&Self::callForwardedEvent>},
-    {"DevicesChangedEvent", false,
-     [](Self&, Ifc* subscriber, std::string&) { subscriber->onDevicesChangedEvent(); }},
-    {"messageWaitingEvent", false, run<&Self::messageWaitingEvent>},
-    {"DoNotDisturbEvent", false, run<&Self::doNotDisturbEvent>},
-    {"AgentStateEvent", false, run<&Self::agentStateEvent>},
-    {"systemStatusEvent", false, run<&Self::systemStatusEvent>},
-    {"serverFeatureStatusEvent", false, run<&Self::serverFeatureStatusEvent>},
-    {"IncomingAssociatedCallEvent", false,
-     [](Self& self, Ifc* subscriber, std::string& message) {
-         self.incomingAssociatedCallEvent(subscriber, message);
-     }},
-    {"b2buaCSTAResponse", false, run<&Self::b2buaCSTAResponse>},
-    {"b2buaCSTAEventOrRequest", false, run<&Self::b2buaCSTAEventOrRequest>},
-    {"conferenceStatusEvent", false, run<&Self::conferenceStatusEvent>},
-    {"securityStatusChanged", false, run<&Self::securityStatusChanged>},
-    {"preemptionStatusChanged", false, run<&Self::preemptionStatusChanged>},
-    {"impactLevelChanged", false, run<&Self::impactLevelChanged>},
-    {"callRecordingStatusEvent", false, run<&Self::callRecordingStatusEvent>},
-    {"callCompletionEvent", false, run<&Self::callCompletionEvent>},
-    {"callCompletionFailedEvent", false, run<&Self::callCompletionFailedEvent>},
-    {"bluetoothAudioStatusChanged", false, run<&Self::bluetoothAudioStatusChanged>},
+    route(events::callStateChange, run<&Self::callStateChangeEvent>),
+    route(events::registrationStateChange, run<&Self::registrationStateChangeEvent>),
+    route(events::incomingCall, run<&Self::incomingCallEvent>),
+    route(events::incomingPickupCall, run<&Self::incomingPickupCallEvent>),
+    route(events::callHeld, run<&Self::callHeldEvent>),
+    route(events::callRetrieved, run<&Self::callRetrievedEvent>),
+    route(events::featureSuccess, run<&Self::featureSuccessEvent>),
+    route(events::featureFailed, run<&Self::featureFailedEvent>),
+    route(events::remoteEndpointDetailsChanged, run<&Self::remoteEndpointDetailsChangedEvent>),
+    route(events::incomingCallMissed, run<&Self::incomingCallMissedEvent>),
+    route(events::callForwarded, run<&Self::callForwardedEvent>),
+    route(events::devicesChanged,
+          [](Self&, Ifc* subscriber, std::string& message) {
+              deliver<events::devicesChanged>(subscriber, message);
+          }),
+    route(events::messageWaiting, run<&Self::messageWaitingEvent>),
+    route(events::doNotDisturb, run<&Self::doNotDisturbEvent>),
+    route(events::agentState, run<&Self::agentStateEvent>),
+    route(events::systemStatus, run<&Self::systemStatusEvent>),
+    route(events::serverFeatureStatus, run<&Self::serverFeatureStatusEvent>),
+    route(events::incomingAssociatedCall,
+          [](Self& self, Ifc* subscriber, std::string& message) {
+              self.incomingAssociatedCallEvent(subscriber, message);
+          }),
+    route(events::b2buaCSTAResponse, run<&Self::b2buaCSTAResponse>),
+    route(events::b2buaCSTAEventOrRequest, run<&Self::b2buaCSTAEventOrRequest>),
+    route(events::conferenceStatus, run<&Self::conferenceStatusEvent>),
+    route(events::securityStatusChanged, run<&Self::securityStatusChanged>),
+    route(events::preemptionStatusChanged, run<&Self::preemptionStatusChanged>),
+    route(events::impactLevelChanged, run<&Self::impactLevelChanged>),
+    route(events::callRecordingStatus, run<&Self::callRecordingStatusEvent>),
+    route(events::callCompletion, run<&Self::callCompletionEvent>),
+    route(events::callCompletionFailed, run<&Self::callCompletionFailedEvent>),
+    route(events::bluetoothAudioStatusChanged, run<&Self::bluetoothAudioStatusChanged>),
 };
+static_assert(std::size(kRoutes) == std::tuple_size_v<std::decay_t<decltype(events::all)>>,
+              "one route per event");
 
 using RouteSet = std::uint32_t;
 static_assert(std::size(kRoutes) <= 32, "one bit per route");
 
 // The rows whose method begins with each byte: only those can match a name.
-constexpr std::array<RouteSet, 256> routesByFirstByte() {
-    std::array<RouteSet, 256> rows{};
-    for (std::size_t row = 0; row < std::size(kRoutes); ++row) {
-        rows[static_cast<unsigned char>(kRoutes[row].method.front())] |= RouteSet{1} << row;
-    }
-    return rows;
-}
-constexpr std::array<RouteSet, 256> kRoutesByFirstByte = routesByFirstByte();
-
 RouteSet routesMatching(std::string_view method) {
-    if (method.empty()) return 0;
     RouteSet matching = 0;
-    RouteSet candidates = kRoutesByFirstByte[static_cast<unsigned char>(method.front())];
-    for (std::size_t row = 0; candidates != 0; ++row, candidates >>= 1) {
-        if ((candidates & 1) != 0 && kRoutes[row].matches(method)) matching |= RouteSet{1} << row;
+    if (method.empty()) return matching;
+    for (std::size_t row = 0; row < std::size(kRoutes); ++row) {
+        if (kRoutes[row].method.front() == method.front() && kRoutes[row].matches(method))
+            matching |= RouteSet{1} << row;
     }
     return matching;
 }
@@ -273,9 +256,9 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     if (events == nullptr) std::printf("CommunicationsServiceEventSvc == NULL");
     // The routes are chosen before any handler runs, because the pass-through handlers cut
     // the text that the method name was read from.
-    static const ElementNames kMethod{"Method"};
+    static constexpr auto kMethod = elementNames(std::array<std::string_view, 1>{"Method"});
     ElementSpan method;
-    findElements(text, kMethod, &method);
+    findElements(text, {kMethod.data(), kMethod.size()}, &method);
     RouteSet matching = routesMatching(valueOf(text, method));
     for (std::size_t row = 0; matching != 0; ++row, matching >>= 1) {
         if ((matching & 1) != 0) kRoutes[row].handler(*this, events, text);
@@ -283,167 +266,80 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     if (response != nullptr) response->messageHandled();
 }
 
+std::string Self::getParamAsString(const std::string& startTag, const std::string& message,
+                                   const std::string& endTag) {
+    return eventText(startTag, message, endTag);
+}
+
+long Self::getParamAsLong(const std::string& startTag, const std::string& message,
+                          const std::string& endTag) {
+    return eventNumber(startTag, message, endTag);
+}
+
 // Call state and incoming calls.
 
-void Self::callStateChangeEvent(Ifc* subscriber, std::string& message) {
-    const PartyRecord parties = newPartyRecord();
-    deliver<&Ifc::onCallStateChangeEvent>(
-        subscriber, message, Text{"LineID"}, Number{"CallID"}, Number{"CallState"},
-        Number{"Reason"}, Number{"SendOptions"}, Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
-        Parties{parties.get()}, Number{"ResourcePriority"}, Number{"PreemptionCause"},
-        Text{"PreemptionText"}, Flag{"CallBackFearureAvailable"}, Number{"ILCallLevel"},
-        Number{"ILLocalLevel"});
+void Self::callStateChangeEvent(Ifc* s, std::string& m) { deliver<events::callStateChange>(s, m); }
+void Self::incomingCallEvent(Ifc* s, std::string& m) { deliver<events::incomingCall>(s, m); }
+void Self::incomingPickupCallEvent(Ifc* s, std::string& m) {
+    deliver<events::incomingPickupCall>(s, m);
 }
-
-void Self::incomingCallEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onIncomingCallEvent>(
-        subscriber, message, Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"},
-        Text{"FullPAI"}, Text{"AlertInformation_AlertURI"}, Text{"AlertInformation_InfoParam"},
-        Flag{"AlertInformation_AutoAnswer"}, Number{"CallType"}, Text{"DiversionURI"},
-        Text{"DiversionName"}, Number{"DiversionReason"}, Flag{"AICSZIPAutoAnswer"},
-        Number{"ResourcePriority"}, Number{"ILCallLevel"}, Number{"ILLocalLevel"},
-        Flag{"IsVideoCall"});
+void Self::incomingCallMissedEvent(Ifc* s, std::string& m) {
+    deliver<events::incomingCallMissed>(s, m);
 }
-
-void Self::incomingPickupCallEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onIncomingPickupCallEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                             Text{"URI"}, Text{"Name"}, Text{"FullPAI"});
-}
-
-void Self::incomingCallMissedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onIncomingCallMissedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                             Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
-                                             Number{"Reason"}, Text{"DiversionURI"},
-                                             Text{"DiversionName"}, Number{"DiversionReason"});
-}
-
-void Self::incomingAssociatedCallEvent(Ifc* subscriber, const std::string& message) {
-    deliver<&Ifc::onIncomingAssociatedCallEvent>(subscriber, message, Text{"LineID"},
-                                                 Number{"CurrentCallID"}, Number{"NewCallID"});
+void Self::incomingAssociatedCallEvent(Ifc* s, const std::string& m) {
+    deliver<events::incomingAssociatedCall>(s, m);
 }
 
 // Call transitions.
 
-void Self::callHeldEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallHeldEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"});
+void Self::callHeldEvent(Ifc* s, std::string& m) { deliver<events::callHeld>(s, m); }
+void Self::callRetrievedEvent(Ifc* s, std::string& m) { deliver<events::callRetrieved>(s, m); }
+void Self::remoteEndpointDetailsChangedEvent(Ifc* s, std::string& m) {
+    deliver<events::remoteEndpointDetailsChanged>(s, m);
 }
-
-void Self::callRetrievedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallRetrievedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                        Text{"URI"}, Text{"Name"}, Text{"FullPAI"},
-                                        Number{"ILCallLevel"}, Number{"ILLocalLevel"},
-                                        Flag{"ConnectedToMediaServer"});
-}
-
-void Self::remoteEndpointDetailsChangedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onRemoteEndpointDetailsChangedEvent>(
-        subscriber, message, Text{"LineID"}, Number{"CallID"}, Text{"URI"}, Text{"Name"},
-        Text{"FullPAI"}, Flag{"exitConf"}, Flag{"jointCall"});
-}
-
-void Self::callForwardedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallForwardedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                        Text{"CallingParty"}, Text{"CallingPartyName"},
-                                        Text{"CallingPartyFullPAI"}, Text{"NewDestination"},
-                                        Number{"Reason"});
-}
+void Self::callForwardedEvent(Ifc* s, std::string& m) { deliver<events::callForwarded>(s, m); }
 
 // Line, feature and device status.
 
-void Self::registrationStateChangeEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onRegistrationStateChangeEvent>(subscriber, message, Text{"LineID"},
-                                                  Number{"CallID"}, Flag{"Registered"},
-                                                  Number{"RegistrationResult"});
+void Self::registrationStateChangeEvent(Ifc* s, std::string& m) {
+    deliver<events::registrationStateChange>(s, m);
 }
-
-void Self::featureSuccessEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onFeatureSuccessEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                         Number{"Feature"});
+void Self::featureSuccessEvent(Ifc* s, std::string& m) { deliver<events::featureSuccess>(s, m); }
+void Self::featureFailedEvent(Ifc* s, std::string& m) { deliver<events::featureFailed>(s, m); }
+void Self::messageWaitingEvent(Ifc* s, std::string& m) { deliver<events::messageWaiting>(s, m); }
+void Self::doNotDisturbEvent(Ifc* s, std::string& m) { deliver<events::doNotDisturb>(s, m); }
+void Self::agentStateEvent(Ifc* s, std::string& m) { deliver<events::agentState>(s, m); }
+void Self::callRecordingStatusEvent(Ifc* s, std::string& m) {
+    deliver<events::callRecordingStatus>(s, m);
 }
-
-void Self::featureFailedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onFeatureFailedEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                        Number{"Feature"}, Number{"FeatureFailure"});
+void Self::systemStatusEvent(Ifc* s, std::string& m) { deliver<events::systemStatus>(s, m); }
+void Self::serverFeatureStatusEvent(Ifc* s, std::string& m) {
+    deliver<events::serverFeatureStatus>(s, m);
 }
-
-void Self::messageWaitingEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onMessageWaitingEvent>(
-        subscriber, message, Text{"LineID"}, Number{"type"}, Counter{"new_messages"},
-        Counter{"old_messages"}, Counter{"new_urgent_messages"}, Counter{"old_urgent_messages"},
-        Number{"return_type"}, Number{"avail_info"}, Number{"messages_waiting"},
-        Text{"voiceMailNumber"});
+void Self::conferenceStatusEvent(Ifc* s, std::string& m) {
+    deliver<events::conferenceStatus>(s, m);
 }
-
-void Self::doNotDisturbEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onDoNotDisturbEvent>(subscriber, message, Text{"deviceId"},
-                                       Flag{"doNotDisturbOn"});
+void Self::callCompletionEvent(Ifc* s, std::string& m) { deliver<events::callCompletion>(s, m); }
+void Self::callCompletionFailedEvent(Ifc* s, std::string& m) {
+    deliver<events::callCompletionFailed>(s, m);
 }
-
-void Self::agentStateEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onAgentStateEvent>(subscriber, message, Text{"deviceId"}, Text{"agentState"});
-}
-
-void Self::callRecordingStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallRecordingStatusEvent>(subscriber, message, Text{"LineID"}, Number{"callId"},
-                                              Text{"callRecorded"});
-}
-
-void Self::systemStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onSystemStatusEvent>(subscriber, message, Text{"status"}, Text{"statusInfo"});
-}
-
-void Self::serverFeatureStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onServerFeatureStatusEvent>(subscriber, message, Text{"lineURI"}, Text{"status"});
-}
-
-void Self::conferenceStatusEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onConferenceStatusEvent>(subscriber, message, Text{"LineID"}, Number{"CallID"},
-                                           Text{"XMLContent"});
-}
-
-void Self::callCompletionEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallCompletionEvent>(
-        subscriber, message, Text{"LineID"}, Text{"URI"}, Number{"CallCompletionType"},
-        Number{"CallCompletionState"}, Flag{"DisplayOutcomeCallUI"});
-}
-
-void Self::callCompletionFailedEvent(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onCallCompletionFailedEvent>(subscriber, message, Text{"LineID"}, Text{"URI"},
-                                               Number{"CallCompletionFailureType"});
-}
-
-void Self::bluetoothAudioStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onBluetoothAudioStatusChanged>(subscriber, message, Text{"LineID"},
-                                                 Number{"CallID"}, Flag{"AudioEnabled"},
-                                                 Flag{"AudioGateway"}, Flag{"InBandRinging"});
+void Self::bluetoothAudioStatusChanged(Ifc* s, std::string& m) {
+    deliver<events::bluetoothAudioStatusChanged>(s, m);
 }
 
 // Security and precedence.
 
-void Self::securityStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onSecurityStatusChanged>(subscriber, message, Text{"lineURI"}, Number{"callId"},
-                                           Number{"securityStatus"}, NumberList{"CallIDsRecorded"},
-                                           TextList{"CallLineURIsRecorded"});
+void Self::securityStatusChanged(Ifc* s, std::string& m) {
+    deliver<events::securityStatusChanged>(s, m);
 }
-
-void Self::preemptionStatusChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onPreemptionStatusChanged>(subscriber, message, Text{"lineURI"}, Number{"callId"},
-                                             Number{"priority"}, Number{"cause"}, Text{"reason"});
+void Self::preemptionStatusChanged(Ifc* s, std::string& m) {
+    deliver<events::preemptionStatusChanged>(s, m);
 }
-
-void Self::impactLevelChanged(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onImpactLevelChanged>(subscriber, message, Text{"lineURI"}, Number{"callId"},
-                                        Number{"ILCallLevel"}, Number{"ILLocalLevel"});
-}
+void Self::impactLevelChanged(Ifc* s, std::string& m) { deliver<events::impactLevelChanged>(s, m); }
 
 // Back-to-back CSTA pass-through.
 
-void Self::b2buaCSTAResponse(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onB2buaCSTAResponse>(subscriber, message, Text{"lineURI"}, Flag{"success"},
-                                       Payload{"/success>"});
-}
-
-void Self::b2buaCSTAEventOrRequest(Ifc* subscriber, std::string& message) {
-    deliver<&Ifc::onB2buaCSTAEventOrRequest>(subscriber, message, Text{"lineURI"},
-                                             Payload{"/lineURI>"});
+void Self::b2buaCSTAResponse(Ifc* s, std::string& m) { deliver<events::b2buaCSTAResponse>(s, m); }
+void Self::b2buaCSTAEventOrRequest(Ifc* s, std::string& m) {
+    deliver<events::b2buaCSTAEventOrRequest>(s, m);
 }

@@ -41,8 +41,7 @@ public:
     void impactLevelChanged(CommunicationsServiceEventIfc* subscriber, std::string& message);
     void callRecordingStatusEvent(CommunicationsServiceEventIfc* subscriber, std::string& message);
     void callCompletionEvent(CommunicationsServiceEventIfc* subscriber, std::string& message);
-    void callCompletionFailedEvent(CommunicationsServiceEventIfc* subscriber,
-                                   std::string& message);
+    void callCompletionFailedEvent(CommunicationsServiceEventIfc* subscriber, std::string& message);
     void bluetoothAudioStatusChanged(CommunicationsServiceEventIfc* subscriber,
                                      std::string& message);
 

@@ -5,9 +5,13 @@
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
 
-#include "MessageFormat.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsService/protocol/Requests.h"
+#include "MessageFormat.h"
 
 namespace {
 
@@ -122,7 +126,8 @@ private:
             copyWord<4>(out, from);
             copyWord<4>(out + size - 4, from + size - 4);
         } else {
-            for (std::size_t i = 0; i < size; ++i) out[i] = from[i];
+            for (std::size_t i = 0; i < size; ++i)
+                out[i] = from[i];
         }
         return out + size;
     }
@@ -149,27 +154,169 @@ private:
     bool truncated = false;
 };
 
-std::string exchange(ProxyRequest& channel, const std::string& request,
-                     std::string response = {}) {
-    channel.sendRequest(request, response);
-    return response;
+namespace protocol = CommunicationsService::protocol;
+namespace requests = protocol::requests;
+namespace answers = protocol::answers;
+using protocol::Encoding;
+
+template <typename Field, typename Value>
+void write(Request& request, const Field& field, const Value& value) {
+    if constexpr (Field::encoding == Encoding::text)
+        request.text(field.tag, value);
+    else if constexpr (Field::encoding == Encoding::decimal)
+        request.decimal(field.tag, static_cast<int>(value));
+    else if constexpr (Field::encoding == Encoding::flag)
+        request.flag(field.tag, value);
+    else if constexpr (Field::encoding == Encoding::word)
+        request.word(field.tag, value);
+    else if constexpr (Field::encoding == Encoding::stateName)
+        request.text(field.tag, serviceStateName(value));
+    else if constexpr (Field::encoding == Encoding::number)
+        request.number(field.tag, value);
+    else
+        request.payload(value);
 }
 
-int ask(ProxyRequest& channel, const Request& request) {
-    return resultOf(exchange(channel, request.str()));
+bool contains(std::string_view text, std::string_view word) {
+    return text.find(word) != std::string_view::npos;
 }
 
-void post(ProxyRequest& channel, const Request& request) { channel.sendOneWay(request.str()); }
+// The answer shapes: how the answer text becomes the result and the outputs.
 
-bool contains(const std::string& text, const char* word) {
-    return text.find(word) != std::string::npos;
-}
+int read(const answers::ResultWord&, const std::string& response) { return resultOf(response); }
 
-// Answers to the yes/no queries: a failure word anywhere wins, then "true" anywhere.
-int readFlagAnswer(const std::string& response, bool& value) {
+bool read(const answers::TrueWord&, const std::string& response) { return response == "true"; }
+
+// A failure word anywhere wins, then "true" anywhere.
+int read(const answers::FlagWord&, const std::string& response, bool& value) {
     if (contains(response, "sfiFailure")) return sfiFailure;
     value = contains(response, "true");
     return sfiSuccess;
+}
+
+int read(const answers::StateWord&, const std::string& response, sfiServiceState& state) {
+    if (contains(response, "sfiFailure")) return sfiFailure;
+    for (const sfiServiceState candidate :
+         {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
+        if (contains(response, serviceStateName(candidate))) {
+            state = candidate;
+            return sfiSuccess;
+        }
+    }
+    return sfiFailure;
+}
+
+int read(const answers::ItemList&, const std::string& response, std::vector<std::string>& items) {
+    if (response == "sfiFailure") return sfiFailure;
+    // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b". Every
+    // '<' before the last '>' gives one item, so the list grows once.
+    const std::size_t lastClose = response.rfind('>');
+    if (lastClose != std::string::npos) {
+        items.reserve(items.size() + static_cast<std::size_t>(std::count(
+                                         response.begin(), response.begin() + lastClose, '<')));
+    }
+    for (std::size_t open = response.find('<'); open != std::string::npos;
+         open = response.find('<', open + 1)) {
+        const std::size_t close = response.find('>', open);
+        if (close != std::string::npos)
+            items.push_back(response.substr(open + 1, close - open - 1));
+    }
+    return sfiSuccess;
+}
+
+template <typename Field, typename Output>
+void readAnswerField(const Field&, std::string_view response, ElementSpan span, Output& output) {
+    using answers::Reading;
+    if constexpr (Field::reading == Reading::flag)
+        output = numberOf(response, span) != 0;
+    else if constexpr (Field::reading == Reading::number)
+        output = static_cast<int>(numberOf(response, span));
+    else if constexpr (Field::reading == Reading::text)
+        output = valueOf(response, span);
+    // Read as text first: a missing number is "" and so converts to 0, not -1.
+    else if constexpr (Field::reading == Reading::textNumber)
+        output = static_cast<int>(decimal32(valueOf(response, span)));
+    // The counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
+    else
+        output = static_cast<unsigned int>(static_cast<int>(decimal32(valueOf(response, span))));
+}
+
+// Every output is written, whatever the result word says, in the outputs' order.
+template <const auto& request, typename... Outputs, std::size_t... I>
+int readTagged(const std::string& response, std::index_sequence<I...>, Outputs&... outputs) {
+    constexpr const auto& answer = request.answer;
+    static constexpr auto kNames = elementNames(std::array<std::string_view, sizeof...(I) + 1>{
+        std::get<I>(answer.fields).tag..., answer.resultTag});
+    std::array<ElementSpan, kNames.size()> spans;
+    findAnswerFields(response, {kNames.data(), kNames.size()}, spans.data());
+    (readAnswerField(std::get<I>(answer.fields), response, spans[I], outputs), ...);
+    return resultOf(valueOf(response, spans[sizeof...(I)]));
+}
+
+template <typename Fields, typename Values, std::size_t... I>
+void writeFields(Request& request, const Fields& fields, const Values& values,
+                 std::index_sequence<I...>) {
+    (write(request, std::get<I>(fields), std::get<I>(values)), ...);
+}
+
+// The parameters as the operation receives them, each as an lvalue reference.
+template <typename Operation> struct Parameters;
+template <typename R, typename... Params>
+struct Parameters<R (CommunicationsServiceIfc::*)(Params...)> {
+    using type = std::tuple<std::remove_reference_t<Params>&...>;
+};
+template <typename Operation> using ParametersOf = typename Parameters<Operation>::type;
+
+template <std::size_t From, typename Tuple, std::size_t... I>
+auto sliceOf(const Tuple& tuple, std::index_sequence<I...>) {
+    return std::forward_as_tuple(std::get<From + I>(tuple)...);
+}
+
+// One request of the description: writes its fields from the leading arguments, sends it
+// by its carrier and reads the answer into the remaining arguments.
+template <const auto& request, typename... Args>
+auto exchange(ProxyRequest& channel, Args&... args) {
+    using Fields = std::decay_t<decltype(request.fields)>;
+    constexpr std::size_t kInputs = std::tuple_size_v<Fields>;
+    const auto all = std::forward_as_tuple(args...);
+    static_assert(std::is_same_v<std::tuple<Args&...>, ParametersOf<decltype(request.operation)>>,
+                  "the operation passes exactly the parameters its entry describes");
+    Request text(request.method);
+    writeFields(text, request.fields, all, std::make_index_sequence<kInputs>());
+    const auto outputs =
+        sliceOf<kInputs>(all, std::make_index_sequence<sizeof...(Args) - kInputs>());
+    using Answer = std::decay_t<decltype(request.answer)>;
+    if constexpr (std::is_same_v<Answer, answers::None>) {
+        channel.sendOneWay(text.str());
+    } else {
+        std::string response = [] {
+            if constexpr (std::is_same_v<Answer, answers::FlagWord> ||
+                          std::is_same_v<Answer, answers::StateWord>)
+                return std::string(request.answer.preset);
+            else
+                return std::string();
+        }();
+        if constexpr (request.carrier == protocol::Carrier::sendRequestTimed) {
+            channel.sendRequestTimed(text.str(), response, kTimeout);
+        } else {
+            channel.sendRequest(text.str(), response);
+        }
+        if constexpr (std::is_same_v<Answer, answers::ResultWord> ||
+                      std::is_same_v<Answer, answers::TrueWord>) {
+            return read(request.answer, response);
+        } else if constexpr (std::is_same_v<Answer, answers::FlagWord> ||
+                             std::is_same_v<Answer, answers::StateWord> ||
+                             std::is_same_v<Answer, answers::ItemList>) {
+            return read(request.answer, response, std::get<0>(outputs));
+        } else {
+            return std::apply(
+                [&](auto&... out) {
+                    return readTagged<request>(response, std::make_index_sequence<sizeof...(out)>(),
+                                               out...);
+                },
+                outputs);
+        }
+    }
 }
 
 void log(int line, const char* message) {
@@ -189,8 +336,22 @@ void CommunicationsServiceProxy::initProxy(ProxyRequest& channel) {
     requestChannel->setProtocol("CommunicationsServiceProtocol");
 }
 
+int CommunicationsServiceProxy::getResult(std::string& response) { return resultOf(response); }
+
+std::string CommunicationsServiceProxy::getParamAsString(const std::string& startTag,
+                                                         const std::string& message,
+                                                         const std::string& endTag) {
+    return answerText(startTag, message, endTag);
+}
+
+long CommunicationsServiceProxy::getParamAsLong(const std::string& startTag,
+                                                const std::string& message,
+                                                const std::string& endTag) {
+    return answerNumber(startTag, message, endTag);
+}
+
 void CommunicationsServiceProxy::processSignallingComponentEvent(const char* data, int length) {
-    std::string message = "SigEvent:";
+    std::string message(requests::kSignalling);
     // A negative length is a huge size; refuse it with the text the phone has always given.
     const auto size = static_cast<std::size_t>(static_cast<long long>(length));
     if (size > message.max_size() - message.size()) {
@@ -200,20 +361,10 @@ void CommunicationsServiceProxy::processSignallingComponentEvent(const char* dat
     requestChannel->sendOneWay(message);
 }
 
-int CommunicationsServiceProxy::activate() {
-    std::string response;
-    requestChannel->sendRequestTimed("<Method>Activate</Method>", response, kTimeout);
-    return resultOf(response);
-}
-
-int CommunicationsServiceProxy::deactivate(bool allowAutoActivate) {
-    return ask(*requestChannel, Request("Deactivate").flag("AllowAutoActivate", allowAutoActivate));
-}
-
 int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
     log(277, "subscribe start");
     if (subscriber == nullptr) return sfiFailure;
-    const std::string request = "<Method>Subscribe</Method>";
+    const std::string request = Request(requests::subscribe.method).str();
     std::string response;
     const std::string channelName = requestChannel->context->findChannel(subscriber);
     try {
@@ -230,354 +381,61 @@ std::string CommunicationsServiceProxy::csCommunicationsService(const char* /*na
 
 void CommunicationsServiceProxy::activateStoredFwd() {}
 
-// Call control.
+using Self = CommunicationsServiceProxy;
 
-int CommunicationsServiceProxy::outgoingCallMake(const std::string& line, int callId,
-                                                 const char* destination, bool dssDirectCall,
-                                                 bool bridgeCall, bool callCompletionCall) {
-    return ask(*requestChannel, Request("OutgoingCallMakeRequest")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .text("Destination", destination)
-                                    .flag("DSSDirectCall", dssDirectCall)
-                                    .flag("BridgeCall", bridgeCall)
-                                    .flag("CallCompletionCall", callCompletionCall));
-}
+// Every other operation is one request of the description.
 
-int CommunicationsServiceProxy::acceptCall(const std::string& line, int callId, bool autoAnswer) {
-    return ask(*requestChannel, Request("AcceptCall")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .flag("AutoAnswer", autoAnswer));
-}
+// clang-format off
+int Self::activate() { return exchange<requests::activate>(*requestChannel); }
+int Self::deactivate(bool allowAutoActivate) { return exchange<requests::deactivate>(*requestChannel, allowAutoActivate); }
 
-int CommunicationsServiceProxy::answerCall(const std::string& line, int callId) {
-    return ask(*requestChannel, Request("AnswerCall").text("Line", line).decimal("CallID", callId));
-}
-
-int CommunicationsServiceProxy::deflectCall(const std::string& line, int callId,
-                                            const char* destination) {
-    return ask(*requestChannel, Request("DeflectCall")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .text("Destination", destination));
-}
-
-int CommunicationsServiceProxy::holdCall(const std::string& line, int callId,
-                                         sfiFeature holdCallReason, bool manual) {
-    return ask(*requestChannel, Request("HoldCall")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .decimal("HoldCallReason", holdCallReason)
-                                    .flag("Manual", manual));
-}
-
-int CommunicationsServiceProxy::retrieveCall(const std::string& line, int callId) {
-    return ask(*requestChannel,
-               Request("RetrieveCall").text("Line", line).decimal("CallID", callId));
-}
-
-int CommunicationsServiceProxy::callClear(const std::string& line, int callId,
-                                          CSTAEventCause cause) {
-    return ask(*requestChannel, Request("CallClearRequest")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .decimal("Cause", cause));
-}
-
-int CommunicationsServiceProxy::consultationCall(const std::string& line, int callId,
-                                                 const char* destination) {
-    return ask(*requestChannel, Request("Consult")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .text("Destination", destination));
-}
-
-int CommunicationsServiceProxy::attendedTransferCall(const std::string& line, int activeCall,
-                                                     int heldCall) {
-    return ask(*requestChannel, Request("AttendedTransfer")
-                                    .text("Line", line)
-                                    .decimal("activeCall", activeCall)
-                                    .decimal("heldCall", heldCall));
-}
-
-int CommunicationsServiceProxy::blindTransferCall(const std::string& line, int callId,
-                                                  const char* destination) {
-    return ask(*requestChannel, Request("BlindTransfer")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .text("Destination", destination));
-}
-
-int CommunicationsServiceProxy::refuseCall(const std::string& line, int callId,
-                                           sfiRefuseCall refuseCallReason) {
-    return ask(*requestChannel, Request("RefuseCall")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .decimal("RefuseCallReason", refuseCallReason));
-}
-
-int CommunicationsServiceProxy::alternateCalls(const std::string& line) {
-    return ask(*requestChannel, Request("AlternateCalls").text("Line", line));
-}
-
-int CommunicationsServiceProxy::conferenceCall(const std::string& line, int activeCall,
-                                               int heldCall, sfiFeature feature) {
-    return ask(*requestChannel, Request("ConferenceCall")
-                                    .text("Line", line)
-                                    .decimal("activeCall", activeCall)
-                                    .decimal("heldCall", heldCall)
-                                    .decimal("feature", feature));
-}
-
-int CommunicationsServiceProxy::generateDigits(const std::string& line, int activeCall,
-                                               const char* digits) {
-    return ask(*requestChannel, Request("GenerateDigits")
-                                    .text("Line", line)
-                                    .decimal("activeCall", activeCall)
-                                    .text("digits", digits));
-}
-
-int CommunicationsServiceProxy::directedPickupCall(const std::string& line, int callId,
-                                                   const std::string& callToBePickedUp,
-                                                   bool blfPickup) {
-    return ask(*requestChannel, Request("DirectedPickupCall")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .text("CallToBePickedUp", callToBePickedUp)
-                                    .decimal("BLFPickup", blfPickup));
-}
-
-int CommunicationsServiceProxy::groupPickupCall(const std::string& line, int callId) {
-    return ask(*requestChannel,
-               Request("GroupPickupCall").text("Line", line).decimal("CallID", callId));
-}
+// Calls.
+int Self::callClear(const std::string& line, int callId, CSTAEventCause cause) { return exchange<requests::callClear>(*requestChannel, line, callId, cause); }
+int Self::outgoingCallMake(const std::string& line, int callId, const char* destination, bool dssDirectCall, bool bridgeCall, bool callCompletionCall) { return exchange<requests::outgoingCallMake>(*requestChannel, line, callId, destination, dssDirectCall, bridgeCall, callCompletionCall); }
+int Self::acceptCall(const std::string& line, int callId, bool autoAnswer) { return exchange<requests::acceptCall>(*requestChannel, line, callId, autoAnswer); }
+int Self::answerCall(const std::string& line, int callId) { return exchange<requests::answerCall>(*requestChannel, line, callId); }
+int Self::deflectCall(const std::string& line, int callId, const char* destination) { return exchange<requests::deflectCall>(*requestChannel, line, callId, destination); }
+int Self::holdCall(const std::string& line, int callId, sfiFeature holdCallReason, bool manual) { return exchange<requests::holdCall>(*requestChannel, line, callId, holdCallReason, manual); }
+int Self::retrieveCall(const std::string& line, int callId) { return exchange<requests::retrieveCall>(*requestChannel, line, callId); }
+int Self::consultationCall(const std::string& line, int callId, const char* destination) { return exchange<requests::consultationCall>(*requestChannel, line, callId, destination); }
+int Self::attendedTransferCall(const std::string& line, int activeCall, int heldCall) { return exchange<requests::attendedTransferCall>(*requestChannel, line, activeCall, heldCall); }
+int Self::blindTransferCall(const std::string& line, int callId, const char* destination) { return exchange<requests::blindTransferCall>(*requestChannel, line, callId, destination); }
+int Self::refuseCall(const std::string& line, int callId, sfiRefuseCall refuseCallReason) { return exchange<requests::refuseCall>(*requestChannel, line, callId, refuseCallReason); }
+int Self::alternateCalls(const std::string& line) { return exchange<requests::alternateCalls>(*requestChannel, line); }
+int Self::conferenceCall(const std::string& line, int activeCall, int heldCall, sfiFeature feature) { return exchange<requests::conferenceCall>(*requestChannel, line, activeCall, heldCall, feature); }
+int Self::generateDigits(const std::string& line, int activeCall, const char* digits) { return exchange<requests::generateDigits>(*requestChannel, line, activeCall, digits); }
+int Self::directedPickupCall(const std::string& line, int callId, const std::string& callToBePickedUp, bool blfPickup) { return exchange<requests::directedPickupCall>(*requestChannel, line, callId, callToBePickedUp, blfPickup); }
+int Self::groupPickupCall(const std::string& line, int callId) { return exchange<requests::groupPickupCall>(*requestChannel, line, callId); }
 
 // Features and settings.
-
-int CommunicationsServiceProxy::activateCallbackRinging(const std::string& line, int callId) {
-    return ask(*requestChannel,
-               Request("ActivateCallbackRinging").text("Line", line).decimal("CallID", callId));
-}
-
-int CommunicationsServiceProxy::activateCallbackBusy(const std::string& line, int callId) {
-    return ask(*requestChannel,
-               Request("ActivateCallbackBusy").text("Line", line).decimal("CallID", callId));
-}
-
-int CommunicationsServiceProxy::cancelCallbacks(const std::string& line, int callId,
-                                                const std::string& uri,
-                                                sfiCancelCallBackType cancelCallBackType,
-                                                bool displayOutcomeCallUI) {
-    return ask(*requestChannel, Request("CancelCallbacks")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .text("URI", uri)
-                                    .decimal("CancelCallBackType", cancelCallBackType)
-                                    .flag("DisplayOutcomeCallUI", displayOutcomeCallUI));
-}
-
-int CommunicationsServiceProxy::setMicrophoneMute(bool status) {
-    return ask(*requestChannel, Request("SetMicrophoneMute").flag("Status", status));
-}
-
-int CommunicationsServiceProxy::setDoNotDisturb(const std::string& line, bool doNotDisturbOn) {
-    return ask(*requestChannel, Request("SetDoNotDisturb")
-                                    .text("Line", line)
-                                    .flag("doNotDisturbOn", doNotDisturbOn));
-}
-
-int CommunicationsServiceProxy::setForwardingConfiguration(const std::string& line,
-                                                           sfiForwardingType fwType, bool status,
-                                                           const std::string& uri,
-                                                           int cfnrRingCount,
-                                                           bool forceTKVSUpdate) {
-    return ask(*requestChannel, Request("setForwardingConfiguration")
-                                    .text("Line", line)
-                                    .decimal("fwType", fwType)
-                                    .flag("status", status)
-                                    .text("uri", uri)
-                                    .decimal("cfnrRingCount", cfnrRingCount)
-                                    .flag("forceTKVSUpdate", forceTKVSUpdate));
-}
-
-int CommunicationsServiceProxy::setAssociatedCalls(bool associated) {
-    return ask(*requestChannel, Request("setAssociatedCalls").flag("associated", associated));
-}
-
-int CommunicationsServiceProxy::setLampMode(const std::string& line, const std::string& lampId,
-                                            int lampMode) {
-    return ask(*requestChannel, Request("setLampMode")
-                                    .text("Line", line)
-                                    .text("lampId", lampId)
-                                    .decimal("lampMode", lampMode));
-}
-
-int CommunicationsServiceProxy::makeSecurityChangeReinvite(const std::string& line, int callId,
-                                                           bool forceFlag) {
-    return ask(*requestChannel, Request("makeSecurityChangeReinvite")
-                                    .text("Line", line)
-                                    .decimal("CallID", callId)
-                                    .flag("forceFlag", forceFlag));
-}
-
-void CommunicationsServiceProxy::setIsInServiceInitiatedState(const std::string& line,
-                                                              bool isInServiceInitiatedState) {
-    post(*requestChannel, Request("setIsInServiceInitiatedState")
-                              .text("Line", line)
-                              .word("IsInServiceInitiatedState", isInServiceInitiatedState));
-}
-
-int CommunicationsServiceProxy::systemStatus(const char* systemStatus,
-                                             const char* systemStatusInfo) {
-    return ask(*requestChannel, Request("SystemStatus")
-                                    .text("SystemStatus", systemStatus)
-                                    .text("SystemStatusInfo", systemStatusInfo));
-}
-
-int CommunicationsServiceProxy::setServiceState(sfiServiceState state) {
-    return ask(*requestChannel, Request("SetServiceState").text("state", serviceStateName(state)));
-}
+int Self::activateCallbackRinging(const std::string& line, int callId) { return exchange<requests::activateCallbackRinging>(*requestChannel, line, callId); }
+int Self::activateCallbackBusy(const std::string& line, int callId) { return exchange<requests::activateCallbackBusy>(*requestChannel, line, callId); }
+int Self::cancelCallbacks(const std::string& line, int callId, const std::string& uri, sfiCancelCallBackType cancelCallBackType, bool displayOutcomeCallUI) { return exchange<requests::cancelCallbacks>(*requestChannel, line, callId, uri, cancelCallBackType, displayOutcomeCallUI); }
+int Self::setMicrophoneMute(bool status) { return exchange<requests::setMicrophoneMute>(*requestChannel, status); }
+int Self::setDoNotDisturb(const std::string& line, bool doNotDisturbOn) { return exchange<requests::setDoNotDisturb>(*requestChannel, line, doNotDisturbOn); }
+int Self::setForwardingConfiguration(const std::string& line, sfiForwardingType fwType, bool status, const std::string& uri, int cfnrRingCount, bool forceTKVSUpdate) { return exchange<requests::setForwardingConfiguration>(*requestChannel, line, fwType, status, uri, cfnrRingCount, forceTKVSUpdate); }
+int Self::setAssociatedCalls(bool associated) { return exchange<requests::setAssociatedCalls>(*requestChannel, associated); }
+int Self::setLampMode(const std::string& line, const std::string& lampId, int lampMode) { return exchange<requests::setLampMode>(*requestChannel, line, lampId, lampMode); }
+int Self::makeSecurityChangeReinvite(const std::string& line, int callId, bool forceFlag) { return exchange<requests::makeSecurityChangeReinvite>(*requestChannel, line, callId, forceFlag); }
+void Self::setIsInServiceInitiatedState(const std::string& line, bool isInServiceInitiatedState) { exchange<requests::setIsInServiceInitiatedState>(*requestChannel, line, isInServiceInitiatedState); }
+int Self::systemStatus(const char* systemStatus, const char* systemStatusInfo) { return exchange<requests::systemStatus>(*requestChannel, systemStatus, systemStatusInfo); }
+int Self::setServiceState(sfiServiceState state) { return exchange<requests::setServiceState>(*requestChannel, state); }
 
 // Queries.
-
-int CommunicationsServiceProxy::getMicrophoneMute(bool& muted) {
-    return readFlagAnswer(exchange(*requestChannel, "<Method>GetMicrophoneMute</Method>"), muted);
-}
-
-int CommunicationsServiceProxy::getDoNotDisturb(const std::string& deviceId,
-                                                bool& doNotDisturbOn) {
-    return readFlagAnswer(exchange(*requestChannel,
-                                   Request("GetDoNotDisturb").text("deviceID", deviceId).str(),
-                                   "false"),
-                          doNotDisturbOn);
-}
-
-int CommunicationsServiceProxy::getServiceState(sfiServiceState& state) {
-    const std::string response =
-        exchange(*requestChannel, "<Method>GetServiceState</Method>", "false");
-    if (contains(response, "sfiFailure")) return sfiFailure;
-    for (const sfiServiceState candidate :
-         {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
-        if (response.find(serviceStateName(candidate)) != std::string::npos) {
-            state = candidate;
-            return sfiSuccess;
-        }
-    }
-    return sfiFailure;
-}
-
-int CommunicationsServiceProxy::getForwardingConfiguration(sfiForwardingType fwType, bool& status,
-                                                           std::string& uri,
-                                                           int& cfnrRingCount) {
-    const std::string response = exchange(
-        *requestChannel, Request("getForwardingConfiguration").decimal("fwType", fwType).str());
-    static const ElementNames kFields{"status", "cfnrRingCount", "uri", "sfiResult"};
-    ElementSpan fields[4];
-    findAnswerFields(response, kFields, fields);
-    status = numberOf(response, fields[0]) != 0;
-    cfnrRingCount = static_cast<int>(numberOf(response, fields[1]));
-    uri = valueOf(response, fields[2]);
-    std::string result(valueOf(response, fields[3]));
-    return getResult(result);
-}
-
-int CommunicationsServiceProxy::getMessageWaitingIndicator(
-    int& type, unsigned int& newMsgs, unsigned int& oldMsgs, unsigned int& newUrgMsgs,
-    unsigned int& oldUrgMsgs, int& returnType, int& availableInfo, int& messagesWaiting,
-    std::string& voiceMailNumber) {
-    const std::string response =
-        exchange(*requestChannel, "<Method>GetMessageWaitingIndicator</Method>");
-    // Read as texts first: a missing number is "" and so converts to 0, not -1.
-    static const ElementNames kFields{
-        "func_return_val", "Type",        "newMsgs",        "oldMsgs",          "newUrgMsgs",
-        "oldUrgMsgs",      "return_type", "available_info", "messages_waiting", "voiceMailNumber"};
-    ElementSpan fields[10];
-    findAnswerFields(response, kFields, fields);
-    const auto text = [&](std::size_t field) { return valueOf(response, fields[field]); };
-    std::string result(text(0));
-    voiceMailNumber = text(9);
-    // Counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
-    const auto number = [&](std::size_t field) { return static_cast<int>(decimal32(text(field))); };
-    type = number(1);
-    newMsgs = static_cast<unsigned int>(number(2));
-    oldMsgs = static_cast<unsigned int>(number(3));
-    newUrgMsgs = static_cast<unsigned int>(number(4));
-    oldUrgMsgs = static_cast<unsigned int>(number(5));
-    returnType = number(6);
-    availableInfo = number(7);
-    messagesWaiting = number(8);
-    return getResult(result);
-}
-
-int CommunicationsServiceProxy::getDevices(std::vector<std::string>& devices) {
-    const std::string response = exchange(*requestChannel, "<Method>GetDevices</Method>");
-    if (response == "sfiFailure") return sfiFailure;
-    // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b". Every
-    // '<' before the last '>' gives one item, so the list grows once.
-    const std::size_t lastClose = response.rfind('>');
-    if (lastClose != std::string::npos) {
-        devices.reserve(devices.size() + static_cast<std::size_t>(std::count(
-                                             response.begin(), response.begin() + lastClose, '<')));
-    }
-    for (std::size_t open = response.find('<'); open != std::string::npos;
-         open = response.find('<', open + 1)) {
-        const std::size_t close = response.find('>', open);
-        if (close != std::string::npos) devices.push_back(response.substr(open + 1, close - open - 1));
-    }
-    return sfiSuccess;
-}
-
-bool CommunicationsServiceProxy::isCallHoldPossible(const std::string& line) {
-    return exchange(*requestChannel, Request("isCallHoldPossible").text("Line", line).str()) ==
-           "true";
-}
-
-bool CommunicationsServiceProxy::getManualHoldIndication(const std::string& line, int callId) {
-    return exchange(*requestChannel, Request("getManualHoldIndication")
-                                         .text("Line", line)
-                                         .decimal("CallID", callId)
-                                         .str()) == "true";
-}
+int Self::getMicrophoneMute(bool& muted) { return exchange<requests::getMicrophoneMute>(*requestChannel, muted); }
+int Self::getDoNotDisturb(const std::string& deviceId, bool& doNotDisturbOn) { return exchange<requests::getDoNotDisturb>(*requestChannel, deviceId, doNotDisturbOn); }
+int Self::getServiceState(sfiServiceState& state) { return exchange<requests::getServiceState>(*requestChannel, state); }
+int Self::getForwardingConfiguration(sfiForwardingType fwType, bool& status, std::string& uri, int& cfnrRingCount) { return exchange<requests::getForwardingConfiguration>(*requestChannel, fwType, status, uri, cfnrRingCount); }
+int Self::getMessageWaitingIndicator(int& type, unsigned int& newMsgs, unsigned int& oldMsgs, unsigned int& newUrgMsgs, unsigned int& oldUrgMsgs, int& returnType, int& availableInfo, int& messagesWaiting, std::string& voiceMailNumber) { return exchange<requests::getMessageWaitingIndicator>(*requestChannel, type, newMsgs, oldMsgs, newUrgMsgs, oldUrgMsgs, returnType, availableInfo, messagesWaiting, voiceMailNumber); }
+int Self::getDevices(std::vector<std::string>& devices) { return exchange<requests::getDevices>(*requestChannel, devices); }
+bool Self::isCallHoldPossible(const std::string& line) { return exchange<requests::isCallHoldPossible>(*requestChannel, line); }
+bool Self::getManualHoldIndication(const std::string& line, int callId) { return exchange<requests::getManualHoldIndication>(*requestChannel, line, callId); }
 
 // Server features and CSTA pass-through.
-
-int CommunicationsServiceProxy::SendCSTARequest(const std::string& line,
-                                                const std::string& cstaRequest) {
-    return ask(*requestChannel,
-               Request("SendCSTARequest").text("Line", line).payload(cstaRequest));
-}
-
-void CommunicationsServiceProxy::sendUACSTAServerMessage(std::string& line,
-                                                         std::string& serverMessage) {
-    post(*requestChannel,
-         Request("SendUACSTAServerMessage").text("Line", line).payload(serverMessage));
-}
-
-void CommunicationsServiceProxy::InitializeOrFinalizeServerFeatures(const std::string& line,
-                                                                    bool initialize) {
-    post(*requestChannel, Request("InitializeOrFinalizeServerFeatures")
-                              .text("Line", line)
-                              .flag("initialize", initialize));
-}
-
-void CommunicationsServiceProxy::callbackDOFeatureCallID(const std::string& callId,
-                                                         int instanceId) {
-    post(*requestChannel,
-         Request("callbackDOFeatureCallID").text("CallID", callId).number("instanceId", instanceId));
-}
-
-int CommunicationsServiceProxy::setAgentState(const std::string& line,
-                                              const std::string& agentState) {
-    return ask(*requestChannel,
-               Request("SetAgentState").text("Line", line).text("agentState", agentState));
-}
-
-void CommunicationsServiceProxy::RemoveConfParticipant(int callId,
-                                                       const std::string& remoteParticipant,
-                                                       const std::string& conferenceMemberId) {
-    post(*requestChannel, Request("RemoveConfParticipant")
-                              .number("callID", callId)
-                              .text("remoteParticipant", remoteParticipant)
-                              .text("conferenceMemberId", conferenceMemberId));
-}
+int Self::SendCSTARequest(const std::string& line, const std::string& cstaRequest) { return exchange<requests::SendCSTARequest>(*requestChannel, line, cstaRequest); }
+void Self::sendUACSTAServerMessage(std::string& line, std::string& serverMessage) { exchange<requests::sendUACSTAServerMessage>(*requestChannel, line, serverMessage); }
+void Self::InitializeOrFinalizeServerFeatures(const std::string& line, bool initialize) { exchange<requests::InitializeOrFinalizeServerFeatures>(*requestChannel, line, initialize); }
+void Self::callbackDOFeatureCallID(const std::string& callId, int instanceId) { exchange<requests::callbackDOFeatureCallID>(*requestChannel, callId, instanceId); }
+int Self::setAgentState(const std::string& line, const std::string& agentState) { return exchange<requests::setAgentState>(*requestChannel, line, agentState); }
+void Self::RemoveConfParticipant(int callId, const std::string& remoteParticipant, const std::string& conferenceMemberId) { exchange<requests::RemoveConfParticipant>(*requestChannel, callId, remoteParticipant, conferenceMemberId); }
+// clang-format on

@@ -36,8 +36,8 @@ public:
     int subscribe(Executable* subscriber) override;
     int SendCSTARequest(const std::string& line, const std::string& cstaRequest) override;
     void InitializeOrFinalizeServerFeatures(const std::string& line, bool initialize) override;
-    int directedPickupCall(const std::string& line, int callId,
-                           const std::string& callToBePickedUp, bool blfPickup) override;
+    int directedPickupCall(const std::string& line, int callId, const std::string& callToBePickedUp,
+                           bool blfPickup) override;
     int groupPickupCall(const std::string& line, int callId) override;
     int activateCallbackRinging(const std::string& line, int callId) override;
     int activateCallbackBusy(const std::string& line, int callId) override;

@@ -1,30 +1,62 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <limits>
 #include <string>
 #include <string_view>
 
 #include "CommunicationsService/CommunicationsServiceTypes.h"
 
-// The result code of a bare answer word; anything unknown is a failure (0).
-int resultOf(const std::string& response);
+// ---------------------------------------------------------------------------------------
+// The rules of the message format. Everything else in this unit gives the same answers,
+// faster.
+// ---------------------------------------------------------------------------------------
+
+// The result code of a bare answer word, compared whole; anything else is a failure (0).
+int resultOf(std::string_view response);
 
 // The wire name of a service state; "" for a value outside the enumeration.
 std::string serialize(sfiServiceState state);
-// The same name without a string of its own.
 std::string_view serviceStateName(sfiServiceState state);
 
 // strtol with base 10, saturated to the 32-bit range of the phone's long on every host.
 long strtol32(const char* text);
 
-// strtol32 on the bytes of `digits` as if they were copied into a string of their own:
-// conversion stops at the first byte that is not part of the number, a NUL included.
-// Inline, as events and answers convert their numbers in place, several to a message.
+// The proxy's reader of answers. The end tag is searched from position 0, not from the
+// value: one that is missing or stands before the value lets the value run to the end.
+std::string answerText(std::string_view startTag, std::string_view message,
+                       std::string_view endTag);
+// Its number: -1 when the start tag is missing, else strtol32 of the text above.
+long answerNumber(std::string_view startTag, std::string_view message, std::string_view endTag);
+
+// The invoker's reader of events. The end tag must follow the start tag, otherwise the
+// field counts as missing ("").
+std::string eventText(std::string_view startTag, std::string_view message, std::string_view endTag);
+// Its number: -1 when either tag is missing, else strtol32 of the value.
+long eventNumber(std::string_view startTag, std::string_view message, std::string_view endTag);
+
+// ---------------------------------------------------------------------------------------
+// Speed. One contract covers all of it: for every text, decimal32 gives what strtol32
+// gives for the same bytes in a string of their own, and a span found by findElements
+// (findAnswerFields) gives exactly what eventText and eventNumber (answerText and
+// answerNumber) give for "<name>" and "</name>". Tests and the fuzzers hold it to that.
+//
+// The tricks, each named once:
+// - one pass: every '<' of the text is looked at once (found with memchr), instead of
+//   one search from the start per field;
+// - expected order: the service writes the fields in the order a handler reads them,
+//   so the name after the last one found is tried first, and its end tag is usually the
+//   very next '<';
+// - word compare: a tag name with its '>' is compared as its first and last eight bytes,
+//   masked words built at compile time, instead of a call of memcmp.
+// ---------------------------------------------------------------------------------------
+
+// strtol32 on `digits` in place: conversion stops at the first byte that is not part of
+// the number, a NUL included.
 inline long decimal32(std::string_view digits) {
     const char* at = digits.data();
     const char* const end = at + digits.size();
@@ -50,8 +82,8 @@ inline long decimal32(std::string_view digits) {
                                                       std::numeric_limits<std::int32_t>::max()));
 }
 
-// Where the value of an element lies in a text, as findElements or findAnswerFields found
-// it. An element that was not found may still hold a `value`; only `found` tells.
+// Where the value of an element lies in a text. An element that was not found may still
+// hold a `value`; only `found` tells.
 struct ElementSpan {
     std::size_t value = std::string_view::npos;
     std::size_t end = std::string_view::npos;
@@ -59,61 +91,7 @@ struct ElementSpan {
     bool found() const { return end != std::string_view::npos; }
 };
 
-// The element names one event handler reads, indexed by their first byte. Names must be
-// distinct and non-empty, hold no '<' or '>' and not begin with '/' (every tag of the service
-// keeps to that); up to kMaxNames of them.
-class ElementNames {
-public:
-    static constexpr std::size_t kMaxNames = 32;
-    static constexpr std::size_t kNone = 0xFF;
-
-    // Throws std::invalid_argument for names that break the rules above.
-    ElementNames(const std::string_view* names, std::size_t count);
-    ElementNames(std::initializer_list<std::string_view> names)
-        : ElementNames(names.begin(), names.size()) {}
-
-    std::size_t size() const { return count; }
-    std::size_t length(std::size_t index) const { return names[index].text.size(); }
-    // The first name beginning with `byte`, then the next one after `index`; kNone at the end.
-    std::size_t firstWith(char byte) const { return firstByByte[static_cast<unsigned char>(byte)]; }
-    std::size_t nextWith(std::size_t index) const { return nextSameByte[index]; }
-    // Whether name `index` followed by '>' stands at `at`, with `end` the end of the text.
-    bool standsAt(std::size_t index, const char* at, const char* end) const;
-
-private:
-    bool standsNearEnd(std::size_t index, const char* at, const char* end) const;
-
-    // A name with the '>' behind it as two masked words, its first and its last eight bytes
-    // (the same word for short names), so that most names compare in two word reads.
-    struct Name {
-        std::string_view text;
-        std::uint64_t head;
-        std::uint64_t headMask;
-        std::uint64_t tail;
-        std::uint64_t tailMask;
-        std::size_t tailOffset;
-    };
-
-    Name names[kMaxNames];
-    std::uint8_t firstByByte[256];
-    std::uint8_t nextSameByte[kMaxNames];
-    std::size_t count;
-};
-
-// Locates every element of `names` in one pass over the text and writes their spans
-// (`spans` holds names.size() entries). Gives exactly what the invoker's member readers give
-// for "<name>" and "</name>", for any text: every '<' is a possible tag start, looked at
-// once and compared only with the names that begin with the byte after it.
-void findElements(std::string_view text, const ElementNames& names, ElementSpan* spans);
-
-// Locates fields of one of the service's answers in one pass, by the proxy's rules: the
-// value starts behind the first "<name>" and runs to the first "</name>" anywhere in the
-// answer, or to the end of the answer when that end tag is missing or stands before the
-// value. A field whose start tag is missing is not found. Gives what the proxy's member
-// readers give for "<name>" and "</name>".
-void findAnswerFields(std::string_view answer, const ElementNames& names, ElementSpan* spans);
-
-// The value of a located element or field: "" when it is not found.
+// The value of a located element: "" when it is not found.
 inline std::string_view valueOf(std::string_view text, ElementSpan span) {
     return span.found() ? text.substr(span.value, span.end - span.value) : std::string_view();
 }
@@ -122,3 +100,76 @@ inline std::string_view valueOf(std::string_view text, ElementSpan span) {
 inline long numberOf(std::string_view text, ElementSpan span) {
     return span.found() ? decimal32(valueOf(text, span)) : -1;
 }
+
+// An element name prepared for the word compare: the name with its '>' behind it as two
+// masked words, its first and its last eight bytes (one word for short names).
+struct ElementName {
+    std::string_view text;
+    std::uint64_t head = 0;
+    std::uint64_t headMask = 0;
+    std::uint64_t tail = 0;
+    std::uint64_t tailMask = 0;
+    std::size_t tailOffset = 0;
+};
+
+namespace element_words {
+
+// The up to eight bytes of `name` and its '>' from `offset`, laid out as a word read from
+// memory at that place would hold them.
+constexpr std::uint64_t word(std::string_view name, std::size_t offset, bool mask) {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < 8 && offset + i <= name.size(); ++i) {
+        const auto byte =
+            mask ? 0xFFu
+                 : static_cast<unsigned char>(offset + i < name.size() ? name[offset + i] : '>');
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+        value |= std::uint64_t{byte} << (8 * i);
+#else
+        value |= std::uint64_t{byte} << (8 * (7 - i));
+#endif
+    }
+    return value;
+}
+
+} // namespace element_words
+
+// Element names must be non-empty and hold no '<' or '>' (so that no tag begins inside
+// another), not begin with '/', and be distinct; every tag of the service keeps to that.
+// A name that breaks a rule fails the build where the index is made at compile time.
+constexpr ElementName elementName(std::string_view name) {
+    if (name.empty() || name.front() == '/' || name.find_first_of("<>") != std::string_view::npos)
+        throw "unusable element name";
+    ElementName prepared;
+    prepared.text = name;
+    prepared.tailOffset = name.size() + 1 > 8 ? name.size() + 1 - 8 : 0;
+    prepared.head = element_words::word(name, 0, false);
+    prepared.headMask = element_words::word(name, 0, true);
+    prepared.tail = element_words::word(name, prepared.tailOffset, false);
+    prepared.tailMask = element_words::word(name, prepared.tailOffset, true);
+    return prepared;
+}
+
+template <std::size_t N>
+constexpr std::array<ElementName, N> elementNames(const std::array<std::string_view, N>& names) {
+    std::array<ElementName, N> prepared{};
+    for (std::size_t i = 0; i < N; ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (names[i] == names[j]) throw "duplicate element name";
+        }
+        prepared[i] = elementName(names[i]);
+    }
+    return prepared;
+}
+
+// A view of prepared names, so that one scanner serves every handler.
+struct ElementNames {
+    const ElementName* names;
+    std::size_t count;
+};
+
+// Locates every element of `names` in one pass over an event and writes their spans
+// (`spans` holds names.count entries), by the invoker's rules.
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans);
+
+// Locates fields of one of the service's answers in one pass, by the proxy's rules.
+void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans);

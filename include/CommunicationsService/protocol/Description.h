@@ -1,0 +1,360 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include "CommunicationsService/CommunicationsServiceEventIfc.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
+
+/// @file
+/// The words in which the protocol is described once, as data: a request is its method
+/// name, its fields in order, the channel operation that carries it and the shape of its
+/// answer; an event is its method name, how that name is matched, and its fields in order.
+/// The library, the desktop simulator and console, the test support, the fuzzers and the
+/// benchmarks all read the same description (protocol/Requests.h, protocol/Events.h).
+///
+/// Each entry is checked when it is compiled: its fields and answer must agree in number
+/// and kind with the parameters of the operation or callback it names.
+
+namespace CommunicationsService::protocol {
+
+/// The envelope every request and event starts with.
+inline constexpr std::string_view kMethodOpen = "<Method>";
+/// Closes the method element.
+inline constexpr std::string_view kMethodClose = "</Method>";
+
+/// How a request writes an argument between its field's tags.
+enum class Encoding : std::uint8_t {
+    text,      ///< the bytes as they are; a null C string ends the request behind the open tag
+    decimal,   ///< a signed decimal (int, enumeration or bool)
+    flag,      ///< "1" or "0"
+    word,      ///< "TRUE" or "FALSE"
+    stateName, ///< the name of an #sfiServiceState ("" for other values)
+    number,    ///< a signed decimal written by the framework's ClientUtils::itos
+    payload,   ///< the bytes as they are, behind the last field, with no element around them
+};
+
+/// One field of a request: `<tag>` argument `</tag>`.
+template <Encoding E> struct RequestField {
+    static constexpr Encoding encoding = E;
+    std::string_view tag;      ///< element name, without brackets
+    std::string_view argument; ///< the operation's parameter written into it
+};
+
+/// The channel operation of ProxyRequest that carries a request.
+enum class Carrier : std::uint8_t {
+    sendRequest,      ///< request and answer
+    sendRequestTimed, ///< request and answer, with the time-out 100000
+    sendSubscribe,    ///< request and answer, with the subscriber's channel name
+    sendOneWay,       ///< posted, nothing comes back
+};
+
+/// Answer shapes. Each says how the answer text becomes the operation's result and outputs.
+namespace answers {
+
+/// A posted request: the operation returns nothing.
+struct None {};
+/// The whole answer compared with the result words: an #sfiResult.
+struct ResultWord {};
+/// "sfiFailure" anywhere fails and leaves the output; otherwise the output is whether
+/// "true" occurs anywhere. The answer string holds `preset` before the channel fills it.
+struct FlagWord {
+    std::string_view preset;
+    std::string_view output;
+};
+/// "sfiFailure" anywhere fails; otherwise the first service-state name found anywhere,
+/// tried in the enumeration's order, sets the output. Preset as for FlagWord.
+struct StateWord {
+    std::string_view preset;
+    std::string_view output;
+};
+/// The operation returns whether the whole answer is exactly "true".
+struct TrueWord {};
+/// The whole answer "sfiFailure" fails; otherwise every '<' opens an item that runs to the
+/// next '>', appended to the output list.
+struct ItemList {
+    std::string_view output;
+};
+
+/// How a tagged answer field is read, with the proxy's field readers.
+enum class Reading : std::uint8_t {
+    flag,        ///< getParamAsLong != 0 into a bool (missing: true)
+    number,      ///< getParamAsLong into an int (missing: -1)
+    text,        ///< getParamAsString into a std::string (missing: "")
+    textNumber,  ///< getParamAsString, then strtol, into an int (missing: 0)
+    textCounter, ///< as textNumber, the 32 bits kept in an unsigned int
+};
+
+/// One field of a tagged answer, feeding one output of the operation.
+template <Reading R> struct Field {
+    static constexpr Reading reading = R;
+    std::string_view tag;
+    std::string_view output;
+};
+
+/// Tagged fields, each read into its output in the outputs' order; the result is the
+/// result word in the element `resultTag`.
+template <typename... Fields> struct Tagged {
+    std::string_view resultTag;
+    std::tuple<Fields...> fields;
+
+    constexpr Tagged(std::string_view result, Fields... outputs)
+        : resultTag(result), fields(outputs...) {}
+};
+
+} // namespace answers
+
+/// Helpers that spell request fields and answer fields in the tables.
+namespace request_fields {
+constexpr RequestField<Encoding::text> text(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr RequestField<Encoding::decimal> decimal(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr RequestField<Encoding::flag> flag(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr RequestField<Encoding::word> word(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr RequestField<Encoding::stateName> stateName(std::string_view tag,
+                                                      std::string_view argument) {
+    return {tag, argument};
+}
+constexpr RequestField<Encoding::number> number(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr RequestField<Encoding::payload> payload(std::string_view argument) {
+    return {{}, argument};
+}
+template <answers::Reading R>
+constexpr answers::Field<R> answer(std::string_view tag, std::string_view output) {
+    return {tag, output};
+}
+} // namespace request_fields
+
+/// How an event's method name selects it.
+enum class Match : std::uint8_t {
+    exact,  ///< the whole name
+    prefix, ///< any name that begins with it
+};
+
+/// What an event field becomes for its callback argument, read with the invoker's readers.
+enum class Kind : std::uint8_t {
+    text,       ///< the text between the tags (missing: "")
+    number,     ///< strtol of it, saturated to 32 bits (missing: -1)
+    counter,    ///< a number whose 32 bits go to an unsigned int (missing: 4294967295)
+    flag,       ///< number != 0 (missing: -1, so true)
+    numberList, ///< the text decoded by Serializer into std::vector<int>
+    textList,   ///< the text decoded by Serializer into std::vector<std::string>
+    payload,    ///< the message itself, its front cut off behind `tag` (a closing text
+                ///< such as "/success>"); when that is missing, the first 8 bytes go
+    parties,    ///< the four party elements, copied into a CallPartyInfo record
+};
+
+/// One field of an event, feeding one callback argument.
+template <Kind K> struct EventField {
+    static constexpr Kind kind = K;
+    std::string_view tag; ///< element name without brackets (payload: the closing text)
+    std::string_view argument;
+};
+
+/// The elements behind a CallPartyInfo, in the order they are read: calling party,
+/// calling party name, called party, called party name.
+inline constexpr std::string_view kPartyTags[] = {"GPUCLG", "GPUCLGName", "GPUCLD", "GPUCLDName"};
+
+/// Helpers that spell event fields in the table.
+namespace event_fields {
+constexpr EventField<Kind::text> text(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr EventField<Kind::number> number(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr EventField<Kind::counter> counter(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr EventField<Kind::flag> flag(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr EventField<Kind::numberList> numberList(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr EventField<Kind::textList> textList(std::string_view tag, std::string_view argument) {
+    return {tag, argument};
+}
+constexpr EventField<Kind::payload> payloadAfter(std::string_view closing,
+                                                 std::string_view argument) {
+    return {closing, argument};
+}
+constexpr EventField<Kind::parties> parties(std::string_view argument) { return {{}, argument}; }
+} // namespace event_fields
+
+/// The compile-time agreement between an entry and the C++ signature it describes.
+namespace agreement {
+
+template <typename T> using Bare = std::remove_cv_t<std::remove_reference_t<T>>;
+
+template <Encoding E, typename Param> constexpr bool accepts() {
+    using T = Bare<Param>;
+    if constexpr (E == Encoding::text) {
+        return std::is_same_v<T, std::string> || std::is_same_v<T, const char*>;
+    } else if constexpr (E == Encoding::payload) {
+        return std::is_same_v<T, std::string>;
+    } else if constexpr (E == Encoding::decimal) {
+        return std::is_same_v<T, int> || std::is_same_v<T, bool> || std::is_enum_v<T>;
+    } else if constexpr (E == Encoding::flag || E == Encoding::word) {
+        return std::is_same_v<T, bool>;
+    } else if constexpr (E == Encoding::stateName) {
+        return std::is_same_v<T, sfiServiceState>;
+    } else {
+        return std::is_same_v<T, int>;
+    }
+}
+
+template <answers::Reading R> struct ReadingOutput;
+template <> struct ReadingOutput<answers::Reading::flag> { using type = bool; };
+template <> struct ReadingOutput<answers::Reading::number> { using type = int; };
+template <> struct ReadingOutput<answers::Reading::text> { using type = std::string; };
+template <> struct ReadingOutput<answers::Reading::textNumber> { using type = int; };
+template <> struct ReadingOutput<answers::Reading::textCounter> { using type = unsigned int; };
+
+/// The result type and the output parameters an answer shape gives an operation.
+template <typename Answer> struct Outputs;
+template <> struct Outputs<answers::None> {
+    using result = void;
+    using types = std::tuple<>;
+};
+template <> struct Outputs<answers::ResultWord> {
+    using result = int;
+    using types = std::tuple<>;
+};
+template <> struct Outputs<answers::FlagWord> {
+    using result = int;
+    using types = std::tuple<bool&>;
+};
+template <> struct Outputs<answers::StateWord> {
+    using result = int;
+    using types = std::tuple<sfiServiceState&>;
+};
+template <> struct Outputs<answers::TrueWord> {
+    using result = bool;
+    using types = std::tuple<>;
+};
+template <> struct Outputs<answers::ItemList> {
+    using result = int;
+    using types = std::tuple<std::vector<std::string>&>;
+};
+template <typename... Fields> struct Outputs<answers::Tagged<Fields...>> {
+    using result = int;
+    using types = std::tuple<typename ReadingOutput<Fields::reading>::type&...>;
+};
+
+template <Kind K> struct KindValue;
+template <> struct KindValue<Kind::text> { using type = const std::string&; };
+template <> struct KindValue<Kind::number> { using type = int; };
+template <> struct KindValue<Kind::counter> { using type = unsigned int; };
+template <> struct KindValue<Kind::flag> { using type = bool; };
+template <> struct KindValue<Kind::numberList> { using type = std::vector<int>&; };
+template <> struct KindValue<Kind::textList> { using type = std::vector<std::string>&; };
+template <> struct KindValue<Kind::payload> { using type = std::string&; };
+template <> struct KindValue<Kind::parties> { using type = CallPartyInfo*; };
+
+template <typename Signature> struct Parameters;
+// An operation whose argument is not written into the text (subscribe) is left unchecked.
+template <> struct Parameters<std::nullptr_t> {
+    using result = void;
+    using types = void;
+};
+template <typename R, typename... Params>
+struct Parameters<R (CommunicationsServiceIfc::*)(Params...)> {
+    using result = R;
+    using types = std::tuple<Params...>;
+};
+template <typename... Params>
+struct Parameters<void (CommunicationsServiceEventIfc::*)(Params...)> {
+    using result = void;
+    using types = std::tuple<Params...>;
+};
+
+template <typename Inputs, typename Fields> struct InputsAgree;
+template <typename... Params, typename... Fields>
+struct InputsAgree<std::tuple<Params...>, std::tuple<Fields...>>
+    : std::bool_constant<(accepts<Fields::encoding, Params>() && ...)> {};
+
+template <typename Tuple, std::size_t From, std::size_t... I>
+auto slice(std::index_sequence<I...>) -> std::tuple<std::tuple_element_t<From + I, Tuple>...>;
+
+template <typename Operation, typename Answer, typename... Fields>
+constexpr bool operationAgrees() {
+    using Params = typename Parameters<Operation>::types;
+    using Wanted = Outputs<Answer>;
+    constexpr std::size_t inputs = sizeof...(Fields);
+    constexpr std::size_t outputs = std::tuple_size_v<typename Wanted::types>;
+    if constexpr (std::tuple_size_v<Params> != inputs + outputs) {
+        return false;
+    } else {
+        using In = decltype(slice<Params, 0>(std::make_index_sequence<inputs>()));
+        using Out = decltype(slice<Params, inputs>(std::make_index_sequence<outputs>()));
+        return std::is_same_v<typename Parameters<Operation>::result, typename Wanted::result> &&
+               InputsAgree<In, std::tuple<Fields...>>::value &&
+               std::is_same_v<Out, typename Wanted::types>;
+    }
+}
+
+/// Whether `Operation` (unless it is nullptr) takes one parameter per field, then the answer's
+/// outputs, and returns the answer's result.
+template <typename Operation, typename Answer, typename... Fields> constexpr bool requestAgrees() {
+    if constexpr (std::is_same_v<Operation, std::nullptr_t>)
+        return sizeof...(Fields) == 0;
+    else
+        return operationAgrees<Operation, Answer, Fields...>();
+}
+
+/// Whether `Callback` takes exactly the values of the fields, in order.
+template <typename Callback, typename... Fields> constexpr bool eventAgrees() {
+    return std::is_same_v<typename Parameters<Callback>::types,
+                          std::tuple<typename KindValue<Fields::kind>::type...>>;
+}
+
+} // namespace agreement
+
+/// One request: the operation of CommunicationsServiceIfc it serves, its method name, the
+/// channel operation that carries it, the shape of its answer and its fields in order.
+template <typename Operation, typename Answer, typename... Fields> struct Request {
+    static_assert(agreement::requestAgrees<Operation, Answer, Fields...>(),
+                  "the fields and the answer must match the operation's parameters");
+
+    Operation operation;
+    std::string_view method;
+    Carrier carrier;
+    Answer answer;
+    std::tuple<Fields...> fields;
+
+    constexpr Request(Operation op, std::string_view name, Carrier via, Answer shape,
+                      Fields... written)
+        : operation(op), method(name), carrier(via), answer(shape), fields(written...) {}
+};
+
+/// One event: the callback it calls, its method name, how that name is matched, and the
+/// fields that feed the callback's arguments, in order.
+template <typename Callback, typename... Fields> struct Event {
+    static_assert(agreement::eventAgrees<Callback, Fields...>(),
+                  "the fields must match the callback's parameters");
+
+    Callback callback;
+    std::string_view method;
+    Match match;
+    std::tuple<Fields...> fields;
+
+    constexpr Event(Callback call, std::string_view name, Match rule, Fields... read)
+        : callback(call), method(name), match(rule), fields(read...) {}
+};
+
+} // namespace CommunicationsService::protocol
