@@ -10,10 +10,10 @@
 #include <functional>
 #include <stdexcept>
 
-#include "CommunicationsServiceEventInvoker.h"
-#include "CommunicationsService/testing/RecordingSubscriber.h"
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsServiceEventInvoker.h"
 
 namespace {
 
@@ -247,20 +247,27 @@ const std::vector<OddRow> kOddFields = {
      {"", "-1", "4294967294", "0", "4294967295", "4294967295", "-1", "-1", "-1", ""}},
 };
 
-// Each flag alone set to 0 turns exactly its own argument false; the other flags are
-// missing and so true.
-const std::vector<std::pair<std::string, std::vector<std::string>>> kFlags = {
-    {"CallStateChangeEvent", {"", "", "", "", "", "", "", "", "", "", "", "", "", "", "", "",
-                              "", "", "", "", "CallBackFearureAvailable"}},
-    {"RegistrationStateChangeEvent", {"", "", "Registered"}},
-    {"IncomingCallEvent", {"", "", "", "", "", "", "", "AlertInformation_AutoAnswer", "", "",
-                           "", "", "AICSZIPAutoAnswer", "", "", "", "IsVideoCall"}},
-    {"CallRetrievedEvent", {"", "", "", "", "", "", "", "ConnectedToMediaServer"}},
-    {"RemoteEndpointDetailsChangedEvent", {"", "", "", "", "", "exitConf", "jointCall"}},
-    {"DoNotDisturbEvent", {"", "doNotDisturbOn"}},
-    {"b2buaCSTAResponse", {"", "success"}},
-    {"callCompletionEvent", {"", "", "", "", "DisplayOutcomeCallUI"}},
-    {"bluetoothAudioStatusChanged", {"", "", "AudioEnabled", "AudioGateway", "InBandRinging"}},
+// Every flag of every event, with the argument it feeds (counted from 0).
+struct FlagField {
+    std::string method;
+    std::string tag;
+    std::size_t argument;
+};
+const std::vector<FlagField> kFlags = {
+    {"CallStateChangeEvent", "CallBackFearureAvailable", 20},
+    {"RegistrationStateChangeEvent", "Registered", 2},
+    {"IncomingCallEvent", "AlertInformation_AutoAnswer", 7},
+    {"IncomingCallEvent", "AICSZIPAutoAnswer", 12},
+    {"IncomingCallEvent", "IsVideoCall", 16},
+    {"CallRetrievedEvent", "ConnectedToMediaServer", 7},
+    {"RemoteEndpointDetailsChangedEvent", "exitConf", 5},
+    {"RemoteEndpointDetailsChangedEvent", "jointCall", 6},
+    {"DoNotDisturbEvent", "doNotDisturbOn", 1},
+    {"b2buaCSTAResponse", "success", 1},
+    {"callCompletionEvent", "DisplayOutcomeCallUI", 4},
+    {"bluetoothAudioStatusChanged", "AudioEnabled", 2},
+    {"bluetoothAudioStatusChanged", "AudioGateway", 3},
+    {"bluetoothAudioStatusChanged", "InBandRinging", 4},
 };
 // clang-format on
 
@@ -337,21 +344,20 @@ INSTANTIATE_TEST_SUITE_P(OddFields, AnEventMessage, ::testing::ValuesIn(oddRows(
 INSTANTIATE_TEST_SUITE_P(EveryEvent, AnEventHandler, ::testing::ValuesIn(eventRows(true)), rowName);
 
 TEST(InvokerFlags, EachFlagSetToZeroAloneArrivesFalseAndEveryOtherFlagTrue) {
-    for (const auto& [method, tags] : kFlags) {
-        for (std::size_t flag = 0; flag < tags.size(); ++flag) {
-            if (tags[flag].empty()) continue;
-            SCOPED_TRACE(method + " " + tags[flag]);
-            RecordingSubscriber subscriber;
-            Invoker().handleMessage(&subscriber, event(method, tags[flag] + "=0").c_str(), 0,
-                                    nullptr);
-            ASSERT_EQ(subscriber.calls().size(), 1u);
-            const Args& arguments = subscriber.calls()[0].arguments;
-            for (std::size_t i = 0; i < arguments.size(); ++i) {
-                const bool isFlag = i < tags.size() && !tags[i].empty();
-                if (i == flag) EXPECT_EQ(arguments[i], "false");
-                if (i != flag && isFlag) EXPECT_EQ(arguments[i], "true") << tags[i];
-                if (!isFlag) EXPECT_NE(arguments[i], "false") << "argument " << i + 1;
-            }
+    for (const FlagField& zero : kFlags) {
+        SCOPED_TRACE(zero.method + " " + zero.tag);
+        RecordingSubscriber subscriber;
+        Invoker().handleMessage(&subscriber, event(zero.method, zero.tag + "=0").c_str(), 0,
+                                nullptr);
+        ASSERT_EQ(subscriber.calls().size(), 1u);
+        const Args& arguments = subscriber.calls()[0].arguments;
+        for (std::size_t i = 0; i < arguments.size(); ++i) {
+            const bool isFlag = std::any_of(kFlags.begin(), kFlags.end(), [&](const FlagField& f) {
+                return f.method == zero.method && f.argument == i;
+            });
+            const std::string expected = i == zero.argument ? "false" : "true";
+            if (isFlag) EXPECT_EQ(arguments[i], expected) << "argument " << i;
+            if (!isFlag) EXPECT_NE(arguments[i], "false") << "argument " << i;
         }
     }
 }

@@ -96,9 +96,6 @@ const WireVector kWireVectors[] = {
     {"AcceptCall", [](Ifc &p) { return p.acceptCall("1001", 12, true); },
      "<Method>AcceptCall</Method><Line>1001</Line><CallID>12</CallID><AutoAnswer>1</AutoAnswer>",
      Op::SendRequest},
-    {"AcceptCallWithoutAutoAnswer", [](Ifc &p) { return p.acceptCall("1001", 12, false); },
-     "<Method>AcceptCall</Method><Line>1001</Line><CallID>12</CallID><AutoAnswer>0</AutoAnswer>",
-     Op::SendRequest},
     {"AnswerCall", [](Ifc &p) { return p.answerCall("1001", 12); },
      "<Method>AnswerCall</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
     {"AnswerCallWithTagsAndZeroByteInLine",
@@ -109,33 +106,18 @@ const WireVector kWireVectors[] = {
      "<Method>DeflectCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<Destination>2002</Destination>",
      Op::SendRequest},
-    {"DeflectCallWithNullDestination", [](Ifc &p) { return p.deflectCall("1001", 12, nullptr); },
-     "<Method>DeflectCall</Method><Line>1001</Line><CallID>12</CallID><Destination>",
-     Op::SendRequest},
     {"HoldCall", [](Ifc &p) { return p.holdCall("1001", 12, sfiFeature(1), true); },
      "<Method>HoldCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<HoldCallReason>1</HoldCallReason><Manual>1</Manual>",
-     Op::SendRequest},
-    {"HoldCallWithNegativeReasonNotManual",
-     [](Ifc &p) { return p.holdCall("1001", 12, sfiFeature(-3), false); },
-     "<Method>HoldCall</Method><Line>1001</Line><CallID>12</CallID>"
-     "<HoldCallReason>-3</HoldCallReason><Manual>0</Manual>",
      Op::SendRequest},
     {"RetrieveCall", [](Ifc &p) { return p.retrieveCall("1001", 12); },
      "<Method>RetrieveCall</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
     {"CallClear", [](Ifc &p) { return p.callClear("1001", 12, CSTAEventCause(1)); },
      "<Method>CallClearRequest</Method><Line>1001</Line><CallID>12</CallID><Cause>1</Cause>",
      Op::SendRequest},
-    {"CallClearWithNormalClearing",
-     [](Ifc &p) { return p.callClear("1001", 12, CSTAEventCauseNormalClearing); },
-     "<Method>CallClearRequest</Method><Line>1001</Line><CallID>12</CallID><Cause>48</Cause>",
-     Op::SendRequest},
     {"ConsultationCall", [](Ifc &p) { return p.consultationCall("1001", 12, "2002"); },
      "<Method>Consult</Method><Line>1001</Line><CallID>12</CallID><Destination>2002</Destination>",
      Op::SendRequest},
-    {"ConsultationCallWithNullDestination",
-     [](Ifc &p) { return p.consultationCall("1001", 12, nullptr); },
-     "<Method>Consult</Method><Line>1001</Line><CallID>12</CallID><Destination>", Op::SendRequest},
     {"AttendedTransferCall", [](Ifc &p) { return p.attendedTransferCall("1001", 12, 7); },
      "<Method>AttendedTransfer</Method><Line>1001</Line><activeCall>12</activeCall>"
      "<heldCall>7</heldCall>",
@@ -143,10 +125,6 @@ const WireVector kWireVectors[] = {
     {"BlindTransferCall", [](Ifc &p) { return p.blindTransferCall("1001", 12, "2002"); },
      "<Method>BlindTransfer</Method><Line>1001</Line><CallID>12</CallID>"
      "<Destination>2002</Destination>",
-     Op::SendRequest},
-    {"BlindTransferCallWithNullDestination",
-     [](Ifc &p) { return p.blindTransferCall("1001", 12, nullptr); },
-     "<Method>BlindTransfer</Method><Line>1001</Line><CallID>12</CallID><Destination>",
      Op::SendRequest},
     {"RefuseCall", [](Ifc &p) { return p.refuseCall("1001", 12, sfiRefuseCall(1)); },
      "<Method>RefuseCall</Method><Line>1001</Line><CallID>12</CallID>"
@@ -163,9 +141,6 @@ const WireVector kWireVectors[] = {
     {"GenerateDigits", [](Ifc &p) { return p.generateDigits("1001", 12, "12#"); },
      "<Method>GenerateDigits</Method><Line>1001</Line><activeCall>12</activeCall>"
      "<digits>12#</digits>",
-     Op::SendRequest},
-    {"GenerateDigitsWithNullDigits", [](Ifc &p) { return p.generateDigits("1001", 12, nullptr); },
-     "<Method>GenerateDigits</Method><Line>1001</Line><activeCall>12</activeCall><digits>",
      Op::SendRequest},
     {"DirectedPickupCall", [](Ifc &p) { return p.directedPickupCall("1001", 12, "3003", true); },
      "<Method>DirectedPickupCall</Method><Line>1001</Line><CallID>12</CallID>"
@@ -192,15 +167,8 @@ const WireVector kWireVectors[] = {
      "<Method>CancelCallbacks</Method><Line>1001</Line><CallID>12</CallID><URI>sip:2002</URI>"
      "<CancelCallBackType>1</CancelCallBackType><DisplayOutcomeCallUI>1</DisplayOutcomeCallUI>",
      Op::SendRequest},
-    {"CancelCallbacksWithoutDisplay",
-     [](Ifc &p) { return p.cancelCallbacks("1001", 12, "", sfiCancelCallBackType(7), false); },
-     "<Method>CancelCallbacks</Method><Line>1001</Line><CallID>12</CallID><URI></URI>"
-     "<CancelCallBackType>7</CancelCallBackType><DisplayOutcomeCallUI>0</DisplayOutcomeCallUI>",
-     Op::SendRequest},
     {"SetMicrophoneMute", [](Ifc &p) { return p.setMicrophoneMute(true); },
      "<Method>SetMicrophoneMute</Method><Status>1</Status>", Op::SendRequest},
-    {"SetMicrophoneMuteOff", [](Ifc &p) { return p.setMicrophoneMute(false); },
-     "<Method>SetMicrophoneMute</Method><Status>0</Status>", Op::SendRequest},
     {"SetDoNotDisturb", [](Ifc &p) { return p.setDoNotDisturb("1001", true); },
      "<Method>SetDoNotDisturb</Method><Line>1001</Line><doNotDisturbOn>1</doNotDisturbOn>",
      Op::SendRequest},
@@ -231,11 +199,6 @@ const WireVector kWireVectors[] = {
      "<Method>makeSecurityChangeReinvite</Method><Line>1001</Line><CallID>12</CallID>"
      "<forceFlag>1</forceFlag>",
      Op::SendRequest},
-    {"MakeSecurityChangeReinviteWithoutForce",
-     [](Ifc &p) { return p.makeSecurityChangeReinvite("1001", 12, false); },
-     "<Method>makeSecurityChangeReinvite</Method><Line>1001</Line><CallID>12</CallID>"
-     "<forceFlag>0</forceFlag>",
-     Op::SendRequest},
     {"SetIsInServiceInitiatedState",
      noResult([](Ifc &p) { p.setIsInServiceInitiatedState("1001", true); }),
      "<Method>setIsInServiceInitiatedState</Method><Line>1001</Line>"
@@ -257,9 +220,6 @@ const WireVector kWireVectors[] = {
      Op::SendRequest},
     {"SetServiceStateInService", [](Ifc &p) { return p.setServiceState(sfiServiceInService); },
      "<Method>SetServiceState</Method><state>sfiServiceInService</state>", Op::SendRequest},
-    {"SetServiceStateOutOfService",
-     [](Ifc &p) { return p.setServiceState(sfiServiceOutOfService); },
-     "<Method>SetServiceState</Method><state>sfiServiceOutOfService</state>", Op::SendRequest},
     {"SetServiceStateDoNotDisturb",
      [](Ifc &p) { return p.setServiceState(sfiServiceDoNotDisturb); },
      "<Method>SetServiceState</Method><state>sfiServiceDoNotDisturb</state>", Op::SendRequest},
