@@ -109,35 +109,26 @@ template <typename... Fields> struct Tagged {
 
 } // namespace answers
 
-/// Helpers that spell request fields and answer fields in the tables.
+/// @cond ENTRIES
+// Helpers that spell request fields and answer fields in the tables.
 namespace request_fields {
-constexpr RequestField<Encoding::text> text(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr RequestField<Encoding::decimal> decimal(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr RequestField<Encoding::flag> flag(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr RequestField<Encoding::word> word(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr RequestField<Encoding::stateName> stateName(std::string_view tag,
-                                                      std::string_view argument) {
-    return {tag, argument};
-}
-constexpr RequestField<Encoding::number> number(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
+template <typename Field> struct Spelling {
+    constexpr Field operator()(std::string_view tag, std::string_view argument) const {
+        return {tag, argument};
+    }
+};
+inline constexpr Spelling<RequestField<Encoding::text>> text{};
+inline constexpr Spelling<RequestField<Encoding::decimal>> decimal{};
+inline constexpr Spelling<RequestField<Encoding::flag>> flag{};
+inline constexpr Spelling<RequestField<Encoding::word>> word{};
+inline constexpr Spelling<RequestField<Encoding::stateName>> stateName{};
+inline constexpr Spelling<RequestField<Encoding::number>> number{};
 constexpr RequestField<Encoding::payload> payload(std::string_view argument) {
     return {{}, argument};
 }
-template <answers::Reading R>
-constexpr answers::Field<R> answer(std::string_view tag, std::string_view output) {
-    return {tag, output};
-}
+template <answers::Reading R> inline constexpr Spelling<answers::Field<R>> answer{};
 } // namespace request_fields
+/// @endcond
 
 /// How an event's method name selects it.
 enum class Match : std::uint8_t {
@@ -169,34 +160,24 @@ template <Kind K> struct EventField {
 /// calling party name, called party, called party name.
 inline constexpr std::string_view kPartyTags[] = {"GPUCLG", "GPUCLGName", "GPUCLD", "GPUCLDName"};
 
-/// Helpers that spell event fields in the table.
+/// @cond ENTRIES
+// Helpers that spell event fields in the table.
 namespace event_fields {
-constexpr EventField<Kind::text> text(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr EventField<Kind::number> number(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr EventField<Kind::counter> counter(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr EventField<Kind::flag> flag(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr EventField<Kind::numberList> numberList(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr EventField<Kind::textList> textList(std::string_view tag, std::string_view argument) {
-    return {tag, argument};
-}
-constexpr EventField<Kind::payload> payloadAfter(std::string_view closing,
-                                                 std::string_view argument) {
-    return {closing, argument};
-}
+using request_fields::Spelling;
+inline constexpr Spelling<EventField<Kind::text>> text{};
+inline constexpr Spelling<EventField<Kind::number>> number{};
+inline constexpr Spelling<EventField<Kind::counter>> counter{};
+inline constexpr Spelling<EventField<Kind::flag>> flag{};
+inline constexpr Spelling<EventField<Kind::numberList>> numberList{};
+inline constexpr Spelling<EventField<Kind::textList>> textList{};
+// The closing text behind which the payload begins, such as "/success>".
+inline constexpr Spelling<EventField<Kind::payload>> payloadAfter{};
 constexpr EventField<Kind::parties> parties(std::string_view argument) { return {{}, argument}; }
 } // namespace event_fields
+/// @endcond
 
-/// The compile-time agreement between an entry and the C++ signature it describes.
+/// @cond ENTRIES
+// The compile-time agreement between an entry and the C++ signature it describes.
 namespace agreement {
 
 template <typename T> using Bare = std::remove_cv_t<std::remove_reference_t<T>>;
@@ -324,6 +305,7 @@ template <typename Callback, typename... Fields> constexpr bool eventAgrees() {
 }
 
 } // namespace agreement
+/// @endcond
 
 /// One request: the operation of CommunicationsServiceIfc it serves, its method name, the
 /// channel operation that carries it, the shape of its answer and its fields in order.

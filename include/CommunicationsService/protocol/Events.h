@@ -15,6 +15,9 @@
 
 namespace CommunicationsService::protocol::events {
 
+// The entries are read in this file, one line each.
+/// @cond ENTRIES
+
 using namespace event_fields;
 using Ifc = CommunicationsServiceEventIfc;
 
@@ -52,7 +55,7 @@ inline constexpr Event callCompletionFailed{&Ifc::onCallCompletionFailedEvent, "
 inline constexpr Event bluetoothAudioStatusChanged{&Ifc::onBluetoothAudioStatusChanged, "bluetoothAudioStatusChanged", prefix, text("LineID", "lineId"), number("CallID", "callId"), flag("AudioEnabled", "audioEnabled"), flag("AudioGateway", "audioGateway"), flag("InBandRinging", "inBandRinging")};
 // clang-format on
 
-/// Every event above, in the order the names are tried.
+// Every event above, in the order the names are tried.
 inline constexpr auto all = std::tie(
     callStateChange, registrationStateChange, incomingCall, incomingPickupCall, callHeld,
     callRetrieved, featureSuccess, featureFailed, remoteEndpointDetailsChanged, incomingCallMissed,
@@ -60,5 +63,7 @@ inline constexpr auto all = std::tie(
     serverFeatureStatus, incomingAssociatedCall, b2buaCSTAResponse, b2buaCSTAEventOrRequest,
     conferenceStatus, securityStatusChanged, preemptionStatusChanged, impactLevelChanged,
     callRecordingStatus, callCompletion, callCompletionFailed, bluetoothAudioStatusChanged);
+
+/// @endcond
 
 } // namespace CommunicationsService::protocol::events

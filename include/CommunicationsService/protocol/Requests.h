@@ -15,12 +15,16 @@
 
 namespace CommunicationsService::protocol::requests {
 
+/// Prefix of the signalling pass-through, which has no envelope.
+inline constexpr std::string_view kSignalling = "SigEvent:";
+
+// The entries are read in this file, one line each.
+/// @cond ENTRIES
+
 using namespace request_fields;
 using answers::Reading;
 using Ifc = CommunicationsServiceIfc;
 
-/// Prefix of the signalling pass-through, which has no envelope.
-inline constexpr std::string_view kSignalling = "SigEvent:";
 
 constexpr Carrier ask = Carrier::sendRequest;
 constexpr Carrier post = Carrier::sendOneWay;
@@ -84,7 +88,7 @@ inline constexpr Request setAgentState{&Ifc::setAgentState, "SetAgentState", ask
 inline constexpr Request RemoveConfParticipant{&Ifc::RemoveConfParticipant, "RemoveConfParticipant", post, none, number("callID", "callId"), text("remoteParticipant", "remoteParticipant"), text("conferenceMemberId", "conferenceMemberId")};
 // clang-format on
 
-/// Every request above, for tools that go through them all.
+// Every request above, for tools that go through them all.
 inline constexpr auto all = std::tie(
     activate, deactivate, subscribe, callClear, outgoingCallMake, acceptCall, answerCall,
     deflectCall, holdCall, retrieveCall, consultationCall, attendedTransferCall, blindTransferCall,
@@ -96,5 +100,7 @@ inline constexpr auto all = std::tie(
     getMessageWaitingIndicator, getDevices, isCallHoldPossible, getManualHoldIndication,
     SendCSTARequest, sendUACSTAServerMessage, InitializeOrFinalizeServerFeatures,
     callbackDOFeatureCallID, setAgentState, RemoveConfParticipant);
+
+/// @endcond
 
 } // namespace CommunicationsService::protocol::requests
