@@ -41,9 +41,9 @@ enum class Encoding : std::uint8_t {
 
 /// One field of a request: `<tag>` argument `</tag>`.
 template <Encoding E> struct RequestField {
-    static constexpr Encoding encoding = E;
-    std::string_view tag;      ///< element name, without brackets
-    std::string_view argument; ///< the operation's parameter written into it
+    static constexpr Encoding encoding = E; ///< how the value is written
+    std::string_view tag;                   ///< element name, without brackets
+    std::string_view argument;              ///< the operation's parameter written into it
 };
 
 /// The channel operation of ProxyRequest that carries a request.
@@ -64,21 +64,21 @@ struct ResultWord {};
 /// "sfiFailure" anywhere fails and leaves the output; otherwise the output is whether
 /// "true" occurs anywhere. The answer string holds `preset` before the channel fills it.
 struct FlagWord {
-    std::string_view preset;
-    std::string_view output;
+    std::string_view preset; ///< the answer string's text before the channel fills it
+    std::string_view output; ///< the output parameter set
 };
 /// "sfiFailure" anywhere fails; otherwise the first service-state name found anywhere,
 /// tried in the enumeration's order, sets the output. Preset as for FlagWord.
 struct StateWord {
-    std::string_view preset;
-    std::string_view output;
+    std::string_view preset; ///< the answer string's text before the channel fills it
+    std::string_view output; ///< the output parameter set
 };
 /// The operation returns whether the whole answer is exactly "true".
 struct TrueWord {};
 /// The whole answer "sfiFailure" fails; otherwise every '<' opens an item that runs to the
 /// next '>', appended to the output list.
 struct ItemList {
-    std::string_view output;
+    std::string_view output; ///< the output list appended to
 };
 
 /// How a tagged answer field is read, with the proxy's field readers.
@@ -92,17 +92,18 @@ enum class Reading : std::uint8_t {
 
 /// One field of a tagged answer, feeding one output of the operation.
 template <Reading R> struct Field {
-    static constexpr Reading reading = R;
-    std::string_view tag;
-    std::string_view output;
+    static constexpr Reading reading = R; ///< how the field is read
+    std::string_view tag;                 ///< element name, without brackets
+    std::string_view output;              ///< the output parameter it fills
 };
 
 /// Tagged fields, each read into its output in the outputs' order; the result is the
 /// result word in the element `resultTag`.
 template <typename... Fields> struct Tagged {
-    std::string_view resultTag;
-    std::tuple<Fields...> fields;
+    std::string_view resultTag;   ///< element holding the result word
+    std::tuple<Fields...> fields; ///< the outputs' fields, in the outputs' order
 
+    /// The answer with the result word in `result` and the given output fields.
     constexpr Tagged(std::string_view result, Fields... outputs)
         : resultTag(result), fields(outputs...) {}
 };
@@ -151,9 +152,9 @@ enum class Kind : std::uint8_t {
 
 /// One field of an event, feeding one callback argument.
 template <Kind K> struct EventField {
-    static constexpr Kind kind = K;
-    std::string_view tag; ///< element name without brackets (payload: the closing text)
-    std::string_view argument;
+    static constexpr Kind kind = K; ///< what the field becomes
+    std::string_view tag;           ///< element name without brackets (payload: the closing text)
+    std::string_view argument;      ///< the callback's parameter it feeds
 };
 
 /// The elements behind a CallPartyInfo, in the order they are read: calling party,
@@ -313,12 +314,13 @@ template <typename Operation, typename Answer, typename... Fields> struct Reques
     static_assert(agreement::requestAgrees<Operation, Answer, Fields...>(),
                   "the fields and the answer must match the operation's parameters");
 
-    Operation operation;
-    std::string_view method;
-    Carrier carrier;
-    Answer answer;
-    std::tuple<Fields...> fields;
+    Operation operation;          ///< the operation served (nullptr: not checked)
+    std::string_view method;      ///< the method name in the envelope
+    Carrier carrier;              ///< the channel operation that carries it
+    Answer answer;                ///< the shape of its answer
+    std::tuple<Fields...> fields; ///< its fields, in the order they are written
 
+    /// An entry; the compiler checks it against `op`.
     constexpr Request(Operation op, std::string_view name, Carrier via, Answer shape,
                       Fields... written)
         : operation(op), method(name), carrier(via), answer(shape), fields(written...) {}
@@ -330,11 +332,12 @@ template <typename Callback, typename... Fields> struct Event {
     static_assert(agreement::eventAgrees<Callback, Fields...>(),
                   "the fields must match the callback's parameters");
 
-    Callback callback;
-    std::string_view method;
-    Match match;
-    std::tuple<Fields...> fields;
+    Callback callback;            ///< the callback made
+    std::string_view method;      ///< the method name that selects it
+    Match match;                  ///< how that name is matched
+    std::tuple<Fields...> fields; ///< the fields, in the callback's argument order
 
+    /// An entry; the compiler checks it against `call`.
     constexpr Event(Callback call, std::string_view name, Match rule, Fields... read)
         : callback(call), method(name), match(rule), fields(read...) {}
 };
