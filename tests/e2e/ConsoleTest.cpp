@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "Console.h"
+#include "EventRecorder.h"
 #include "Operations.h"
 
 namespace {
@@ -47,6 +48,19 @@ TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
             EXPECT_EQ(error.what(), message);
         }
     }
+}
+
+TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {
+    const std::vector<std::pair<console::RecordedEvent, std::string>> cases = {
+        {{"onCallStateChangeEvent", {{"callState", "4"}, {"name", "Erik Fischer"}}},
+         "onCallStateChangeEvent callState=4 (connected) name=\"Erik Fischer\""},
+        {{"onCallStateChangeEvent", {{"callState", "2"}, {"uri", ""}}},
+         "onCallStateChangeEvent callState=2 (ringing back) uri=\"\""},
+        {{"onCallStateChangeEvent", {{"callState", "9"}}}, "onCallStateChangeEvent callState=9"},
+        {{"onCallHeldEvent", {{"callId", "4"}}}, "onCallHeldEvent callId=4"},
+    };
+    for (const auto& [event, line] : cases)
+        EXPECT_EQ(console::describe(event), line);
 }
 
 TEST(EventLog, EachAwaitTakesItsOwnMatchingEvent) {

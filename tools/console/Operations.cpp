@@ -2,6 +2,12 @@
 
 #include <charconv>
 #include <stdexcept>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+
+#include "CommunicationsService/protocol/Requests.h"
 
 namespace console {
 
@@ -47,287 +53,208 @@ const char* kindName(Kind kind) {
     return "";
 }
 
-std::string show(bool value) { return value ? "true" : "false"; }
-
-Outcome code(int result) { return {resultName(result), {}}; }
-Outcome truth(bool result) { return {show(result), {}}; }
-Outcome sent() { return {"sent", {}}; }
-
-constexpr Parameter kLine{"line", Kind::Text};
-constexpr Parameter kCallId{"callId", Kind::Integer};
-
 using A = const Arguments&;
 using S = CommunicationsServiceIfc&;
 using E = Executable&;
 
-std::vector<Operation> makeOperations() {
-    return {
-        {"processSignallingComponentEvent",
-         {{"data", Kind::Text}},
-         [](S s, E, A a) {
-             s.processSignallingComponentEvent(a.text(0).data(),
-                                               static_cast<int>(a.text(0).size()));
-             return sent();
-         }},
-        {"activate", {}, [](S s, E, A) { return code(s.activate()); }},
-        {"deactivate",
-         {{"allowAutoActivate", Kind::Flag}},
-         [](S s, E, A a) { return code(s.deactivate(a.flag(0))); }},
-        {"callClear",
-         {kLine, kCallId, {"cause", Kind::Integer}},
-         [](S s, E, A a) {
-             return code(
-                 s.callClear(a.text(0), a.integer(1), static_cast<CSTAEventCause>(a.integer(2))));
-         }},
-        {"outgoingCallMake",
-         {kLine,
-          kCallId,
-          {"destination", Kind::Text},
-          {"dssDirectCall", Kind::Flag},
-          {"bridgeCall", Kind::Flag},
-          {"callCompletionCall", Kind::Flag}},
-         [](S s, E, A a) {
-             return code(s.outgoingCallMake(a.text(0), a.integer(1), a.text(2).c_str(), a.flag(3),
-                                            a.flag(4), a.flag(5)));
-         }},
-        {"acceptCall",
-         {kLine, kCallId, {"autoAnswer", Kind::Flag}},
-         [](S s, E, A a) { return code(s.acceptCall(a.text(0), a.integer(1), a.flag(2))); }},
-        {"answerCall",
-         {kLine, kCallId},
-         [](S s, E, A a) { return code(s.answerCall(a.text(0), a.integer(1))); }},
-        {"deflectCall",
-         {kLine, kCallId, {"destination", Kind::Text}},
-         [](S s, E, A a) {
-             return code(s.deflectCall(a.text(0), a.integer(1), a.text(2).c_str()));
-         }},
-        {"holdCall",
-         {kLine, kCallId, {"reason", Kind::Integer}, {"manual", Kind::Flag}},
-         [](S s, E, A a) {
-             return code(s.holdCall(a.text(0), a.integer(1), static_cast<sfiFeature>(a.integer(2)),
-                                    a.flag(3)));
-         }},
-        {"retrieveCall",
-         {kLine, kCallId},
-         [](S s, E, A a) { return code(s.retrieveCall(a.text(0), a.integer(1))); }},
-        {"attendedTransferCall",
-         {kLine, {"activeCall", Kind::Integer}, {"heldCall", Kind::Integer}},
-         [](S s, E, A a) {
-             return code(s.attendedTransferCall(a.text(0), a.integer(1), a.integer(2)));
-         }},
-        {"blindTransferCall",
-         {kLine, kCallId, {"destination", Kind::Text}},
-         [](S s, E, A a) {
-             return code(s.blindTransferCall(a.text(0), a.integer(1), a.text(2).c_str()));
-         }},
-        {"SendCSTARequest",
-         {kLine, {"cstaRequest", Kind::Text}},
-         [](S s, E, A a) { return code(s.SendCSTARequest(a.text(0), a.text(1))); }},
-        {"sendUACSTAServerMessage",
-         {kLine, {"serverMessage", Kind::Text}},
-         [](S s, E, A a) {
-             std::string line = a.text(0);
-             std::string message = a.text(1);
-             s.sendUACSTAServerMessage(line, message);
-             return sent();
-         }},
-        {"InitializeOrFinalizeServerFeatures",
-         {kLine, {"initialize", Kind::Flag}},
-         [](S s, E, A a) {
-             s.InitializeOrFinalizeServerFeatures(a.text(0), a.flag(1));
-             return sent();
-         }},
-        {"activateCallbackRinging",
-         {kLine, kCallId},
-         [](S s, E, A a) { return code(s.activateCallbackRinging(a.text(0), a.integer(1))); }},
-        {"activateCallbackBusy",
-         {kLine, kCallId},
-         [](S s, E, A a) { return code(s.activateCallbackBusy(a.text(0), a.integer(1))); }},
-        {"cancelCallbacks",
-         {kLine,
-          kCallId,
-          {"uri", Kind::Text},
-          {"cancelCallBackType", Kind::Integer},
-          {"displayOutcomeCallUI", Kind::Flag}},
-         [](S s, E, A a) {
-             return code(s.cancelCallbacks(a.text(0), a.integer(1), a.text(2),
-                                           static_cast<sfiCancelCallBackType>(a.integer(3)),
-                                           a.flag(4)));
-         }},
-        {"consultationCall",
-         {kLine, kCallId, {"destination", Kind::Text}},
-         [](S s, E, A a) {
-             return code(s.consultationCall(a.text(0), a.integer(1), a.text(2).c_str()));
-         }},
-        {"refuseCall",
-         {kLine, kCallId, {"reason", Kind::Integer}},
-         [](S s, E, A a) {
-             return code(
-                 s.refuseCall(a.text(0), a.integer(1), static_cast<sfiRefuseCall>(a.integer(2))));
-         }},
-        {"subscribe", {}, [](S s, E subscriber, A) { return code(s.subscribe(&subscriber)); }},
-        {"directedPickupCall",
-         {kLine, kCallId, {"callToBePickedUp", Kind::Text}, {"blfPickup", Kind::Flag}},
-         [](S s, E, A a) {
-             return code(s.directedPickupCall(a.text(0), a.integer(1), a.text(2), a.flag(3)));
-         }},
-        {"groupPickupCall",
-         {kLine, kCallId},
-         [](S s, E, A a) { return code(s.groupPickupCall(a.text(0), a.integer(1))); }},
-        {"setServiceState",
-         {{"state", Kind::ServiceState}},
-         [](S s, E, A a) { return code(s.setServiceState(a.serviceState(0))); }},
-        {"getServiceState",
-         {},
-         [](S s, E, A) {
-             sfiServiceState state = sfiServiceInService;
-             const int result = s.getServiceState(state);
-             return Outcome{resultName(result), {{"state", kStateNames[state]}}};
-         }},
-        {"setDoNotDisturb",
-         {kLine, {"doNotDisturbOn", Kind::Flag}},
-         [](S s, E, A a) { return code(s.setDoNotDisturb(a.text(0), a.flag(1))); }},
-        {"getDoNotDisturb",
-         {{"deviceId", Kind::Text}},
-         [](S s, E, A a) {
-             bool on = false;
-             const int result = s.getDoNotDisturb(a.text(0), on);
-             return Outcome{resultName(result), {{"doNotDisturbOn", show(on)}}};
-         }},
-        {"setAgentState",
-         {kLine, {"agentState", Kind::Text}},
-         [](S s, E, A a) { return code(s.setAgentState(a.text(0), a.text(1))); }},
-        {"setMicrophoneMute",
-         {{"status", Kind::Flag}},
-         [](S s, E, A a) { return code(s.setMicrophoneMute(a.flag(0))); }},
-        {"getMicrophoneMute",
-         {},
-         [](S s, E, A) {
-             bool muted = false;
-             const int result = s.getMicrophoneMute(muted);
-             return Outcome{resultName(result), {{"muted", show(muted)}}};
-         }},
-        {"systemStatus",
-         {{"systemStatus", Kind::Text}, {"systemStatusInfo", Kind::Text}},
-         [](S s, E, A a) { return code(s.systemStatus(a.text(0).c_str(), a.text(1).c_str())); }},
-        {"generateDigits",
-         {kLine, {"activeCall", Kind::Integer}, {"digits", Kind::Text}},
-         [](S s, E, A a) {
-             return code(s.generateDigits(a.text(0), a.integer(1), a.text(2).c_str()));
-         }},
-        {"getDevices",
-         {},
-         [](S s, E, A) {
-             std::vector<std::string> devices;
-             const int result = s.getDevices(devices);
-             std::string joined;
-             for (const std::string& device : devices)
-                 joined += (joined.empty() ? "" : ",") + device;
-             return Outcome{resultName(result), {{"devices", joined}}};
-         }},
-        {"conferenceCall",
-         {kLine,
-          {"activeCall", Kind::Integer},
-          {"heldCall", Kind::Integer},
-          {"feature", Kind::Integer}},
-         [](S s, E, A a) {
-             return code(s.conferenceCall(a.text(0), a.integer(1), a.integer(2),
-                                          static_cast<sfiFeature>(a.integer(3))));
-         }},
-        {"RemoveConfParticipant",
-         {kCallId, {"remoteParticipant", Kind::Text}, {"conferenceMemberId", Kind::Text}},
-         [](S s, E, A a) {
-             s.RemoveConfParticipant(a.integer(0), a.text(1), a.text(2));
-             return sent();
-         }},
-        {"getManualHoldIndication",
-         {kLine, kCallId},
-         [](S s, E, A a) { return truth(s.getManualHoldIndication(a.text(0), a.integer(1))); }},
-        {"alternateCalls", {kLine}, [](S s, E, A a) { return code(s.alternateCalls(a.text(0))); }},
-        {"getMessageWaitingIndicator",
-         {},
-         [](S s, E, A) {
-             int type = 0, returnType = 0, availableInfo = 0, messagesWaiting = 0;
-             unsigned int newMsgs = 0, oldMsgs = 0, newUrgent = 0, oldUrgent = 0;
-             std::string voiceMailNumber;
-             const int result = s.getMessageWaitingIndicator(type, newMsgs, oldMsgs, newUrgent,
-                                                             oldUrgent, returnType, availableInfo,
-                                                             messagesWaiting, voiceMailNumber);
-             return Outcome{resultName(result),
-                            {{"type", std::to_string(type)},
-                             {"newMsgs", std::to_string(newMsgs)},
-                             {"oldMsgs", std::to_string(oldMsgs)},
-                             {"newUrgMsgs", std::to_string(newUrgent)},
-                             {"oldUrgMsgs", std::to_string(oldUrgent)},
-                             {"returnType", std::to_string(returnType)},
-                             {"availableInfo", std::to_string(availableInfo)},
-                             {"messagesWaiting", std::to_string(messagesWaiting)},
-                             {"voiceMailNumber", voiceMailNumber}}};
-         }},
-        {"setAssociatedCalls",
-         {{"associated", Kind::Flag}},
-         [](S s, E, A a) { return code(s.setAssociatedCalls(a.flag(0))); }},
-        {"setLampMode",
-         {kLine, {"lampId", Kind::Text}, {"lampMode", Kind::Integer}},
-         [](S s, E, A a) { return code(s.setLampMode(a.text(0), a.text(1), a.integer(2))); }},
-        {"makeSecurityChangeReinvite",
-         {kLine, kCallId, {"forceFlag", Kind::Flag}},
-         [](S s, E, A a) {
-             return code(s.makeSecurityChangeReinvite(a.text(0), a.integer(1), a.flag(2)));
-         }},
-        {"setIsInServiceInitiatedState",
-         {kLine, {"isInServiceInitiatedState", Kind::Flag}},
-         [](S s, E, A a) {
-             s.setIsInServiceInitiatedState(a.text(0), a.flag(1));
-             return sent();
-         }},
-        {"setForwardingConfiguration",
-         {kLine,
-          {"fwType", Kind::Integer},
-          {"status", Kind::Flag},
-          {"uri", Kind::Text},
-          {"cfnrRingCount", Kind::Integer},
-          {"forceTKVSUpdate", Kind::Flag}},
-         [](S s, E, A a) {
-             return code(s.setForwardingConfiguration(
-                 a.text(0), static_cast<sfiForwardingType>(a.integer(1)), a.flag(2), a.text(3),
-                 a.integer(4), a.flag(5)));
-         }},
-        {"getForwardingConfiguration",
-         {{"fwType", Kind::Integer}},
-         [](S s, E, A a) {
-             bool status = false;
-             std::string uri;
-             int ringCount = 0;
-             const int result = s.getForwardingConfiguration(
-                 static_cast<sfiForwardingType>(a.integer(0)), status, uri, ringCount);
-             return Outcome{resultName(result),
-                            {{"status", show(status)},
-                             {"uri", uri},
-                             {"cfnrRingCount", std::to_string(ringCount)}}};
-         }},
-        {"callbackDOFeatureCallID",
-         {{"callId", Kind::Text}, {"instanceId", Kind::Integer}},
-         [](S s, E, A a) {
-             s.callbackDOFeatureCallID(a.text(0), a.integer(1));
-             return sent();
-         }},
-        {"isCallHoldPossible",
-         {kLine},
-         [](S s, E, A a) { return truth(s.isCallHoldPossible(a.text(0))); }},
-        {"csCommunicationsService",
-         {{"name", Kind::Text}},
-         [](S s, E, A a) {
-             return Outcome{"text", {{"value", s.csCommunicationsService(a.text(0).c_str())}}};
-         }},
-        {"activateStoredFwd",
-         {},
-         [](S s, E, A) {
-             s.activateStoredFwd();
-             return Outcome{"done", {}};
-         }},
-    };
+namespace protocol = CommunicationsService::protocol;
+namespace requests = protocol::requests;
+using protocol::Encoding;
+using protocol::agreement::Bare;
+
+std::string show(bool value) { return value ? "true" : "false"; }
+std::string show(int value) { return std::to_string(value); }
+std::string show(unsigned int value) { return std::to_string(value); }
+std::string show(const std::string& value) { return value; }
+std::string show(sfiServiceState state) {
+    return state >= 0 && state < 3 ? kStateNames[state] : std::to_string(state);
 }
+std::string show(const std::vector<std::string>& items) {
+    std::string joined;
+    for (const std::string& item : items)
+        joined += (joined.empty() ? "" : ",") + item;
+    return joined;
+}
+
+// What the console accepts for a parameter: its C++ type decides, except that a service
+// state also takes its name.
+template <Encoding E, typename Param> constexpr Kind kindOf() {
+    using T = Bare<Param>;
+    if constexpr (E == Encoding::stateName)
+        return Kind::ServiceState;
+    else if constexpr (std::is_same_v<T, bool>)
+        return Kind::Flag;
+    else if constexpr (std::is_integral_v<T> || std::is_enum_v<T>)
+        return Kind::Integer;
+    else
+        return Kind::Text;
+}
+
+template <typename T> T convert(const Arguments& arguments, std::size_t index) {
+    if constexpr (std::is_same_v<T, std::string>)
+        return arguments.text(index);
+    else if constexpr (std::is_same_v<T, const char*>)
+        return arguments.text(index).c_str();
+    else if constexpr (std::is_same_v<T, bool>)
+        return arguments.flag(index);
+    else if constexpr (std::is_same_v<T, sfiServiceState>)
+        return arguments.serviceState(index);
+    else if constexpr (std::is_enum_v<T>)
+        return static_cast<T>(arguments.integer(index));
+    else
+        return arguments.integer(index);
+}
+
+// The names of the outputs an answer shape fills, in the operation's parameter order.
+std::vector<std::string_view> outputNames(protocol::answers::None) { return {}; }
+std::vector<std::string_view> outputNames(protocol::answers::ResultWord) { return {}; }
+std::vector<std::string_view> outputNames(protocol::answers::TrueWord) { return {}; }
+std::vector<std::string_view> outputNames(const protocol::answers::FlagWord& shape) {
+    return {shape.output};
+}
+std::vector<std::string_view> outputNames(const protocol::answers::StateWord& shape) {
+    return {shape.output};
+}
+std::vector<std::string_view> outputNames(const protocol::answers::ItemList& shape) {
+    return {shape.output};
+}
+template <typename... Fields>
+std::vector<std::string_view> outputNames(const protocol::answers::Tagged<Fields...>& shape) {
+    return std::apply(
+        [](const auto&... fields) { return std::vector<std::string_view>{fields.output...}; },
+        shape.fields);
+}
+
+template <typename Result> std::string resultText(Result result) {
+    if constexpr (std::is_same_v<Result, bool>)
+        return show(result);
+    else
+        return resultName(result);
+}
+
+template <typename Params> struct ValuesOf;
+template <typename... Params> struct ValuesOf<std::tuple<Params...>> {
+    using type = std::tuple<Bare<Params>...>;
+};
+
+// An operation as the description has it: parameters named after the request's fields,
+// outputs after its answer's.
+template <typename Op, typename Answer, typename... Fields, std::size_t... In, std::size_t... Out>
+Operation describedOperation(const char* name,
+                             const protocol::Request<Op, Answer, Fields...>& request,
+                             std::index_sequence<In...>, std::index_sequence<Out...>) {
+    using Params = typename protocol::agreement::Parameters<Op>::types;
+    constexpr std::size_t inputs = sizeof...(Fields);
+    std::vector<Parameter> parameters{
+        {std::get<In>(request.fields).argument,
+         kindOf<Fields::encoding, std::tuple_element_t<In, Params>>()}...};
+    auto run = [operation = request.operation, outputs = outputNames(request.answer)](S service, E,
+                                                                                      A arguments) {
+        typename ValuesOf<Params>::type values{};
+        ((std::get<In>(values) =
+              convert<std::tuple_element_t<In, typename ValuesOf<Params>::type>>(arguments, In)),
+         ...);
+        auto call = [&] {
+            return std::apply([&](auto&... all) { return (service.*operation)(all...); }, values);
+        };
+        Outcome outcome;
+        if constexpr (std::is_void_v<decltype(call())>) {
+            call();
+            outcome.result = "sent";
+        } else {
+            outcome.result = resultText(call());
+        }
+        (outcome.outputs.push_back(
+             {std::string(outputs[Out]), show(std::get<inputs + Out>(values))}),
+         ...);
+        return outcome;
+    };
+    return {name, std::move(parameters), run};
+}
+
+template <typename Op, typename Answer, typename... Fields>
+Operation describedOperation(const char* name,
+                             const protocol::Request<Op, Answer, Fields...>& request) {
+    using Params = typename protocol::agreement::Parameters<Op>::types;
+    constexpr std::size_t inputs = sizeof...(Fields);
+    return describedOperation(name, request, std::make_index_sequence<inputs>(),
+                              std::make_index_sequence<std::tuple_size_v<Params> - inputs>());
+}
+
+// Every request but Subscribe, named after the operation it serves: the description's
+// entries carry their operation's name.
+#define COMMS_OPERATION(name) describedOperation(#name, requests::name)
+
+std::vector<Operation> makeOperations() {
+    std::vector<Operation> table = {
+        COMMS_OPERATION(activate),
+        COMMS_OPERATION(deactivate),
+        COMMS_OPERATION(callClear),
+        COMMS_OPERATION(outgoingCallMake),
+        COMMS_OPERATION(acceptCall),
+        COMMS_OPERATION(answerCall),
+        COMMS_OPERATION(deflectCall),
+        COMMS_OPERATION(holdCall),
+        COMMS_OPERATION(retrieveCall),
+        COMMS_OPERATION(consultationCall),
+        COMMS_OPERATION(attendedTransferCall),
+        COMMS_OPERATION(blindTransferCall),
+        COMMS_OPERATION(refuseCall),
+        COMMS_OPERATION(alternateCalls),
+        COMMS_OPERATION(conferenceCall),
+        COMMS_OPERATION(generateDigits),
+        COMMS_OPERATION(directedPickupCall),
+        COMMS_OPERATION(groupPickupCall),
+        COMMS_OPERATION(activateCallbackRinging),
+        COMMS_OPERATION(activateCallbackBusy),
+        COMMS_OPERATION(cancelCallbacks),
+        COMMS_OPERATION(setMicrophoneMute),
+        COMMS_OPERATION(setDoNotDisturb),
+        COMMS_OPERATION(setForwardingConfiguration),
+        COMMS_OPERATION(setAssociatedCalls),
+        COMMS_OPERATION(setLampMode),
+        COMMS_OPERATION(makeSecurityChangeReinvite),
+        COMMS_OPERATION(setIsInServiceInitiatedState),
+        COMMS_OPERATION(systemStatus),
+        COMMS_OPERATION(setServiceState),
+        COMMS_OPERATION(getMicrophoneMute),
+        COMMS_OPERATION(getDoNotDisturb),
+        COMMS_OPERATION(getServiceState),
+        COMMS_OPERATION(getForwardingConfiguration),
+        COMMS_OPERATION(getMessageWaitingIndicator),
+        COMMS_OPERATION(getDevices),
+        COMMS_OPERATION(isCallHoldPossible),
+        COMMS_OPERATION(getManualHoldIndication),
+        COMMS_OPERATION(SendCSTARequest),
+        COMMS_OPERATION(sendUACSTAServerMessage),
+        COMMS_OPERATION(InitializeOrFinalizeServerFeatures),
+        COMMS_OPERATION(callbackDOFeatureCallID),
+        COMMS_OPERATION(setAgentState),
+        COMMS_OPERATION(RemoveConfParticipant),
+    };
+    static_assert(std::tuple_size_v<std::remove_const_t<decltype(requests::all)>> == 45,
+                  "every request but Subscribe is an operation above");
+    // Operations that the description does not carry as enveloped requests.
+    table.push_back({"processSignallingComponentEvent", {{"data", Kind::Text}}, [](S s, E, A a) {
+                         s.processSignallingComponentEvent(a.text(0).data(),
+                                                           static_cast<int>(a.text(0).size()));
+                         return Outcome{"sent", {}};
+                     }});
+    table.push_back({"subscribe", {}, [](S s, E subscriber, A) {
+                         return Outcome{resultName(s.subscribe(&subscriber)), {}};
+                     }});
+    table.push_back(
+        {"csCommunicationsService", {{"name", Kind::Text}}, [](S s, E, A a) {
+             return Outcome{"text", {{"value", s.csCommunicationsService(a.text(0).c_str())}}};
+         }});
+    table.push_back({"activateStoredFwd", {}, [](S s, E, A) {
+                         s.activateStoredFwd();
+                         return Outcome{"done", {}};
+                     }});
+    return table;
+}
+
+#undef COMMS_OPERATION
 
 } // namespace
 
@@ -354,7 +281,7 @@ const Operation* findOperation(const std::string& name) {
 std::string usage(const Operation& operation) {
     std::string text = operation.name;
     for (const Parameter& parameter : operation.parameters) {
-        text += std::string(" <") + parameter.name + kindName(parameter.kind) + ">";
+        text += " <" + std::string(parameter.name) + kindName(parameter.kind) + ">";
     }
     return text;
 }
@@ -380,9 +307,9 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
                       "sfiServiceDoNotDisturb or 0 to 2)";
         }
         if (problem != nullptr) {
-            throw std::invalid_argument(std::string(operation.name) + ": <" + parameter.name +
-                                        "> must be " + problem + ", not '" + word +
-                                        "': " + usage(operation));
+            throw std::invalid_argument(std::string(operation.name) + ": <" +
+                                        std::string(parameter.name) + "> must be " + problem +
+                                        ", not '" + word + "': " + usage(operation));
         }
     }
     return Arguments(words);

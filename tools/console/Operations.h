@@ -2,9 +2,11 @@
 
 // The 48 operations of CommunicationsServiceIfc as console commands: each with its
 // parameters for checking a line's words, and a call that prints its result in words.
+// Parameters, their kinds and the outputs come from the protocol's description.
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
@@ -20,7 +22,7 @@ enum class Kind {
 };
 
 struct Parameter {
-    const char* name;
+    std::string_view name;
     Kind kind;
 };
 

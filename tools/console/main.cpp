@@ -18,10 +18,10 @@
 
 #include "../CommandLine.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
-#include "Console.h"
-#include "Operations.h"
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/desktop/Host.h"
+#include "Console.h"
+#include "Operations.h"
 
 namespace {
 
@@ -201,7 +201,7 @@ int main(int argc, char** argv) {
     Output output(terminal);
     console::EventLog events;
     console::EventRecorder recorder([&](const console::RecordedEvent& event) {
-        output.printFromAnyThread("* " + event.describe());
+        output.printFromAnyThread("* " + console::describe(event));
         events.add(event);
     });
     desktop::setLogging(logging);

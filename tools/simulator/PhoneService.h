@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "CallStates.h"
 #include "RequestParser.h"
 
 namespace simulator {
@@ -34,19 +35,6 @@ struct ServiceSettings {
     std::string domain = "pbx.example.com";
     // How long a far end rings before it answers or a missed caller gives up.
     std::chrono::milliseconds ringTime{300};
-};
-
-// Call states as the service numbers them in "<CallState>".
-enum CallState {
-    kIdle = 0,
-    kDialing = 1,
-    kRingback = 2,
-    kRinging = 3,
-    kConnected = 4,
-    kHeld = 5,
-    kBusy = 6,
-    kFailed = 7,
-    kConferenced = 8,
 };
 
 // Causes in "<Reason>" (CSTA event causes).
@@ -80,20 +68,13 @@ enum FeatureFailure {
     kFailureNoCall = 4,
 };
 
-class PhoneService {
+// Everything the service holds about lines, calls and settings; a reset replaces it with
+// a fresh one.
+class ServiceModel {
 public:
-    PhoneService(ServiceSettings settings, EventSink& events, Scheduler& scheduler);
+    explicit ServiceModel(const ServiceSettings& settings);
 
-    // The answer to a valid request, nothing for a one-way message.
-    std::optional<std::string> handle(const ParsedRequest& request);
-    // Why the last request was refused; empty when it was not.
-    const std::string& refusal() const { return lastRefusal; }
-
-    // Carries out one control command; the answer begins with "ok" or "error:".
-    std::string control(const std::vector<std::string>& words);
-    static const char* controlHelp();
-
-private:
+protected:
     struct Party {
         std::string number;
         std::string uri;
@@ -130,6 +111,42 @@ private:
         unsigned newMessages = 0, oldMessages = 0, newUrgent = 0, oldUrgent = 0;
     };
 
+    std::map<std::string, LineState> lines;
+    std::vector<std::string> devices;
+    std::map<int, Call> calls;
+    std::map<int, Call> pickupOffers;
+    // Per line, per forwarding type (0 unconditional, 1 on busy, 2 on no reply).
+    std::map<std::string, std::map<int, Forwarding>> forwarding;
+    std::vector<Callback> callbacks;
+    MessageWaiting messageWaiting;
+    std::map<std::string, int> lampModes;
+    std::map<std::string, bool> inServiceInitiated;
+    std::map<std::string, int> featureCallIds;
+    std::string serviceState = "sfiServiceInService";
+    std::string systemState = "normal";
+    bool microphoneMuted = false;
+    bool associatedCalls = false;
+    int nextCallId = 1;
+};
+
+class PhoneService : private ServiceModel {
+public:
+    PhoneService(ServiceSettings settings, EventSink& events, Scheduler& scheduler);
+
+    // The answer to a valid request, nothing for a one-way message.
+    std::optional<std::string> handle(const ParsedRequest& request);
+    // Why the last request was refused; empty when it was not.
+    const std::string& refusal() const { return lastRefusal; }
+
+    // Back to the start: lines unregistered, no calls, settings cleared, call identifiers
+    // from 1. Steps scheduled before are dropped.
+    void reset();
+
+    // Carries out one control command; the answer begins with "ok" or "error:".
+    std::string control(const std::vector<std::string>& words);
+    static const char* controlHelp();
+
+private:
     using Handler = std::optional<std::string> (PhoneService::*)(const ParsedRequest&);
     static const std::map<std::string, Handler>& handlers();
 
@@ -208,6 +225,12 @@ private:
     Party linePartyFor(const std::string& line) const;
     bool knownLine(const std::string& line) const;
     Call* findCall(const std::string& line, int id);
+    // The call the request names by "Line" and the identifier in idTag; when there is none
+    // the refusal says why (with the call's role, if given) and the result is null.
+    Call* requestedCall(const ParsedRequest& request, const char* idTag = "CallID",
+                        const char* role = "");
+    // Runs the step later unless the service has been reset in between.
+    void schedule(std::chrono::milliseconds delay, std::function<void()> step);
     int allocateCallId(int wanted);
     void dial(const std::string& line, int id, const Party& remote);
     void farEndAnswers(int id);
@@ -228,23 +251,8 @@ private:
     ServiceSettings settings;
     EventSink& events;
     Scheduler& scheduler;
-
-    std::map<std::string, LineState> lines;
-    std::vector<std::string> devices;
-    std::map<int, Call> calls;
-    std::map<int, Call> pickupOffers;
-    // Per line, per forwarding type (0 unconditional, 1 on busy, 2 on no reply).
-    std::map<std::string, std::map<int, Forwarding>> forwarding;
-    std::vector<Callback> callbacks;
-    MessageWaiting messageWaiting;
-    std::map<std::string, int> lampModes;
-    std::map<std::string, bool> inServiceInitiated;
-    std::map<std::string, int> featureCallIds;
-    std::string serviceState = "sfiServiceInService";
-    std::string systemState = "normal";
-    bool microphoneMuted = false;
-    bool associatedCalls = false;
-    int nextCallId = 1;
+    // Counts resets; a step scheduled before the last one is dropped.
+    unsigned generation = 0;
     std::string lastRefusal;
 };
 

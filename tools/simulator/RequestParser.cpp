@@ -1,142 +1,60 @@
 #include "RequestParser.h"
 
 #include <charconv>
-#include <initializer_list>
 #include <stdexcept>
+#include <tuple>
+
+#include "CommunicationsService/protocol/Requests.h"
 
 namespace simulator {
 
+namespace protocol = CommunicationsService::protocol;
+
 namespace {
 
-enum class Value {
-    Text,      // any bytes up to the closing tag
-    Decimal,   // signed 32-bit decimal
-    Flag,      // "0" or "1"
-    Word,      // "TRUE" or "FALSE"
-    StateName, // a service state name
-};
+using protocol::Encoding;
 
 struct Field {
-    const char* tag;
-    Value value;
+    std::string_view tag;
+    Encoding encoding;
 };
 
+// One request as the service reads it, taken from the protocol's description.
 struct Definition {
-    const char* method;
-    std::initializer_list<Field> fields;
-    bool payload; // a CSTA document follows the last field
-    bool oneWay;
+    std::string_view method;
+    std::vector<Field> fields;
+    bool payload = false; // a document follows the last field
+    bool oneWay = false;
 };
 
-constexpr Field kLine{"Line", Value::Text};
-constexpr Field kCallId{"CallID", Value::Decimal};
+template <typename Request> Definition define(const Request& request) {
+    Definition definition{
+        request.method, {}, false, request.carrier == protocol::Carrier::sendOneWay};
+    std::apply(
+        [&](const auto&... fields) {
+            (
+                [&](const auto& field) {
+                    if (field.encoding == Encoding::payload)
+                        definition.payload = true;
+                    else
+                        definition.fields.push_back({field.tag, field.encoding});
+                }(fields),
+                ...);
+        },
+        request.fields);
+    return definition;
+}
 
-const std::initializer_list<Definition> kRequests = {
-    {"Activate", {}, false, false},
-    {"Deactivate", {{"AllowAutoActivate", Value::Flag}}, false, false},
-    {"Subscribe", {}, false, false},
-    {"CallClearRequest", {kLine, kCallId, {"Cause", Value::Decimal}}, false, false},
-    {"OutgoingCallMakeRequest",
-     {kLine,
-      kCallId,
-      {"Destination", Value::Text},
-      {"DSSDirectCall", Value::Flag},
-      {"BridgeCall", Value::Flag},
-      {"CallCompletionCall", Value::Flag}},
-     false,
-     false},
-    {"AcceptCall", {kLine, kCallId, {"AutoAnswer", Value::Flag}}, false, false},
-    {"AnswerCall", {kLine, kCallId}, false, false},
-    {"DeflectCall", {kLine, kCallId, {"Destination", Value::Text}}, false, false},
-    {"HoldCall",
-     {kLine, kCallId, {"HoldCallReason", Value::Decimal}, {"Manual", Value::Flag}},
-     false,
-     false},
-    {"RetrieveCall", {kLine, kCallId}, false, false},
-    {"Consult", {kLine, kCallId, {"Destination", Value::Text}}, false, false},
-    {"AttendedTransfer",
-     {kLine, {"activeCall", Value::Decimal}, {"heldCall", Value::Decimal}},
-     false,
-     false},
-    {"BlindTransfer", {kLine, kCallId, {"Destination", Value::Text}}, false, false},
-    {"RefuseCall", {kLine, kCallId, {"RefuseCallReason", Value::Decimal}}, false, false},
-    {"AlternateCalls", {kLine}, false, false},
-    {"ConferenceCall",
-     {kLine,
-      {"activeCall", Value::Decimal},
-      {"heldCall", Value::Decimal},
-      {"feature", Value::Decimal}},
-     false,
-     false},
-    {"GenerateDigits",
-     {kLine, {"activeCall", Value::Decimal}, {"digits", Value::Text}},
-     false,
-     false},
-    {"DirectedPickupCall",
-     {kLine, kCallId, {"CallToBePickedUp", Value::Text}, {"BLFPickup", Value::Flag}},
-     false,
-     false},
-    {"GroupPickupCall", {kLine, kCallId}, false, false},
-    {"ActivateCallbackRinging", {kLine, kCallId}, false, false},
-    {"ActivateCallbackBusy", {kLine, kCallId}, false, false},
-    {"CancelCallbacks",
-     {kLine,
-      kCallId,
-      {"URI", Value::Text},
-      {"CancelCallBackType", Value::Decimal},
-      {"DisplayOutcomeCallUI", Value::Flag}},
-     false,
-     false},
-    {"SetMicrophoneMute", {{"Status", Value::Flag}}, false, false},
-    {"SetDoNotDisturb", {kLine, {"doNotDisturbOn", Value::Flag}}, false, false},
-    {"setForwardingConfiguration",
-     {kLine,
-      {"fwType", Value::Decimal},
-      {"status", Value::Flag},
-      {"uri", Value::Text},
-      {"cfnrRingCount", Value::Decimal},
-      {"forceTKVSUpdate", Value::Flag}},
-     false,
-     false},
-    {"setAssociatedCalls", {{"associated", Value::Flag}}, false, false},
-    {"setLampMode", {kLine, {"lampId", Value::Text}, {"lampMode", Value::Decimal}}, false, false},
-    {"makeSecurityChangeReinvite", {kLine, kCallId, {"forceFlag", Value::Flag}}, false, false},
-    {"setIsInServiceInitiatedState",
-     {kLine, {"IsInServiceInitiatedState", Value::Word}},
-     false,
-     true},
-    {"SystemStatus",
-     {{"SystemStatus", Value::Text}, {"SystemStatusInfo", Value::Text}},
-     false,
-     false},
-    {"SetServiceState", {{"state", Value::StateName}}, false, false},
-    {"GetMicrophoneMute", {}, false, false},
-    {"GetDoNotDisturb", {{"deviceID", Value::Text}}, false, false},
-    {"GetServiceState", {}, false, false},
-    {"getForwardingConfiguration", {{"fwType", Value::Decimal}}, false, false},
-    {"GetMessageWaitingIndicator", {}, false, false},
-    {"GetDevices", {}, false, false},
-    {"isCallHoldPossible", {kLine}, false, false},
-    {"getManualHoldIndication", {kLine, kCallId}, false, false},
-    {"SendCSTARequest", {kLine}, true, false},
-    {"SendUACSTAServerMessage", {kLine}, true, true},
-    {"InitializeOrFinalizeServerFeatures", {kLine, {"initialize", Value::Flag}}, false, true},
-    {"callbackDOFeatureCallID",
-     {{"CallID", Value::Text}, {"instanceId", Value::Decimal}},
-     false,
-     true},
-    {"SetAgentState", {kLine, {"agentState", Value::Text}}, false, false},
-    {"RemoveConfParticipant",
-     {{"callID", Value::Decimal},
-      {"remoteParticipant", Value::Text},
-      {"conferenceMemberId", Value::Text}},
-     false,
-     true},
-};
+const std::vector<Definition>& definitions() {
+    static const std::vector<Definition> all = std::apply(
+        [](const auto&... requests) { return std::vector<Definition>{define(requests)...}; },
+        protocol::requests::all);
+    return all;
+}
 
-constexpr std::string_view kSignallingPrefix = "SigEvent:";
-constexpr std::string_view kMethodOpen = "<Method>";
-constexpr std::string_view kMethodClose = "</Method>";
+using protocol::kMethodClose;
+using protocol::kMethodOpen;
+using protocol::requests::kSignalling;
 
 // Quotes a piece of the request for an error message, shortened and made printable.
 std::string quote(std::string_view text) {
@@ -158,21 +76,23 @@ bool isDecimal(std::string_view value) {
 
 // Why the value does not fit its kind; empty when it does.
 std::string checkValue(const Field& field, std::string_view value) {
-    const std::string tag = std::string("<") + field.tag + ">";
-    switch (field.value) {
-    case Value::Text:
+    const std::string tag = "<" + std::string(field.tag) + ">";
+    switch (field.encoding) {
+    case Encoding::text:
+    case Encoding::payload:
         return {};
-    case Value::Decimal:
+    case Encoding::decimal:
+    case Encoding::number:
         return isDecimal(value) ? std::string()
                                 : tag + " must be a decimal number, not " + quote(value);
-    case Value::Flag:
+    case Encoding::flag:
         return value == "0" || value == "1" ? std::string()
                                             : tag + " must be 0 or 1, not " + quote(value);
-    case Value::Word:
+    case Encoding::word:
         return value == "TRUE" || value == "FALSE"
                    ? std::string()
                    : tag + " must be TRUE or FALSE, not " + quote(value);
-    case Value::StateName:
+    case Encoding::stateName:
         return value == "sfiServiceInService" || value == "sfiServiceOutOfService" ||
                        value == "sfiServiceDoNotDisturb"
                    ? std::string()
@@ -182,7 +102,7 @@ std::string checkValue(const Field& field, std::string_view value) {
 }
 
 const Definition* findDefinition(std::string_view method) {
-    for (const Definition& definition : kRequests) {
+    for (const Definition& definition : definitions()) {
         if (method == definition.method) return &definition;
     }
     return nullptr;
@@ -197,9 +117,9 @@ ParsedRequest fail(ParsedRequest request, std::string error) {
 
 ParsedRequest parseRequest(std::string_view text) {
     ParsedRequest request;
-    if (text.substr(0, kSignallingPrefix.size()) == kSignallingPrefix) {
+    if (text.substr(0, kSignalling.size()) == kSignalling) {
         request.method = "SigEvent";
-        request.payload = std::string(text.substr(kSignallingPrefix.size()));
+        request.payload = std::string(text.substr(kSignalling.size()));
         request.oneWay = true;
         return request;
     }
@@ -221,8 +141,8 @@ ParsedRequest parseRequest(std::string_view text) {
 
     std::string_view rest = text.substr(methodEnd + kMethodClose.size());
     for (const Field& field : definition->fields) {
-        const std::string open = std::string("<") + field.tag + ">";
-        const std::string close = std::string("</") + field.tag + ">";
+        const std::string open = "<" + std::string(field.tag) + ">";
+        const std::string close = "</" + std::string(field.tag) + ">";
         if (rest.substr(0, open.size()) != open) {
             return fail(std::move(request), "expected " + open + " but found " +
                                                 (rest.empty() ? "the end" : quote(rest)));

@@ -1,7 +1,7 @@
 #pragma once
 
 // Reads one request text as the communications service receives it from the proxy and
-// checks it against the service's request table: method, fields in their order, each
+// checks it against the protocol's description: method, fields in their order, each
 // value of its kind. Pure: no I/O, no global state.
 
 #include <string>

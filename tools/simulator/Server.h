@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "PhoneService.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "PhoneService.h"
 
 namespace simulator {
 

@@ -1,0 +1,287 @@
+// Requests that make, answer, move and join calls.
+
+#include <algorithm>
+
+#include "Messages.h"
+#include "PhoneService.h"
+#include "PhoneServiceParts.h"
+
+namespace simulator {
+
+using namespace parts;
+
+std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    const std::string& destination = request.text("Destination");
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    if (!lines[line].registered) {
+        return refuse("line " + line + " is not registered (send Activate first)");
+    }
+    if (destination.empty()) return refuse("the request names no destination");
+    for (auto& [id, other] : calls) {
+        if (other.line == line && other.state == kConnected) hold(other, false);
+    }
+    dial(line, allocateCallId(request.number("CallID")), partyFor(destination));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::acceptCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    if (request.flag("AutoAnswer")) setState(*call, kConnected, kCauseNone);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::answerCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    for (auto& [id, other] : calls) {
+        if (id != call->id && other.line == call->line && other.state == kConnected) {
+            hold(other, false);
+        }
+    }
+    setState(*call, kConnected, kCauseNone);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    const std::string& destination = request.text("Destination");
+    if (call == nullptr) return kFailure;
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    if (destination.empty()) return refuse("the request names no destination");
+    events.publish(eventText(protocol::events::callForwarded, call->line, call->id,
+                             call->remote.uri, call->remote.name, call->remote.fullPai(),
+                             partyFor(destination).uri, kCauseForwarded));
+    clear(call->id, kCauseForwarded);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    if (call->state != kConnected) {
+        publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
+        return refuse(notInState(*call, "connected"));
+    }
+    hold(*call, request.flag("Manual"));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    if (call->state != kHeld) {
+        publishFeatureFailure(call->line, call->id, kFeatureRetrieve, kFailureInvalidState);
+        return refuse(notInState(*call, "held"));
+    }
+    retrieve(*call);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::clearCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    clear(call->id, request.number("Cause"));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    const std::string& destination = request.text("Destination");
+    if (call == nullptr) return kFailure;
+    if (destination.empty()) return refuse("the request names no destination");
+    if (call->state != kConnected && call->state != kHeld) {
+        publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
+        return refuse(notInState(*call, "connected or held"));
+    }
+    if (call->state == kConnected) hold(*call, false);
+    dial(call->line, allocateCallId(0), partyFor(destination));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    Call* active = requestedCall(request, "activeCall", " (active call)");
+    if (active == nullptr) return kFailure;
+    Call* held = requestedCall(request, "heldCall", " (held call)");
+    if (held == nullptr) return kFailure;
+    if (active == held) return refuse("the active and the held call are the same call");
+    if ((active->state != kConnected && active->state != kRingback) || held->state != kHeld) {
+        publishFeatureFailure(line, active->id, kFeatureTransfer, kFailureInvalidState);
+        return refuse(held->state != kHeld ? notInState(*held, "held")
+                                           : notInState(*active, "connected or ringing back"));
+    }
+    const int activeId = active->id;
+    const int heldId = held->id;
+    publishFeature(line, activeId, kFeatureTransfer);
+    clear(heldId, kCauseNormalClearing);
+    clear(activeId, kCauseNormalClearing);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::blindTransfer(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    const std::string& destination = request.text("Destination");
+    if (call == nullptr) return kFailure;
+    if (destination.empty()) return refuse("the request names no destination");
+    if (call->state != kConnected && call->state != kHeld) {
+        publishFeatureFailure(call->line, call->id, kFeatureTransfer, kFailureInvalidState);
+        return refuse(notInState(*call, "connected or held"));
+    }
+    const Outcome outcome = outcomeFor(partyFor(destination).number);
+    if (outcome == Outcome::Busy || outcome == Outcome::Rejects) {
+        publishFeatureFailure(call->line, call->id, kFeatureTransfer,
+                              outcome == Outcome::Busy ? kFailureBusy : kFailureRejected);
+        return refuse(destination + (outcome == Outcome::Busy ? " is busy" : " rejects the call"));
+    }
+    publishFeature(call->line, call->id, kFeatureTransfer);
+    clear(call->id, kCauseNormalClearing);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::refuseCall(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    clear(call->id, request.number("RefuseCallReason") == 0 ? kCauseBusy : kCauseRejected);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::alternateCalls(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    Call* active = nullptr;
+    Call* held = nullptr;
+    for (auto& [id, call] : calls) {
+        if (call.line != line) continue;
+        if (call.state == kConnected && active == nullptr) active = &call;
+        if (call.state == kHeld && held == nullptr) held = &call;
+    }
+    if (active == nullptr || held == nullptr) {
+        return refuse(knownLine(line) ? "line " + line + " needs one connected and one held call"
+                                      : lineProblem(line));
+    }
+    hold(*active, false);
+    retrieve(*held);
+    return kSuccess;
+}
+
+void PhoneService::publishConference(const std::string& line, int callId) {
+    std::string users;
+    for (const auto& [id, call] : calls) {
+        if (call.line == line && call.state == kConferenced) {
+            users += "<user entity=\"" + call.remote.uri + "\" state=\"full\"><display-text>" +
+                     call.remote.name + "</display-text></user>";
+        }
+    }
+    const std::string document = "<conference-info entity=\"sip:conf" + std::to_string(callId) +
+                                 "@" + settings.domain + "\" state=\"full\"><users>" + users +
+                                 "</users></conference-info>";
+    events.publish(eventText(protocol::events::conferenceStatus, line, callId, document));
+}
+
+std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    Call* active = requestedCall(request, "activeCall", " (active call)");
+    if (active == nullptr) return kFailure;
+    Call* held = requestedCall(request, "heldCall", " (held call)");
+    if (held == nullptr) return kFailure;
+    if (active == held) return refuse("the active and the held call are the same call");
+    if (active->state != kConnected || held->state != kHeld) {
+        publishFeatureFailure(line, active->id, kFeatureConference, kFailureInvalidState);
+        return refuse(held->state != kHeld ? notInState(*held, "held")
+                                           : notInState(*active, "connected"));
+    }
+    for (Call* member : {held, active}) {
+        member->manualHold = false;
+        setState(*member, kConferenced, kCauseConference);
+        events.publish(eventText(protocol::events::remoteEndpointDetailsChanged, line, member->id,
+                                 member->remote.uri, member->remote.name, member->remote.fullPai(),
+                                 false, true));
+    }
+    publishFeature(line, active->id, kFeatureConference);
+    publishConference(line, active->id);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::removeConferenceParticipant(const ParsedRequest& request) {
+    auto conference = calls.find(request.number("callID"));
+    if (conference == calls.end()) {
+        return refuse("call " + std::to_string(request.number("callID")) + " does not exist");
+    }
+    if (conference->second.state != kConferenced) {
+        return refuse(notInState(conference->second, "conferenced"));
+    }
+    const std::string line = conference->second.line;
+    const Party leaving = partyFor(request.text("remoteParticipant"));
+    for (auto& [id, call] : calls) {
+        if (call.line == line && call.state == kConferenced &&
+            call.remote.number == leaving.number) {
+            events.publish(eventText(protocol::events::remoteEndpointDetailsChanged, line, id,
+                                     call.remote.uri, call.remote.name, call.remote.fullPai(), true,
+                                     false));
+            const int leavingId = id;
+            clear(leavingId, kCauseNormalClearing);
+            publishConference(line, request.number("callID"));
+            return kSuccess;
+        }
+    }
+    return refuse(leaving.number + " is not in the conference of call " +
+                  std::to_string(request.number("callID")));
+}
+
+std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& request) {
+    Call* call = requestedCall(request, "activeCall");
+    const std::string& digits = request.text("digits");
+    const bool dialable =
+        !digits.empty() && digits.find_first_not_of("0123456789*#ABCD") == std::string::npos;
+    if (call == nullptr) return kFailure;
+    if (!isActive(call->state)) return refuse(notInState(*call, "active"));
+    if (!dialable) return refuse("'" + digits + "' are not dialable digits (0-9 * # A-D)");
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    const std::string extension = partyFor(request.text("CallToBePickedUp")).number;
+    auto offer = std::find_if(pickupOffers.begin(), pickupOffers.end(),
+                              [&](const auto& entry) { return entry.second.line == extension; });
+    if (!knownLine(line) || offer == pickupOffers.end()) {
+        publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
+        return refuse(!knownLine(line) ? lineProblem(line)
+                                       : "no call rings at extension " + extension +
+                                             " (send the colleagueCall control command first)");
+    }
+    Call picked = offer->second;
+    pickupOffers.erase(offer);
+    picked.line = line;
+    picked.state = kConnected;
+    calls[picked.id] = picked;
+    publishCallState(picked, kCausePickup);
+    publishFeature(line, picked.id, kFeaturePickup);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::groupPickup(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    if (!knownLine(line) || pickupOffers.empty()) {
+        publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
+        return refuse(!knownLine(line) ? lineProblem(line)
+                                       : "no call rings at a colleague's phone (send the "
+                                         "colleagueCall control command first)");
+    }
+    auto offer = pickupOffers.find(request.number("CallID"));
+    if (offer == pickupOffers.end()) offer = pickupOffers.begin();
+    Call picked = offer->second;
+    pickupOffers.erase(offer);
+    picked.line = line;
+    picked.state = kConnected;
+    calls[picked.id] = picked;
+    publishCallState(picked, kCausePickup);
+    publishFeature(line, picked.id, kFeaturePickup);
+    return kSuccess;
+}
+
+} // namespace simulator

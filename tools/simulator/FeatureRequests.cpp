@@ -1,0 +1,187 @@
+// Requests that switch features and settings: call-backs, microphone, do-not-disturb,
+// forwarding, lamps, security, system and agent state.
+
+#include <algorithm>
+
+#include "Messages.h"
+#include "PhoneService.h"
+#include "PhoneServiceParts.h"
+
+namespace simulator {
+
+using namespace parts;
+
+std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& request,
+                                                          CallState needed, int type) {
+    const std::string& line = request.text("Line");
+    Call* call = findCall(line, request.number("CallID"));
+    auto refuseCallback = [&](const char* word, int failure, const std::string& uri,
+                              const std::string& why) {
+        lastRefusal = why;
+        events.publish(eventText(protocol::events::callCompletionFailed, line, uri, failure));
+        return std::optional<std::string>(word);
+    };
+    if (call == nullptr) {
+        return refuseCallback("sfiFailureCallBackNoCallInfo", 2, "",
+                              missingCall(line, request.number("CallID")));
+    }
+    const Party callee = call->remote;
+    if (call->state != needed) {
+        return refuseCallback("sfiFailureCallBackInvalidState", 1, callee.uri,
+                              notInState(*call, callStateName(needed)));
+    }
+    const bool exists = std::any_of(callbacks.begin(), callbacks.end(), [&](const Callback& c) {
+        return c.callee.number == callee.number;
+    });
+    if (exists) {
+        return refuseCallback("sfiFailureCallBackAllreadyExists", 4, callee.uri,
+                              "a call-back to " + callee.number + " already exists");
+    }
+    if (callbacks.size() >= kMaxCallbacks) {
+        return refuseCallback("sfiFailureCallBackToMany", 3, callee.uri,
+                              "the service holds at most " + std::to_string(kMaxCallbacks) +
+                                  " call-backs");
+    }
+    callbacks.push_back({line, callee, type});
+    events.publish(eventText(protocol::events::callCompletion, line, callee.uri, type,
+                             kCallbackActivated, true));
+    clear(call->id, kCauseNormalClearing);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::callbackRinging(const ParsedRequest& request) {
+    return activateCallback(request, kRingback, kCallbackNoReply);
+}
+
+std::optional<std::string> PhoneService::callbackBusy(const ParsedRequest& request) {
+    return activateCallback(request, kBusy, kCallbackBusy);
+}
+
+std::optional<std::string> PhoneService::cancelCallbacks(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    const bool all = request.number("CancelCallBackType") == 0;
+    const std::string number = partyFor(request.text("URI")).number;
+    const bool display = request.flag("DisplayOutcomeCallUI");
+    bool cancelled = false;
+    for (auto callback = callbacks.begin(); callback != callbacks.end();) {
+        if (callback->line != line || (!all && callback->callee.number != number)) {
+            ++callback;
+            continue;
+        }
+        events.publish(eventText(protocol::events::callCompletion, line, callback->callee.uri,
+                                 callback->type, kCallbackCancelled, display));
+        callback = callbacks.erase(callback);
+        cancelled = true;
+    }
+    if (!cancelled) return refuse("no call-back on line " + line + " to cancel");
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setMute(const ParsedRequest& request) {
+    microphoneMuted = request.flag("Status");
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setDoNotDisturb(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    lines[line].doNotDisturb = request.flag("doNotDisturbOn");
+    events.publish(eventText(protocol::events::doNotDisturb, line, lines[line].doNotDisturb));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setForwarding(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    const bool status = request.flag("status");
+    const std::string& uri = request.text("uri");
+    const int ringCount = request.number("cfnrRingCount");
+    std::string problem;
+    if (!knownLine(line)) {
+        problem = lineProblem(line);
+    } else if (forwarding[line].count(request.number("fwType")) == 0) {
+        problem = "forwarding type " + std::to_string(request.number("fwType")) +
+                  " does not exist (0 unconditional, 1 busy, 2 no reply)";
+    } else if (status && uri.empty()) {
+        problem = "forwarding switched on without a destination";
+    } else if (ringCount < 0) {
+        problem = "the ring count " + std::to_string(ringCount) + " is negative";
+    }
+    if (!problem.empty()) {
+        publishFeatureFailure(line, 0, kFeatureForwarding, kFailureInvalidState);
+        return refuse(problem);
+    }
+    auto type = forwarding[line].find(request.number("fwType"));
+    type->second = {status, uri, ringCount};
+    publishFeature(line, 0, kFeatureForwarding);
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setAssociatedCalls(const ParsedRequest& request) {
+    associatedCalls = request.flag("associated");
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setLampMode(const ParsedRequest& request) {
+    const std::string& line = request.text("Line");
+    const std::string& lamp = request.text("lampId");
+    const int mode = request.number("lampMode");
+    // Lamp modes: 0 off, 1 on, 2 flashing, 3 winking, 4 flickering.
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    if (lamp.empty()) return refuse("the request names no lamp");
+    if (mode < 0 || mode > 4) return refuse("lamp mode " + std::to_string(mode) + " is not 0 to 4");
+    lampModes[line + "/" + lamp] = mode;
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::securityReinvite(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    if (call == nullptr) return kFailure;
+    if (!isActive(call->state)) return refuse(notInState(*call, "active"));
+    std::vector<int> recordedIds;
+    std::vector<std::string> recordedLines;
+    for (const auto& [id, other] : calls) {
+        if (other.recorded) {
+            recordedIds.push_back(id);
+            recordedLines.push_back(linePartyFor(other.line).uri);
+        }
+    }
+    // Security status 2: the call is now secured end to end.
+    events.publish(eventText(protocol::events::securityStatusChanged, call->line, call->id, 2,
+                             recordedIds, recordedLines));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setInServiceInitiated(const ParsedRequest& request) {
+    inServiceInitiated[request.text("Line")] = request.flag("IsInServiceInitiatedState");
+    return std::nullopt;
+}
+
+std::optional<std::string> PhoneService::systemStatus(const ParsedRequest& request) {
+    const std::string& status = request.text("SystemStatus");
+    if (status.empty()) return refuse("the request names no system status");
+    systemState = status;
+    events.publish(
+        eventText(protocol::events::systemStatus, status, request.text("SystemStatusInfo")));
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setServiceState(const ParsedRequest& request) {
+    serviceState = request.text("state");
+    return kSuccess;
+}
+
+std::optional<std::string> PhoneService::setAgentState(const ParsedRequest& request) {
+    static const std::vector<std::string> states = {"loggedOn", "loggedOff", "ready", "notReady",
+                                                    "workingAfterCall"};
+    const std::string& line = request.text("Line");
+    const std::string& state = request.text("agentState");
+    if (!knownLine(line)) return refuse(lineProblem(line));
+    if (std::find(states.begin(), states.end(), state) == states.end()) {
+        return refuse("'" + state + "' is not an agent state (" + joinFrom(states, 0) + ")");
+    }
+    lines[line].agentState = state;
+    events.publish(eventText(protocol::events::agentState, line, state));
+    return kSuccess;
+}
+
+} // namespace simulator

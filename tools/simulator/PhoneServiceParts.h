@@ -1,0 +1,90 @@
+#pragma once
+
+// What the parts of the phone service share: answer words, limits, the numbers of the
+// call completion events, the far ends the simulator knows, and word parsing for
+// control commands.
+
+#include <charconv>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CallStates.h"
+
+namespace simulator::parts {
+
+inline constexpr const char* kSuccess = "sfiSuccess";
+inline constexpr const char* kFailure = "sfiFailure";
+inline constexpr const char* kVoiceMailNumber = "8000";
+inline constexpr std::size_t kMaxCallbacks = 3;
+// CallPartyInfo holds 64 characters per party text; longer ones are cut.
+inline constexpr std::size_t kPartyTextLimit = 64;
+
+// Call-back types of the call completion events.
+inline constexpr int kCallbackBusy = 1;
+inline constexpr int kCallbackNoReply = 2;
+// Call-back states of the call completion events.
+inline constexpr int kCallbackCancelled = 0;
+inline constexpr int kCallbackActivated = 1;
+inline constexpr int kCallbackRecall = 2;
+
+inline std::optional<int> toInt(const std::string& word) {
+    int value = 0;
+    const char* end = word.data() + word.size();
+    const auto parsed = std::from_chars(word.data(), end, value);
+    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+    return value;
+}
+
+inline std::optional<bool> toFlag(const std::string& word) {
+    if (word == "1" || word == "on" || word == "true") return true;
+    if (word == "0" || word == "off" || word == "false") return false;
+    return std::nullopt;
+}
+
+inline std::string joinFrom(const std::vector<std::string>& words, std::size_t first) {
+    std::string joined;
+    for (std::size_t i = first; i < words.size(); ++i) {
+        if (i > first) joined.push_back(' ');
+        joined.append(words[i]);
+    }
+    return joined;
+}
+
+inline std::string usage(const char* text) { return std::string("error: usage: ") + text; }
+
+inline std::string truncated(const std::string& text) { return text.substr(0, kPartyTextLimit); }
+
+// Names of the far ends that the simulator knows; the first four steer the outcome.
+inline const std::map<std::string, std::string>& directory() {
+    static const std::map<std::string, std::string> names = {
+        {"2001", "Anna Berg"},  {"2002", "Ben Carter"},   {"2003", "Chris Dale"},
+        {"2004", "Dana Evans"}, {"2005", "Erik Fischer"}, {"3003", "Front Desk"},
+        {"8000", "Voice Mail"},
+    };
+    return names;
+}
+
+enum class Outcome { Answers, RingsOn, Busy, Rejects };
+
+inline Outcome outcomeFor(const std::string& number) {
+    if (number == "2002") return Outcome::RingsOn;
+    if (number == "2003") return Outcome::Busy;
+    if (number == "2004") return Outcome::Rejects;
+    return Outcome::Answers;
+}
+
+// A call's state does not allow what was asked.
+template <typename CallRecord>
+inline std::string notInState(const CallRecord& call, const std::string& wanted) {
+    const char* state = callStateName(call.state);
+    return "call " + std::to_string(call.id) + " on line " + call.line + " is " +
+           (state != nullptr ? state : "in an unknown state") + ", not " + wanted;
+}
+
+inline bool isActive(CallState state) {
+    return state == kConnected || state == kConferenced || state == kRingback || state == kDialing;
+}
+
+} // namespace simulator::parts
