@@ -35,6 +35,10 @@ foreach(header_root include testsupport/include)
 endforeach()
 install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/CommunicationsService/desktop/Framework.h
   DESTINATION ${comms_include_dir}/${comms_package}/desktop)
+install(FILES ${PROJECT_BINARY_DIR}/include/${comms_package}/Version.h
+  DESTINATION ${comms_include_dir}/${comms_package})
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 install(EXPORT ${comms_package}Targets
   NAMESPACE ${comms_package}::

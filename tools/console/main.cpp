@@ -18,6 +18,7 @@
 
 #include "../CommandLine.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/Version.h"
 #include "Console.h"
 #include "Operations.h"
 #include "CommunicationsService/desktop/Framework.h"
@@ -194,6 +195,7 @@ int main(int argc, char** argv) {
         ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    app.set_version_flag("--version", "comms-console " COMMUNICATIONS_SERVICE_VERSION);
     if (const std::optional<int> status = kit::parse(app, "comms-console", argc, argv))
         return *status;
 
