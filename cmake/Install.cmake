@@ -17,6 +17,12 @@ add_library(comms_interfaces INTERFACE)
 target_include_directories(comms_interfaces INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 target_link_libraries(communications_testing INTERFACE comms_interfaces)
+# Installed, the test doubles bring what their typed event delivery needs: the plug-in,
+# whose own invoker delivers the events, and the desktop framework that the plug-in and
+# the list encoding need. (In this tree the tests link the library's objects instead.)
+target_link_libraries(communications_testing INTERFACE
+  $<INSTALL_INTERFACE:${comms_package}::plugin>
+  $<INSTALL_INTERFACE:${comms_package}::desktopframework>)
 
 set_target_properties(comms_interfaces PROPERTIES EXPORT_NAME interfaces)
 set_target_properties(CommunicationsService PROPERTIES EXPORT_NAME plugin)
