@@ -15,6 +15,12 @@
 /// number, "" for a text, true for a flag, 4294967295 for a message counter, an empty list,
 /// and a CallPartyInfo record with empty texts.
 ///
+/// Each event is named after its callback without `on` and a final `Event`, starting in
+/// lower case: `events::callStateChange` calls `onCallStateChangeEvent`,
+/// `events::securityStatusChanged` calls `onSecurityStatusChanged`,
+/// `events::b2buaCSTAResponse` calls `onB2buaCSTAResponse`. They are the entries of the
+/// protocol's description, `CommunicationsService/protocol/Events.h`.
+///
 /// Arguments are named as the callback's parameters in CommunicationsServiceEventIfc; the
 /// call-state event's record takes the names of its fields instead (`callingParty`,
 /// `callingPartyName`, `calledParty`, `calledPartyName`). A name the event does not have,
@@ -79,8 +85,7 @@ public:
         : name(name), value(std::vector<int>(value)) {}
     /// A list of numbers held in a vector. (A template, so that braces holding texts never
     /// take this way: a vector of numbers could be built from two character pointers.)
-    template <typename List,
-              typename = std::enable_if_t<std::is_same_v<List, std::vector<int>>>>
+    template <typename List, typename = std::enable_if_t<std::is_same_v<List, std::vector<int>>>>
     EventArgument(std::string_view name, const List& value) : name(name), value(value) {}
     /// A list of texts.
     EventArgument(std::string_view name, std::vector<std::string> value)
@@ -212,12 +217,14 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
     } else {
         const EventArgument::Value* value = writer.take(field.argument);
         const std::string_view closing = payload.closing;
-        if (closing.size() == field.tag.size() + 2 && closing.substr(1, field.tag.size()) == field.tag) {
+        if (closing.size() == field.tag.size() + 2 &&
+            closing.substr(1, field.tag.size()) == field.tag) {
             // Kept for the end, where the payload follows it; unnamed, it holds what reads
             // as missing.
             payload.anchorTag = field.tag;
             payload.anchorNamed = value != nullptr;
-            payload.anchorText = value != nullptr ? writer.encode(field.argument, Field::kind, *value)
+            payload.anchorText = value != nullptr
+                                     ? writer.encode(field.argument, Field::kind, *value)
                                  : Field::kind == Kind::text ? ""
                                                              : "-1";
         } else if (value != nullptr) {
@@ -258,8 +265,7 @@ template <typename Event>
 void deliver(Executable& subscriber, const Event& event,
              std::initializer_list<EventArgument> arguments = {}) {
     const std::string text = eventText(event, arguments);
-    eventInvoker().handleMessage(&subscriber, text.c_str(), static_cast<int>(text.size()),
-                                 nullptr);
+    eventInvoker().handleMessage(&subscriber, text.c_str(), static_cast<int>(text.size()), nullptr);
 }
 
 } // namespace communications::testing

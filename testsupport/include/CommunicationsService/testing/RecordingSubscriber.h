@@ -1,16 +1,8 @@
 #pragma once
 
-// A subscriber for unit tests that records every callback it receives, so that a test can
-// compare whole calls ("onCallHeldEvent" with "L1" and "7") against rows of a table.
-//
-//     communications::testing::RecordingSubscriber subscriber;
-//     invoker.handleMessage(&subscriber, text, 0, nullptr);
-//     EXPECT_EQ(subscriber.calls().at(0), (RecordedCall{"onCallHeldEvent", {"L1", "7"}}));
-//
-// Arguments are kept as texts: numbers in decimal, flags as "true" or "false", strings as
-// they are, lists as [1, 2] or ["a", "b"], and a CallPartyInfo as the texts of its nine
-// fields in order. Every callback is virtual, so a test can derive from this class to
-// throw, to change a payload or to look at a record before it is released.
+/// @file
+/// A subscriber that records every callback it receives, for tests that check which events
+/// reach a subscriber and with which arguments.
 
 #include <algorithm>
 #include <cstddef>
@@ -24,21 +16,23 @@
 
 namespace communications::testing {
 
-// One callback as it arrived: its name and its arguments as texts, in order.
+/// One callback as it arrived: its name and its arguments as texts, in order.
 struct RecordedCall {
-    std::string callback;
-    std::vector<std::string> arguments;
+    std::string callback;               ///< the callback's name, such as "onCallHeldEvent"
+    std::vector<std::string> arguments; ///< its arguments as toText() writes them
 };
 
+/// Whether two calls have the same callback and the same argument texts.
 inline bool operator==(const RecordedCall& left, const RecordedCall& right) {
     return left.callback == right.callback && left.arguments == right.arguments;
 }
 
+/// Whether two calls differ in callback or in an argument text.
 inline bool operator!=(const RecordedCall& left, const RecordedCall& right) {
     return !(left == right);
 }
 
-// Prints onCallHeldEvent("L1", "7"); test frameworks use it in their failure messages.
+/// Prints `onCallHeldEvent("L1", "7")`; test frameworks use it in their failure messages.
 inline std::ostream& operator<<(std::ostream& out, const RecordedCall& call) {
     out << call.callback << '(';
     for (std::size_t i = 0; i < call.arguments.size(); ++i) {
@@ -47,14 +41,21 @@ inline std::ostream& operator<<(std::ostream& out, const RecordedCall& call) {
     return out << ')';
 }
 
-// The texts that arguments are recorded as. Tests use them to write expected values of
-// the same shape, for example the list that a decoder makes of an empty text.
+// The texts arguments are recorded as. Tests use them to write expected values of the
+// same shape, for example the list that a decoder makes of an empty text.
+
+/// A number, in decimal.
 inline std::string toText(int value) { return std::to_string(value); }
+/// A counter, in decimal.
 inline std::string toText(unsigned int value) { return std::to_string(value); }
+/// A flag, as "true" or "false".
 inline std::string toText(bool value) { return value ? "true" : "false"; }
+/// A text, as it is.
 inline std::string toText(const std::string& value) { return value; }
+/// A C string, as it is.
 inline std::string toText(const char* value) { return value; }
 
+/// A list of numbers, as `[1, 2]`.
 inline std::string toText(const std::vector<int>& values) {
     std::string text = "[";
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -63,6 +64,7 @@ inline std::string toText(const std::vector<int>& values) {
     return text + "]";
 }
 
+/// A list of texts, as `["a", "b"]`.
 inline std::string toText(const std::vector<std::string>& values) {
     std::string text = "[";
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -71,13 +73,13 @@ inline std::string toText(const std::vector<std::string>& values) {
     return text + "]";
 }
 
-// A fixed-width text field up to its first NUL, never past its width: the record's
-// unused bytes may hold anything.
+/// A fixed-width text field of a CallPartyInfo up to its first NUL, never past its width:
+/// the record's unused bytes may hold anything.
 template <std::size_t Width> std::string fieldText(const char (&field)[Width]) {
     return std::string(field, std::find(field, field + Width, '\0'));
 }
 
-// The nine fields of a call party record in their order; one text "null" for no record.
+/// The nine fields of a call party record in their order; one text "null" for no record.
 inline std::vector<std::string> toTexts(const CallPartyInfo* info) {
     if (info == nullptr) return {"null"};
     return {fieldText(info->reservedText1),   fieldText(info->reservedText2),
@@ -87,15 +89,32 @@ inline std::vector<std::string> toTexts(const CallPartyInfo* info) {
             fieldText(info->callingParty)};
 }
 
+/// @brief A subscriber that records every callback it receives as a RecordedCall.
+///
+/// For tests that check what reaches a subscriber: an application's tests against the
+/// simulator through the desktop host, tests of an application's own source of events
+/// (a relay, a replay of a trace), or, with deliver(), of what an event turns into:
+///
+/// @code
+/// communications::testing::RecordingSubscriber subscriber;
+/// deliver(subscriber, events::callHeld, {{"lineId", "1001"}, {"callId", 7}});
+/// EXPECT_EQ(subscriber.calls().at(0), (RecordedCall{"onCallHeldEvent", {"1001", "7"}}));
+/// @endcode
+///
+/// The call-state event's CallPartyInfo is recorded as the nine texts of toTexts() in
+/// place of the pointer. Every callback is virtual, so a test can derive from this class
+/// to throw, to change a payload or to look at a record before it is released. Callbacks
+/// are recorded without a lock: read calls() on the delivering thread, or after delivery
+/// has stopped.
 class RecordingSubscriber : public Executable, public CommunicationsServiceEventIfc {
 public:
     void init(Context& /*context*/) override {}
     void shutdown() override {}
 
-    // Every callback received so far, oldest first.
+    /// Every callback received so far, oldest first.
     const std::vector<RecordedCall>& calls() const { return recorded; }
 
-    // Only the callback names, for tests that care which callbacks ran.
+    /// Only the callback names, for tests that care which callbacks ran.
     std::vector<std::string> callbackNames() const {
         std::vector<std::string> names;
         for (const RecordedCall& call : recorded)
@@ -103,6 +122,7 @@ public:
         return names;
     }
 
+    /// Forgets the calls recorded so far.
     void clear() { recorded.clear(); }
 
     void onCallStateChangeEvent(const std::string& lineId, int callId, int callState, int reason,
@@ -295,6 +315,7 @@ public:
     }
 
 protected:
+    /// Appends one call; derived classes record their own callbacks with it.
     void record(const char* callback, std::vector<std::string> arguments) {
         recorded.push_back(RecordedCall{callback, std::move(arguments)});
     }
