@@ -1,5 +1,6 @@
-# Installation: the plug-in, the desktop framework, the public headers, the test doubles,
-# a CMake package (find_package(CommunicationsService)) and pkg-config files.
+# Installation: the plug-in, the desktop framework, the desktop host, the simulator and the
+# console, the public headers, the test doubles, a CMake package
+# (find_package(CommunicationsService)) and pkg-config files.
 #
 # Every header is included under one prefix, CommunicationsService/ (for example
 # "CommunicationsService/framework/Executable.h"), in this tree and installed alike, so that
@@ -17,15 +18,34 @@ add_library(comms_interfaces INTERFACE)
 target_include_directories(comms_interfaces INTERFACE
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 target_link_libraries(communications_testing INTERFACE comms_interfaces)
+# Installed, the test doubles bring what their typed event delivery needs: the plug-in,
+# whose own invoker delivers the events, and the desktop framework that the plug-in and
+# the list encoding need. (In this tree the tests link the library's objects instead.)
+target_link_libraries(communications_testing INTERFACE
+  $<INSTALL_INTERFACE:${comms_package}::plugin>
+  $<INSTALL_INTERFACE:${comms_package}::desktopframework>)
 
 set_target_properties(comms_interfaces PROPERTIES EXPORT_NAME interfaces)
 set_target_properties(CommunicationsService PROPERTIES EXPORT_NAME plugin)
 set_target_properties(communications_testing PROPERTIES EXPORT_NAME testing)
 
-install(TARGETS comms_interfaces CommunicationsService desktopframework communications_testing
+# The desktop kit's libraries carry the major version in their SONAME as the plug-in does,
+# and find each other, and the programs find them, wherever the prefix is moved.
+set_target_properties(desktopframework desktophost PROPERTIES
+  VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
+
+install(TARGETS comms_interfaces CommunicationsService desktopframework desktophost
+    communications_testing
   EXPORT ${comms_package}Targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${comms_include_dir})
+
+if(TARGET comms-simulator AND TARGET comms-console)
+  file(RELATIVE_PATH comms_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(comms-simulator comms-console PROPERTIES
+    INSTALL_RPATH "$ORIGIN/${comms_bin_to_lib}")
+  install(TARGETS comms-simulator comms-console RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
 
 # Only the public headers: the private ones of src/ and the desktop kit's own stay behind.
 foreach(header_root include testsupport/include)
@@ -33,8 +53,14 @@ foreach(header_root include testsupport/include)
     DESTINATION ${comms_include_dir}
     FILES_MATCHING PATTERN "*.h")
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/CommunicationsService/desktop/Framework.h
-  DESTINATION ${comms_include_dir}/${comms_package}/desktop)
+foreach(desktop_header Framework.h Host.h Wire.h)
+  install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/${comms_package}/desktop/${desktop_header}
+    DESTINATION ${comms_include_dir}/${comms_package}/desktop)
+endforeach()
+install(FILES ${PROJECT_BINARY_DIR}/include/${comms_package}/Version.h
+  DESTINATION ${comms_include_dir}/${comms_package})
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 install(EXPORT ${comms_package}Targets
   NAMESPACE ${comms_package}::
@@ -57,7 +83,8 @@ install(FILES
 set(comms_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH comms_pkgconfig_to_prefix /${comms_pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" comms_pkgconfig_to_prefix ${comms_pkgconfig_to_prefix})
-foreach(pc_name ${comms_package} ${comms_package}-desktop)
+foreach(pc_name ${comms_package} ${comms_package}-desktop ${comms_package}-host
+    ${comms_package}-testing)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc_name}.pc.in
     ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc.configured @ONLY)
   file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc

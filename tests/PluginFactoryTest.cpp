@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/Version.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "support/RecordingChannel.h"
 
@@ -69,6 +70,17 @@ TEST_F(PluginFactory, CreatesAnEventInvoker) {
     ASSERT_NE(invoker, nullptr);
     invoker->initInvoker(nullptr);
     delete invoker;
+}
+
+// The text the plug-in reports is the one its headers were generated with, and spells the
+// three numbers that applications compare against.
+TEST_F(PluginFactory, TellsTheVersionItWasBuiltAs) {
+    const auto version = factory<const char *(*)()>("communicationsServiceVersion");
+    ASSERT_NE(version, nullptr);
+    EXPECT_STREQ(version(), COMMUNICATIONS_SERVICE_VERSION);
+    EXPECT_EQ(version(), std::to_string(COMMUNICATIONS_SERVICE_VERSION_MAJOR) + "." +
+                             std::to_string(COMMUNICATIONS_SERVICE_VERSION_MINOR) + "." +
+                             std::to_string(COMMUNICATIONS_SERVICE_VERSION_PATCH));
 }
 
 } // namespace

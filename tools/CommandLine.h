@@ -48,6 +48,8 @@ inline std::optional<int> parse(CLI::App& app, const std::string& program, int a
         return app.exit(request);
     } catch (const CLI::CallForAllHelp& request) {
         return app.exit(request);
+    } catch (const CLI::CallForVersion& request) {
+        return app.exit(request);
     } catch (const CLI::ArgumentMismatch& error) {
         // CLI11 words this as "--name: 1 required TYPE missing".
         const std::string text = error.what();

@@ -1,38 +1,100 @@
 #!/usr/bin/env bash
-# Installs the library into a temporary prefix, then builds the example application out of
-# tree against that prefix (with find_package, and with pkg-config) and runs its tests, so
+# Installs the library and the desktop kit into a temporary prefix, then builds the example
+# applications out of tree against that prefix (with find_package, and with pkg-config),
+# runs the first one's tests and runs the second one against the installed simulator, so
 # that a broken install fails here rather than in an application developer's hands.
 set -euo pipefail
 
 build=build/package
 prefix=$(mktemp -d)
-trap 'rm -rf "$prefix"' EXIT
+run=$(mktemp -d)
+simulator_pid=""
+cleanup() {
+  if [ -n "$simulator_pid" ]; then
+    kill "$simulator_pid" 2>/dev/null || true
+    wait "$simulator_pid" 2>/dev/null || true
+  fi
+  rm -rf "$prefix" "$run"
+}
+trap cleanup EXIT
 rm -rf "$build"
 
 cmake -S . -B "$build/library" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_INSTALL_LIBDIR=lib -DCOMMS_BUILD_TESTS=OFF -DCOMMS_BUILD_TOOLS=OFF
+  -DCMAKE_INSTALL_LIBDIR=lib -DCOMMS_BUILD_TESTS=OFF -DCOMMS_BUILD_TOOLS=ON
 cmake --build "$build/library" -j2
 cmake --install "$build/library" --prefix "$prefix"
 
-plugin="$prefix/lib/libCommunicationsService.so.1"
-if ! readelf -d "$plugin" | grep -q 'SONAME.*\[libCommunicationsService\.so\.1\]'; then
-  echo "package: $plugin lacks its versioned SONAME" >&2
+fail() {
+  echo "package: $*" >&2
   exit 1
-fi
+}
+
+version=$(sed -n 's/^project(CommunicationsService VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
+for library in CommunicationsService desktopframework desktophost; do
+  readelf -d "$prefix/lib/lib$library.so.1" | grep -q "SONAME.*\[lib$library\.so\.1\]" ||
+    fail "lib$library lacks its versioned SONAME"
+done
 for header in src/*.h; do
-  if [ -e "$prefix/include/CommunicationsService/$(basename "$header")" ]; then
-    echo "package: the private header $header was installed" >&2
-    exit 1
-  fi
+  [ ! -e "$prefix/include/CommunicationsService/$(basename "$header")" ] ||
+    fail "the private header $header was installed"
+done
+for file in include/CommunicationsService/Version.h include/CommunicationsService/desktop/Host.h \
+  share/doc/CommunicationsService/LICENSE share/doc/CommunicationsService/CHANGELOG.md; do
+  [ -e "$prefix/$file" ] || fail "$file was not installed"
+done
+for program in comms-simulator comms-console; do
+  [ "$("$prefix/bin/$program" --version)" = "$program $version" ] ||
+    fail "$program --version does not say $version"
 done
 
 export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
-pkg-config --validate CommunicationsService
-pkg-config --validate CommunicationsService-desktop
-[ "$(pkg-config --variable=plugin CommunicationsService)" -ef "$plugin" ]
+for module in CommunicationsService CommunicationsService-desktop CommunicationsService-host \
+  CommunicationsService-testing; do
+  pkg-config --validate "$module"
+  [ "$(pkg-config --modversion "$module")" = "$version" ] || fail "$module is not version $version"
+done
+plugin=$(pkg-config --variable=plugin CommunicationsService)
+[ "$plugin" -ef "$prefix/lib/libCommunicationsService.so.1" ] || fail "the plugin variable is wrong"
+
+# The first example: with pkg-config (its tests too), then with CMake and CTest.
 c++ -std=c++17 -fPIC -shared -Wall -Wextra -Werror -o "$build/libauto_answer_pkgconfig.so" \
   examples/auto-answer/AutoAnswer.cpp $(pkg-config --cflags --libs CommunicationsService-desktop)
+c++ -std=c++17 -Wall -Wextra -Werror -o "$build/auto_answer_tests_pkgconfig" \
+  examples/auto-answer/AutoAnswer.cpp examples/auto-answer/AutoAnswerTest.cpp \
+  $(pkg-config --cflags --libs CommunicationsService-testing gmock_main)
+"$build/auto_answer_tests_pkgconfig" --gtest_brief=1
 
 cmake -S examples/auto-answer -B "$build/auto-answer" -G Ninja -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build "$build/auto-answer" -j2
 ctest --test-dir "$build/auto-answer" --output-on-failure --no-tests=error
+
+# The second example against the installed simulator, built with CMake and with pkg-config.
+cmake -S examples/answer-on-simulator -B "$build/answer-on-simulator" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix"
+cmake --build "$build/answer-on-simulator" -j2
+c++ -std=c++17 -Wall -Wextra -Werror -DPLUGIN_PATH="\"$plugin\"" \
+  -o "$build/answer-on-simulator-pkgconfig" examples/answer-on-simulator/AnswerOnSimulator.cpp \
+  $(pkg-config --cflags --libs CommunicationsService-host)
+
+socket="$run/simulator.sock"
+"$prefix/bin/comms-simulator" --socket "$socket" >"$run/simulator.log" 2>&1 &
+simulator_pid=$!
+for _ in $(seq 100); do
+  [ -S "$socket" ] && break
+  kill -0 "$simulator_pid" 2>/dev/null || break
+  sleep 0.1
+done
+[ -S "$socket" ] || { cat "$run/simulator.log" >&2; fail "the installed simulator did not start"; }
+
+"$build/answer-on-simulator/answer-on-simulator" "$socket" ||
+  { cat "$run/simulator.log" >&2; fail "answer-on-simulator (CMake) failed"; }
+"$build/answer-on-simulator-pkgconfig" "$socket" ||
+  { cat "$run/simulator.log" >&2; fail "answer-on-simulator (pkg-config) failed"; }
+# The installed console finds the installed plug-in by itself.
+echo "activate => sfiSuccess" | "$prefix/bin/comms-console" --socket "$socket" >/dev/null ||
+  fail "the installed console could not run a step"
+
+kill "$simulator_pid"
+wait "$simulator_pid" 2>/dev/null || true
+simulator_pid=""
+echo "package: installed, both examples built and ran"

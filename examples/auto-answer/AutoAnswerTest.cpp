@@ -1,6 +1,3 @@
-#include <dlfcn.h>
-
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -8,15 +5,17 @@
 #include <gtest/gtest.h>
 
 #include "AutoAnswer.h"
-#include "CommunicationsService/testing/MockCommunicationsService.h"
-#include "CommunicationsService/testing/RecordingSubscriber.h"
 #include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/testing/EventDelivery.h"
+#include "CommunicationsService/testing/MockCommunicationsService.h"
 
+using communications::testing::deliver;
 using communications::testing::MockCommunicationsService;
-using communications::testing::RecordingSubscriber;
 using ::testing::ElementsAre;
 using ::testing::InSequence;
 using ::testing::Return;
+
+namespace events = communications::testing::events;
 
 namespace {
 
@@ -40,16 +39,7 @@ public:
     std::vector<std::string> messages;
 };
 
-void ringOn(AutoAnswer& app, const std::string& line, int callId) {
-    app.onIncomingCallEvent(line, callId, "sip:2002@pbx", "Bob", "", "", "", false, 0, "", "", -1,
-                            false, -1, -1, -1, false);
-}
-
-void changeState(AutoAnswer& app, const std::string& line, int callId, int callState) {
-    app.onCallStateChangeEvent(line, callId, callState, -1, -1, "", "", "", nullptr, -1, -1, "",
-                               false, -1, -1);
-}
-
+// Events reach the application through the plug-in's invoker, as on the phone.
 TEST(AutoAnswer, AnswersEveryIncomingCallOnTheLineItArrivedOn) {
     MockCommunicationsService service;
     AutoAnswer app(service);
@@ -57,8 +47,8 @@ TEST(AutoAnswer, AnswersEveryIncomingCallOnTheLineItArrivedOn) {
     EXPECT_CALL(service, answerCall("1002", 13)).WillOnce(Return(sfiSuccess));
 
     LogLines log;
-    ringOn(app, "1001", 12);
-    ringOn(app, "1002", 13);
+    deliver(app, events::incomingCall, {{"lineId", "1001"}, {"callId", 12}, {"uri", "sip:2005"}});
+    deliver(app, events::incomingCall, {{"lineId", "1002"}, {"callId", 13}});
     EXPECT_THAT(log.messages, ElementsAre());
 }
 
@@ -68,9 +58,10 @@ TEST(AutoAnswer, LogsEveryCallStateChangeAndEveryRefusedAnswer) {
     EXPECT_CALL(service, answerCall("1001", 12)).WillOnce(Return(sfiFailure));
 
     LogLines log;
-    changeState(app, "1001", 12, 1);
-    ringOn(app, "1001", 12);
-    changeState(app, "1001", 12, 3);
+    deliver(app, events::callStateChange, {{"lineId", "1001"}, {"callId", 12}, {"callState", 1}});
+    deliver(app, events::incomingCall, {{"lineId", "1001"}, {"callId", 12}});
+    deliver(app, events::callStateChange, {{"lineId", "1001"}, {"callId", 12}, {"callState", 3}});
+    deliver(app, events::callHeld, {{"lineId", "1001"}, {"callId", 12}});
     EXPECT_THAT(log.messages, ElementsAre("line 1001 call 12 state 1",
                                           "answering call 12 on line 1001 failed with result 0",
                                           "line 1001 call 12 state 3"));
@@ -89,59 +80,6 @@ TEST(AutoAnswer, ActivatesTheServiceAndSubscribesItselfWhenStarted) {
     Context context;
     app.init(context);
     EXPECT_THAT(log.messages, ElementsAre("subscribing failed with result 0"));
-}
-
-// The installed plug-in's event invoker, loaded by path and created through its factory
-// as the framework does, turns the service's event texts into the callbacks above.
-class ThroughThePlugIn : public ::testing::Test {
-protected:
-    void SetUp() override {
-        library = dlopen(PLUGIN_PATH, RTLD_NOW);
-        ASSERT_NE(library, nullptr) << dlerror();
-        using Factory = Invoker* (*)();
-        auto create =
-            reinterpret_cast<Factory>(dlsym(library, "createCommunicationsServiceEventInvoker"));
-        ASSERT_NE(create, nullptr) << dlerror();
-        invoker.reset(create());
-    }
-
-    void TearDown() override {
-        invoker.reset();
-        if (library != nullptr) dlclose(library);
-    }
-
-    void deliver(Executable& subscriber, const std::string& event) {
-        invoker->handleMessage(&subscriber, event.c_str(), static_cast<int>(event.size()), nullptr);
-    }
-
-    void* library = nullptr;
-    std::unique_ptr<Invoker> invoker;
-};
-
-const std::string incomingCall = "<Method>IncomingCallEvent</Method><LineID>1001</LineID>"
-                                 "<CallID>12</CallID><URI>sip:2002@pbx</URI><Name>Bob</Name>";
-
-TEST_F(ThroughThePlugIn, AnIncomingCallReachesTheSubscriberWithItsLineAndCall) {
-    RecordingSubscriber subscriber;
-    deliver(subscriber, incomingCall);
-
-    ASSERT_THAT(subscriber.callbackNames(), ElementsAre("onIncomingCallEvent"));
-    const std::vector<std::string>& arguments = subscriber.calls()[0].arguments;
-    EXPECT_EQ(arguments.at(0), "1001");
-    EXPECT_EQ(arguments.at(1), "12");
-    EXPECT_EQ(arguments.at(3), "Bob");
-}
-
-TEST_F(ThroughThePlugIn, TheApplicationAnswersAnIncomingCallAndLogsItsStates) {
-    MockCommunicationsService service;
-    AutoAnswer app(service);
-    EXPECT_CALL(service, answerCall("1001", 12)).WillOnce(Return(sfiSuccess));
-
-    LogLines log;
-    deliver(app, incomingCall);
-    deliver(app, "<Method>CallStateChangeEvent</Method><LineID>1001</LineID><CallID>12</CallID>"
-                 "<CallState>3</CallState>");
-    EXPECT_THAT(log.messages, ElementsAre("line 1001 call 12 state 3"));
 }
 
 } // namespace

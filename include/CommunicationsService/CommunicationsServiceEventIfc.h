@@ -60,13 +60,27 @@ static_assert(offsetof(CallPartyInfo, callingParty) == 483, "field 9");
 /// CommunicationsServiceIfc name them. A `uri`, `name` and `fullPai` describe the remote
 /// party: its address, its display name and its full P-Asserted-Identity. Codes whose
 /// numbering the service defines (call states, reasons, impact levels and the like) are
-/// passed on as the service sends them.
+/// passed on as the service sends them; the desktop simulator's numbering is on the
+/// main page of this reference.
+///
+/// Threads: the framework calls the invoker, and so every callback, on the thread it
+/// delivers events on; the library starts none. On the desktop host that is one delivery
+/// thread per host: callbacks run there one at a time, in the order the service sent the
+/// events, never on the thread that sent a request. A callback may send requests of
+/// CommunicationsServiceIfc there and gets their answers; events that arrive meanwhile
+/// wait until it returns.
+///
+/// CommunicationsServiceEventAdapter implements every callback with an empty body, for
+/// subscribers that handle a few events only.
 class FRAMEWORK_API CommunicationsServiceEventIfc {
 public:
     /// A call changed its state.
     /// @param lineId                    the call's line.
     /// @param callId                    the call.
-    /// @param callState                 the state the call is in now.
+    /// @param callState                 the state the call is in now; the desktop
+    ///                                  simulator's states are 0 idle (cleared),
+    ///                                  1 dialing, 2 ringback, 3 ringing, 4 connected,
+    ///                                  5 held, 6 busy, 7 failed, 8 conferenced.
     /// @param reason                    why the state changed.
     /// @param sendOptions               the service's send options for the call.
     /// @param uri                       the remote party's address.

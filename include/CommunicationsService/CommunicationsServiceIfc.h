@@ -24,6 +24,35 @@ class Executable;
 /// Most operations return a result code, an #sfiResult held in an `int`: #sfiSuccess (5)
 /// when the service carried the request out, #sfiFailure (0) for every other answer.
 /// Success is the highest value, not zero. Failures of the service are never thrown.
+///
+/// The operations by what they do (the table keeps its own order):
+/// - Session: #activate, #deactivate, #subscribe, #processSignallingComponentEvent,
+///   #csCommunicationsService, #activateStoredFwd.
+/// - Calls: #outgoingCallMake, #acceptCall, #answerCall, #refuseCall, #deflectCall,
+///   #callClear, #holdCall, #retrieveCall, #alternateCalls, #consultationCall,
+///   #attendedTransferCall, #blindTransferCall, #conferenceCall, #generateDigits,
+///   #directedPickupCall, #groupPickupCall.
+/// - Features and settings: #activateCallbackRinging, #activateCallbackBusy,
+///   #cancelCallbacks, #setDoNotDisturb, #setForwardingConfiguration, #setMicrophoneMute,
+///   #setAssociatedCalls, #setLampMode, #makeSecurityChangeReinvite,
+///   #setIsInServiceInitiatedState, #systemStatus, #setServiceState.
+/// - Queries: #getServiceState, #getDoNotDisturb, #getMicrophoneMute,
+///   #getForwardingConfiguration, #getMessageWaitingIndicator, #getDevices,
+///   #isCallHoldPossible, #getManualHoldIndication.
+/// - Pass-through to the service's CSTA and server side: #SendCSTARequest,
+///   #sendUACSTAServerMessage, #InitializeOrFinalizeServerFeatures, #setAgentState,
+///   #callbackDOFeatureCallID, #RemoveConfParticipant.
+///
+/// Call identifiers belong to the service: the one an application passes to
+/// #outgoingCallMake is a proposal, and the call's events (first
+/// CommunicationsServiceEventIfc::onCallStateChangeEvent on the line, with the destination
+/// as `uri`) carry the one the service uses; calls that arrive bring theirs in
+/// CommunicationsServiceEventIfc::onIncomingCallEvent.
+///
+/// The library holds no lock and keeps no state, so operations may be called from any
+/// thread that the framework's channel allows, a callback's included. The desktop host
+/// allows both: each request waits only for its own answer, which the host reads on a
+/// thread of its own while a callback waits.
 class FRAMEWORK_API CommunicationsServiceIfc {
 public:
     /// Forwards a block of signalling data to the service without waiting for an answer.
@@ -43,7 +72,14 @@ public:
     virtual int callClear(const std::string& line, int callId, CSTAEventCause cause) = 0;
     /// Places a call from @p line to @p destination as call @p callId.
     /// @param line                the line that places the call.
-    /// @param callId              the call's identifier.
+    /// @param callId              the identifier the application proposes for the call. The
+    ///                            service owns call identifiers and names the call in its
+    ///                            events by the one it uses: the first call-state event of
+    ///                            the call on @p line, with @p destination as its `uri`.
+    ///                            The desktop simulator takes a positive identifier that no
+    ///                            call holds, and otherwise numbers the call itself (from 1
+    ///                            upwards), so an application that passes 0 learns the
+    ///                            identifier from that event.
     /// @param destination         the number or address to call.
     /// @param dssDirectCall       set when the call comes from a direct station selection
     ///                            (DSS) key.

@@ -12,12 +12,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <mutex>
 
 #include "../CommandLine.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/Version.h"
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/desktop/Host.h"
 #include "Console.h"
@@ -169,12 +171,24 @@ int runScript(console::Console& console, std::istream& input, const std::string&
     return 0;
 }
 
+// An installed console loads the plug-in installed with it; in the build tree, the one
+// built with it.
+std::string defaultPluginPath() {
+    std::error_code error;
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (!error) {
+        const std::filesystem::path installed = self.parent_path() / COMMS_INSTALLED_PLUGIN;
+        if (std::filesystem::exists(installed, error)) return installed.lexically_normal();
+    }
+    return COMMS_PLUGIN_PATH;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     CLI::App app{"Drives the communications service through the plug-in, one operation per line."};
     desktop::Host::Options options;
-    options.pluginPath = COMMS_PLUGIN_PATH;
+    options.pluginPath = defaultPluginPath();
     std::string scriptPath;
     std::string channelName = "console-" + std::to_string(getpid());
     int answerTimeout = 10000;
@@ -194,6 +208,7 @@ int main(int argc, char** argv) {
         ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    app.set_version_flag("--version", "comms-console " COMMUNICATIONS_SERVICE_VERSION);
     if (const std::optional<int> status = kit::parse(app, "comms-console", argc, argv))
         return *status;
 

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "../CommandLine.h"
+#include "CommunicationsService/Version.h"
 #include "ControlScript.h"
 #include "PhoneService.h"
 #include "Server.h"
@@ -100,6 +101,7 @@ int main(int argc, char** argv) {
     app.add_option("--script", scriptPath, "Control script of timed steps to run once serving")
         ->check(kit::readableFile());
     app.add_flag("-v,--verbose", verbose, "Log every request, answer and event");
+    app.set_version_flag("--version", "comms-simulator " COMMUNICATIONS_SERVICE_VERSION);
 
     std::vector<std::string> controlWords;
     CLI::App* controlCommand =

@@ -1,18 +1,9 @@
 #pragma once
 
-// A subscriber for unit tests that records every callback it receives, so that a test can
-// compare whole calls ("onCallHeldEvent" with "L1" and "7") against rows of a table.
-//
-//     communications::testing::RecordingSubscriber subscriber;
-//     invoker.handleMessage(&subscriber, text, 0, nullptr);
-//     EXPECT_EQ(subscriber.calls().at(0), (RecordedCall{"onCallHeldEvent", {"L1", "7"}}));
-//
-// Arguments are kept as texts: numbers in decimal, flags as "true" or "false", strings as
-// they are, lists as [1, 2] or ["a", "b"], and a CallPartyInfo as the texts of its nine
-// fields in order. Every callback is virtual, so a test can derive from this class to
-// throw, to change a payload or to look at a record before it is released.
+/// @file
+/// A subscriber that records every callback it receives, for tests that check which events
+/// reach a subscriber and with which arguments.
 
-#include <algorithm>
 #include <cstddef>
 #include <ostream>
 #include <string>
@@ -23,21 +14,23 @@
 
 namespace communications::testing {
 
-// One callback as it arrived: its name and its arguments as texts, in order.
+/// One callback as it arrived: its name and its arguments as texts, in order.
 struct RecordedCall {
-    std::string callback;
-    std::vector<std::string> arguments;
+    std::string callback;               ///< the callback's name, such as "onCallHeldEvent"
+    std::vector<std::string> arguments; ///< its arguments as toText() writes them
 };
 
+/// Whether two calls have the same callback and the same argument texts.
 inline bool operator==(const RecordedCall& left, const RecordedCall& right) {
     return left.callback == right.callback && left.arguments == right.arguments;
 }
 
+/// Whether two calls differ in callback or in an argument text.
 inline bool operator!=(const RecordedCall& left, const RecordedCall& right) {
     return !(left == right);
 }
 
-// Prints onCallHeldEvent("L1", "7"); test frameworks use it in their failure messages.
+/// Prints `onCallHeldEvent("L1", "7")`; test frameworks use it in their failure messages.
 inline std::ostream& operator<<(std::ostream& out, const RecordedCall& call) {
     out << call.callback << '(';
     for (std::size_t i = 0; i < call.arguments.size(); ++i) {
@@ -46,12 +39,29 @@ inline std::ostream& operator<<(std::ostream& out, const RecordedCall& call) {
     return out << ')';
 }
 
+/// @brief A subscriber that records every callback it receives as a RecordedCall.
+///
+/// For tests that check what reaches a subscriber: an application's tests against the
+/// simulator through the desktop host, tests of an application's own source of events
+/// (a relay, a replay of a trace), or, with deliver(), of what an event turns into:
+///
+/// @code
+/// communications::testing::RecordingSubscriber subscriber;
+/// deliver(subscriber, events::callHeld, {{"lineId", "1001"}, {"callId", 7}});
+/// EXPECT_EQ(subscriber.calls().at(0), (RecordedCall{"onCallHeldEvent", {"1001", "7"}}));
+/// @endcode
+///
+/// The call-state event's CallPartyInfo is recorded as the nine texts of toTexts() in
+/// place of the pointer. Every callback is virtual, so a test can derive from this class
+/// to throw, to change a payload or to look at a record before it is released. Callbacks
+/// are recorded without a lock: read calls() on the delivering thread, or after delivery
+/// has stopped.
 class RecordingSubscriber : public CallbackRecorder {
 public:
-    // Every callback received so far, oldest first.
+    /// Every callback received so far, oldest first.
     const std::vector<RecordedCall>& calls() const { return received; }
 
-    // Only the callback names, for tests that care which callbacks ran.
+    /// Only the callback names, for tests that care which callbacks ran.
     std::vector<std::string> callbackNames() const {
         std::vector<std::string> names;
         for (const RecordedCall& call : received)
@@ -59,9 +69,11 @@ public:
         return names;
     }
 
+    /// Forgets the calls recorded so far.
     void clear() { received.clear(); }
 
 protected:
+    /// Keeps the call's argument texts, without their names.
     void recorded(NamedCall call) override {
         RecordedCall texts{std::move(call.callback), {}};
         for (NamedValue& argument : call.arguments)

@@ -1,0 +1,164 @@
+// Typed event delivery of the test support: the named arguments arrive as given, every
+// other one as from an event without its field, and mistakes are refused with their name.
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "CommunicationsService/testing/EventDelivery.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
+
+namespace {
+
+using namespace communications::testing;
+
+struct DeliveryCase {
+    const char* label;
+    std::function<void(RecordingSubscriber&)> send;
+    RecordedCall expected;
+};
+
+// The call-state event's arguments: the record's nine texts stand between the others.
+std::vector<std::string> callState(std::vector<std::string> front,
+                                   const std::vector<std::string>& parties,
+                                   const std::vector<std::string>& back) {
+    front.insert(front.end(), parties.begin(), parties.end());
+    front.insert(front.end(), back.begin(), back.end());
+    return front;
+}
+
+TEST(EventDelivery, NamedArgumentsArriveAsGivenAndTheRestAsFromAnEventWithoutThem) {
+    const std::vector<DeliveryCase> cases = {
+        {"incoming call",
+         [](auto& s) {
+             deliver(s, events::incomingCall,
+                     {{"lineId", "1001"}, {"callId", 12}, {"uri", "sip:2005"}});
+         },
+         {"onIncomingCallEvent",
+          {"1001", "12", "sip:2005", "", "", "", "", "true", "-1", "", "", "-1", "true", "-1", "-1",
+           "-1", "true"}}},
+        {"call state with two parties",
+         [](auto& s) {
+             deliver(s, events::callStateChange,
+                     {{"callState", 4}, {"calledPartyName", "Desk"}, {"callingParty", "sip:2005"}});
+         },
+         {"onCallStateChangeEvent", callState({"", "-1", "4", "-1", "-1", "", "", ""},
+                                              {"", "", "", "", "0", "Desk", "", "", "sip:2005"},
+                                              {"-1", "-1", "", "true", "-1", "-1"})}},
+        {"call state without a field",
+         [](auto& s) { deliver(s, events::callStateChange); },
+         {"onCallStateChangeEvent",
+          callState({"", "-1", "-1", "-1", "-1", "", "", ""}, {"", "", "", "", "0", "", "", "", ""},
+                    {"-1", "-1", "", "true", "-1", "-1"})}},
+        {"counters keep their 32 bits",
+         [](auto& s) {
+             deliver(
+                 s, events::messageWaiting,
+                 {{"newMessages", 3000000000u}, {"oldMessages", 2}, {"voiceMailNumber", "8000"}});
+         },
+         {"onMessageWaitingEvent",
+          {"", "-1", "3000000000", "2", "4294967295", "4294967295", "-1", "-1", "-1", "8000"}}},
+        {"lists with bytes the encoding escapes",
+         [](auto& s) {
+             deliver(
+                 s, events::securityStatusChanged,
+                 {{"callIdsRecorded", {1, -12}}, {"callLineURIsRecorded", {"sip:a;b", "<x>&%"}}});
+         },
+         {"onSecurityStatusChanged", {"", "-1", "-1", "[1, -12]", "[\"sip:a;b\", \"<x>&%\"]"}}},
+        {"markup in a text",
+         [](auto& s) {
+             deliver(
+                 s, events::conferenceStatus,
+                 {{"xmlContent", "<conference-info><user entity=\"sip:2\"/></conference-info>"}});
+         },
+         {"onConferenceStatusEvent",
+          {"", "-1", "<conference-info><user entity=\"sip:2\"/></conference-info>"}}},
+        {"payload alone: its element reads as missing",
+         [](auto& s) {
+             deliver(s, events::b2buaCSTAResponse, {{"cstaResponse", "<Ok/>"}});
+         },
+         {"onB2buaCSTAResponse", {"", "true", "<Ok/>"}}},
+        {"payload after a named element",
+         [](auto& s) {
+             deliver(s, events::b2buaCSTAEventOrRequest,
+                     {{"cstaMessage", "<Ev><a>1</a></Ev>"}, {"lineURI", "sip:1001"}});
+         },
+         {"onB2buaCSTAEventOrRequest", {"sip:1001", "<Ev><a>1</a></Ev>"}}},
+        {"element without its payload",
+         [](auto& s) {
+             deliver(s, events::b2buaCSTAResponse, {{"success", false}});
+         },
+         {"onB2buaCSTAResponse", {"", "false", ""}}},
+        {"flag off",
+         [](auto& s) {
+             deliver(s, events::doNotDisturb, {{"doNotDisturbOn", false}});
+         },
+         {"onDoNotDisturbEvent", {"", "false"}}},
+        {"event without fields",
+         [](auto& s) { deliver(s, events::devicesChanged); },
+         {"onDevicesChangedEvent", {}}},
+    };
+    for (const DeliveryCase& row : cases) {
+        SCOPED_TRACE(row.label);
+        RecordingSubscriber subscriber;
+        row.send(subscriber);
+        EXPECT_EQ(subscriber.calls(), std::vector<RecordedCall>{row.expected});
+    }
+}
+
+struct Mistake {
+    std::function<void()> send;
+    std::string message;
+};
+
+TEST(EventDelivery, RefusesMistakesNamingTheEventAndTheArgument) {
+    RecordingSubscriber subscriber;
+    const std::vector<Mistake> cases = {
+        {[&] {
+             deliver(subscriber, events::callHeld, {{"callid", 12}});
+         },
+         "event CallHeldEvent: has no argument 'callid' (it has: lineId, callId)"},
+        {[&] {
+             deliver(subscriber, events::callStateChange, {{"callPartyInfo", "x"}});
+         },
+         "has no argument 'callPartyInfo' (it has: lineId, callId, callState, reason, "
+         "sendOptions, uri, name, fullPai, callingParty, callingPartyName, calledParty, "
+         "calledPartyName, resourcePriority"},
+        {[&] {
+             deliver(subscriber, events::callHeld, {{"callId", "12"}});
+         },
+         "event CallHeldEvent: argument 'callId' takes an int"},
+        {[&] {
+             deliver(subscriber, events::doNotDisturb, {{"doNotDisturbOn", 1}});
+         },
+         "argument 'doNotDisturbOn' takes a bool"},
+        {[&] {
+             deliver(subscriber, events::callHeld, {{"callId", 1}, {"callId", 2}});
+         },
+         "names 'callId' twice"},
+        {[&] {
+             deliver(subscriber, events::conferenceStatus, {{"xmlContent", "a</XMLContent>"}});
+         },
+         "the text of <XMLContent> cannot hold </XMLContent>"},
+        {[&] {
+             deliver(subscriber, events::callHeld, {{"lineId", static_cast<const char*>(nullptr)}});
+         },
+         "argument 'lineId' is null"},
+    };
+    for (const Mistake& mistake : cases) {
+        SCOPED_TRACE(mistake.message);
+        try {
+            mistake.send();
+            ADD_FAILURE() << "delivered";
+        } catch (const std::invalid_argument& error) {
+            EXPECT_NE(std::string(error.what()).find(mistake.message), std::string::npos)
+                << error.what();
+        }
+    }
+    EXPECT_TRUE(subscriber.calls().empty());
+}
+
+} // namespace

@@ -1,0 +1,96 @@
+// Callbacks on the desktop host run on its delivery thread and may send requests: the
+// answer arrives while the callback waits, and later events wait for the callback.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CommunicationsService/CommunicationsServiceEventAdapter.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/desktop/Host.h"
+#include "SimulatorProcess.h"
+
+namespace {
+
+// Answers every incoming call from inside its callback, as applications do.
+class AnsweringSubscriber : public Executable, public CommunicationsServiceEventAdapter {
+public:
+    void init(Context& /*context*/) override {}
+    void shutdown() override {}
+
+    void onIncomingCallEvent(const std::string& lineId, int callId, const std::string&,
+                             const std::string&, const std::string&, const std::string&,
+                             const std::string&, bool, int, const std::string&, const std::string&,
+                             int, bool, int, int, int, bool) override {
+        note("incoming " + std::to_string(callId));
+        const int answered = service->answerCall(lineId, callId);
+        bool muted = true;
+        const int queried = service->getMicrophoneMute(muted);
+        note("answerCall " + std::to_string(answered) + ", getMicrophoneMute " +
+             std::to_string(queried));
+    }
+
+    void onCallStateChangeEvent(const std::string&, int callId, int callState, int, int,
+                                const std::string&, const std::string&, const std::string&,
+                                CallPartyInfo*, int, int, const std::string&, bool, int,
+                                int) override {
+        note("call " + std::to_string(callId) + " state " + std::to_string(callState));
+    }
+
+    // What happened, once `last` has; empty after the timeout.
+    std::vector<std::string> awaitNote(const std::string& last) {
+        std::unique_lock<std::mutex> lock(mutex);
+        const bool seen = noted.wait_for(lock, std::chrono::seconds(5),
+                                         [&] { return !notes.empty() && notes.back() == last; });
+        return seen ? notes : std::vector<std::string>();
+    }
+
+    std::set<std::thread::id> callbackThreads() {
+        std::lock_guard<std::mutex> lock(mutex);
+        return threads;
+    }
+
+    CommunicationsServiceIfc* service = nullptr;
+
+private:
+    void note(const std::string& line) {
+        std::lock_guard<std::mutex> lock(mutex);
+        notes.push_back(line);
+        threads.insert(std::this_thread::get_id());
+        noted.notify_all();
+    }
+
+    std::mutex mutex;
+    std::condition_variable noted;
+    std::vector<std::string> notes;
+    std::set<std::thread::id> threads;
+};
+
+TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
+    kit::SimulatorProcess simulator;
+    AnsweringSubscriber subscriber;
+    desktop::Host::Options options;
+    options.pluginPath = PLUGIN_PATH;
+    options.socketPath = simulator.socketPath();
+    desktop::Host host(options);
+    subscriber.service = &host.service();
+    host.attach(subscriber, "answering");
+    ASSERT_EQ(host.service().activate(), sfiSuccess);
+    ASSERT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
+
+    ASSERT_EQ(host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
+    const std::vector<std::string> expected = {"incoming 1", "answerCall 5, getMicrophoneMute 5",
+                                               "call 1 state 3", "call 1 state 4"};
+    EXPECT_EQ(subscriber.awaitNote("call 1 state 4"), expected) << simulator.log();
+    const std::set<std::thread::id> threads = subscriber.callbackThreads();
+    ASSERT_EQ(threads.size(), 1u);
+    EXPECT_NE(*threads.begin(), std::this_thread::get_id());
+}
+
+} // namespace

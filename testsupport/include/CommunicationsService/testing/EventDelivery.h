@@ -1,0 +1,271 @@
+#pragma once
+
+/// @file
+/// Delivers any of the service's events to a subscriber in one line of a unit test,
+/// naming only the arguments the test cares about:
+///
+/// @code
+/// using namespace communications::testing;
+/// deliver(app, events::incomingCall, {{"lineId", "1001"}, {"callId", 12}, {"uri", "sip:2005"}});
+/// @endcode
+///
+/// The event is written as the service would send it, with an element for each named
+/// argument only, and handed to the plug-in's own event invoker. So every argument the test
+/// leaves out arrives exactly as it does from an event that lacks the field: -1 for a
+/// number, "" for a text, true for a flag, 4294967295 for a message counter, an empty list,
+/// and a CallPartyInfo record with empty texts.
+///
+/// Each event is named after its callback without `on` and a final `Event`, starting in
+/// lower case: `events::callStateChange` calls `onCallStateChangeEvent`,
+/// `events::securityStatusChanged` calls `onSecurityStatusChanged`,
+/// `events::b2buaCSTAResponse` calls `onB2buaCSTAResponse`. They are the entries of the
+/// protocol's description, `CommunicationsService/protocol/Events.h`.
+///
+/// Arguments are named as the callback's parameters in CommunicationsServiceEventIfc; the
+/// call-state event's record takes the names of its fields instead (`callingParty`,
+/// `callingPartyName`, `calledParty`, `calledPartyName`). A name the event does not have,
+/// a name given twice, a value of the wrong kind, or a text that holds its own element's
+/// end tag throws std::invalid_argument naming the event and what is wrong.
+///
+/// The CSTA payloads (`cstaResponse`, `cstaMessage`) follow the element they are cut from
+/// (`success`, `lineURI`): naming a payload writes that element too, with the value it has
+/// when missing, and an event that names neither hands the callback what the phone would.
+///
+/// The invoker comes from the plug-in the test links: the `testing` component of the CMake
+/// package and the CommunicationsService-testing pkg-config module link it, together with
+/// the desktop framework it needs.
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
+#include <variant>
+#include <vector>
+
+#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/framework/Executable.h"
+#include "CommunicationsService/protocol/Events.h"
+
+/// The plug-in's factory of its event invoker.
+extern "C" FRAMEWORK_API Invoker* createCommunicationsServiceEventInvoker();
+
+namespace communications::testing {
+
+/// The 28 events by name, as the protocol describes them (events::incomingCall,
+/// events::callStateChange, ...), for deliver() and eventText().
+namespace events = ::CommunicationsService::protocol::events;
+
+/// One argument of an event: its name and its value. Written in braces, `{"callId", 12}`.
+class EventArgument {
+public:
+    /// The value of the argument, in one of the kinds the callbacks take.
+    using Value = std::variant<int, unsigned int, bool, std::string, std::vector<int>,
+                               std::vector<std::string>>;
+
+    /// A number, or a message counter given as a signed number.
+    EventArgument(std::string_view name, int value) : name(name), value(value) {}
+    /// A message counter.
+    EventArgument(std::string_view name, unsigned int value) : name(name), value(value) {}
+    /// A flag.
+    EventArgument(std::string_view name, bool value) : name(name), value(value) {}
+    /// A text; a null pointer is refused.
+    EventArgument(std::string_view name, const char* value) : name(name) {
+        if (value == nullptr) throw std::invalid_argument("argument '" + this->name + "' is null");
+        this->value = std::string(value);
+    }
+    /// A text.
+    EventArgument(std::string_view name, std::string_view value)
+        : name(name), value(std::string(value)) {}
+    /// A list of numbers written in braces, `{"callIdsRecorded", {1, 12}}`.
+    EventArgument(std::string_view name, std::initializer_list<int> value)
+        : name(name), value(std::vector<int>(value)) {}
+    /// A list of numbers held in a vector. (A template, so that braces holding texts never
+    /// take this way: a vector of numbers could be built from two character pointers.)
+    template <typename List, typename = std::enable_if_t<std::is_same_v<List, std::vector<int>>>>
+    EventArgument(std::string_view name, const List& value) : name(name), value(value) {}
+    /// A list of texts.
+    EventArgument(std::string_view name, std::vector<std::string> value)
+        : name(name), value(value) {}
+
+    std::string name; ///< the callback parameter's name
+    Value value;      ///< what it is to arrive as
+};
+
+namespace detail {
+
+using CommunicationsService::protocol::Kind;
+
+// The names under which a test sets the four party elements, in kPartyTags' order.
+inline constexpr std::string_view kPartyNames[] = {"callingParty", "callingPartyName",
+                                                   "calledParty", "calledPartyName"};
+
+// The arguments of one event and which of them have been written so far.
+class Writer {
+public:
+    Writer(std::string_view method, std::initializer_list<EventArgument> arguments)
+        : method(method), arguments(arguments), used(arguments.size(), false) {
+        text.append("<Method>").append(method).append("</Method>");
+        for (auto one = this->arguments.begin(); one != this->arguments.end(); ++one) {
+            for (auto other = this->arguments.begin(); other != one; ++other) {
+                if (other->name == one->name) fail("names '" + one->name + "' twice");
+            }
+        }
+    }
+
+    [[noreturn]] void fail(const std::string& what) const {
+        throw std::invalid_argument("event " + std::string(method) + ": " + what);
+    }
+
+    // The argument of that name, marked as written; nullptr when the test left it out.
+    const EventArgument::Value* take(std::string_view name) {
+        known.append(known.empty() ? "" : ", ").append(name);
+        std::size_t index = 0;
+        for (const EventArgument& argument : arguments) {
+            if (argument.name == name) {
+                used[index] = true;
+                return &argument.value;
+            }
+            ++index;
+        }
+        return nullptr;
+    }
+
+    // The value as the element's text; wrong kinds of value are refused.
+    std::string encode(std::string_view name, Kind kind, const EventArgument::Value& value) const {
+        const auto refuse = [&](const char* wanted) {
+            fail("argument '" + std::string(name) + "' takes " + wanted);
+        };
+        switch (kind) {
+        case Kind::number:
+            if (!std::holds_alternative<int>(value)) refuse("an int");
+            return std::to_string(std::get<int>(value));
+        case Kind::counter:
+            // The service's counters are 32 bits read as a signed number.
+            if (std::holds_alternative<unsigned int>(value))
+                return std::to_string(static_cast<std::int32_t>(std::get<unsigned int>(value)));
+            if (!std::holds_alternative<int>(value)) refuse("an unsigned int");
+            return std::to_string(std::get<int>(value));
+        case Kind::flag:
+            if (!std::holds_alternative<bool>(value)) refuse("a bool");
+            return std::get<bool>(value) ? "1" : "0";
+        case Kind::numberList:
+            if (!std::holds_alternative<std::vector<int>>(value)) refuse("a std::vector<int>");
+            return desktop::serializeList(std::get<std::vector<int>>(value));
+        case Kind::textList:
+            if (!std::holds_alternative<std::vector<std::string>>(value))
+                refuse("a std::vector<std::string>");
+            return desktop::serializeList(std::get<std::vector<std::string>>(value));
+        default:
+            if (!std::holds_alternative<std::string>(value)) refuse("a text");
+            return std::get<std::string>(value);
+        }
+    }
+
+    void element(std::string_view tag, const std::string& content) {
+        const std::string close = "</" + std::string(tag) + ">";
+        if (content.find(close) != std::string::npos)
+            fail("the text of <" + std::string(tag) + "> cannot hold " + close);
+        text.append("<").append(tag).append(">").append(content).append(close);
+    }
+
+    // The whole text, once every argument has found its field.
+    std::string finish() const {
+        std::size_t index = 0;
+        for (const EventArgument& argument : arguments) {
+            if (!used[index++])
+                fail("has no argument '" + argument.name + "' (it has: " + known + ")");
+        }
+        return text;
+    }
+
+    std::string_view method;
+    std::initializer_list<EventArgument> arguments;
+    std::vector<bool> used;
+    std::string known;
+    std::string text;
+};
+
+// The CSTA payload and the element it follows: the payload is the rest of the text behind
+// that element's end tag (`closing`, such as "/success>").
+struct Payload {
+    std::string_view closing;
+    const EventArgument::Value* value = nullptr;
+    std::string_view anchorTag;
+    std::string anchorText;
+    bool anchorNamed = false;
+};
+
+template <typename Field> void findPayload(const Field& field, Payload& payload) {
+    if constexpr (Field::kind == Kind::payload) payload.closing = field.tag;
+}
+
+template <typename Field> void writeField(Writer& writer, const Field& field, Payload& payload) {
+    if constexpr (Field::kind == Kind::parties) {
+        for (std::size_t party = 0; party < std::size(kPartyNames); ++party) {
+            if (const EventArgument::Value* value = writer.take(kPartyNames[party])) {
+                writer.element(CommunicationsService::protocol::kPartyTags[party],
+                               writer.encode(kPartyNames[party], Kind::text, *value));
+            }
+        }
+    } else if constexpr (Field::kind == Kind::payload) {
+        payload.value = writer.take(field.argument);
+        if (payload.value != nullptr) writer.encode(field.argument, Kind::payload, *payload.value);
+    } else {
+        const EventArgument::Value* value = writer.take(field.argument);
+        const std::string_view closing = payload.closing;
+        if (closing.size() == field.tag.size() + 2 &&
+            closing.substr(1, field.tag.size()) == field.tag) {
+            // Kept for the end, where the payload follows it; unnamed, it holds what reads
+            // as missing.
+            payload.anchorTag = field.tag;
+            payload.anchorNamed = value != nullptr;
+            payload.anchorText = value != nullptr
+                                     ? writer.encode(field.argument, Field::kind, *value)
+                                 : Field::kind == Kind::text ? ""
+                                                             : "-1";
+        } else if (value != nullptr) {
+            writer.element(field.tag, writer.encode(field.argument, Field::kind, *value));
+        }
+    }
+}
+
+} // namespace detail
+
+/// The text of the event with elements for the named arguments only, as deliver() hands it
+/// to the invoker. Throws std::invalid_argument as described for this file.
+template <typename Event>
+std::string eventText(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
+    detail::Writer writer(event.method, arguments);
+    detail::Payload payload;
+    std::apply([&](const auto&... field) { (detail::findPayload(field, payload), ...); },
+               event.fields);
+    std::apply([&](const auto&... field) { (detail::writeField(writer, field, payload), ...); },
+               event.fields);
+    if (payload.anchorNamed || payload.value != nullptr)
+        writer.element(payload.anchorTag, payload.anchorText);
+    std::string text = writer.finish();
+    if (payload.value != nullptr) text += std::get<std::string>(*payload.value);
+    return text;
+}
+
+/// The plug-in's event invoker, created once through its factory.
+inline Invoker& eventInvoker() {
+    static const std::unique_ptr<Invoker> invoker(createCommunicationsServiceEventInvoker());
+    return *invoker;
+}
+
+/// Delivers the event to @p subscriber through the plug-in's invoker, on the calling thread,
+/// as the framework delivers the service's events. @p subscriber must also derive from
+/// CommunicationsServiceEventIfc.
+template <typename Event>
+void deliver(Executable& subscriber, const Event& event,
+             std::initializer_list<EventArgument> arguments = {}) {
+    const std::string text = eventText(event, arguments);
+    eventInvoker().handleMessage(&subscriber, text.c_str(), static_cast<int>(text.size()), nullptr);
+}
+
+} // namespace communications::testing
