@@ -26,10 +26,8 @@ void expectScansEqualPlainReaders(const std::string& name, const std::string& me
         !name.empty() && name.front() != '/' && name.find_first_of("<>") == std::string::npos;
     if (usable && std::find(names.begin(), names.end(), name) == names.end())
         names.push_back(name);
-    std::vector<ElementName> prepared;
-    for (const std::string_view each : names)
-        prepared.push_back(elementName(each));
-    const ElementNames index{prepared.data(), prepared.size()};
+    const ElementNameSet prepared(names);
+    const ElementNames index = prepared.view();
     std::vector<ElementSpan> events(names.size());
     std::vector<ElementSpan> answers(names.size());
     // Scanned in a copy of exactly its size, so that a read past its end is caught.

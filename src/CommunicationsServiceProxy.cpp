@@ -245,10 +245,19 @@ void readAnswerField(const Field&, std::string_view response, ElementSpan span, 
 template <const auto& request, typename... Outputs, std::size_t... I>
 int readTagged(const std::string& response, std::index_sequence<I...>, Outputs&... outputs) {
     constexpr const auto& answer = request.answer;
-    static constexpr auto kNames = elementNames(std::array<std::string_view, sizeof...(I) + 1>{
-        std::get<I>(answer.fields).tag..., answer.resultTag});
-    std::array<ElementSpan, kNames.size()> spans;
-    findAnswerFields(response, {kNames.data(), kNames.size()}, spans.data());
+    struct Names {
+        NamePool<(std::get<I>(answer.fields).tag.size() + ... + answer.resultTag.size())> pool;
+        ElementName names[sizeof...(I) + 1];
+    };
+    static constexpr Names kNames = [] {
+        Names built{};
+        std::size_t next = 0;
+        for (const std::string_view tag : {std::get<I>(answer.fields).tag..., answer.resultTag})
+            built.names[next++] = built.pool.element(tag);
+        return built;
+    }();
+    std::array<ElementSpan, sizeof...(I) + 1> spans;
+    findAnswerFields(response, {kNames.pool.bytes, kNames.names, spans.size()}, spans.data());
     (readAnswerField(std::get<I>(answer.fields), response, spans[I], outputs), ...);
     return resultOf(valueOf(response, spans[sizeof...(I)]));
 }

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 
 namespace {
 
@@ -93,6 +94,15 @@ std::uint64_t loadWord(const char* bytes) {
     return word;
 }
 
+// The first `count` (1 to 7) bytes of a word as it was read from memory.
+std::uint64_t leadingBytes(std::size_t count) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return (std::uint64_t{1} << (8 * count)) - 1;
+#else
+    return ~std::uint64_t{0} << (64 - 8 * count);
+#endif
+}
+
 const char* findOpening(const char* from, const char* end) {
     return from == end ? nullptr
                        : static_cast<const char*>(
@@ -100,31 +110,27 @@ const char* findOpening(const char* from, const char* end) {
 }
 
 // Whether `name` followed by '>' stands at `at`, with `end` the end of the text.
-bool standsAt(const ElementName& name, const char* at, const char* end) {
-    const std::size_t size = name.text.size();
+bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
+    const std::size_t size = name.size;
+    const char* const bytes = pool + name.offset;
     const auto room = static_cast<std::size_t>(end - at);
+    if (room <= size || at[size] != '>' || *at != *bytes) return false;
+    // Near the end of the text, where a whole word may not be read.
     if (room < size + 8) {
-        // Near the end of the text, where a whole word may not be read.
-        return room > size && at[size] == '>' && std::memcmp(at, name.text.data(), size) == 0;
+        for (std::size_t i = 1; i < size; ++i) {
+            if (at[i] != bytes[i]) return false;
+        }
+        return true;
     }
-    const std::uint64_t differ = ((loadWord(at) & name.headMask) ^ name.head) |
-                                 ((loadWord(at + name.tailOffset) & name.tailMask) ^ name.tail);
-    if (differ != 0) return false;
-    for (std::size_t offset = 8; offset < name.tailOffset; offset += 8) {
-        if (loadWord(at + offset) != loadWord(name.text.data() + offset)) return false;
+    std::size_t offset = 0;
+    for (; offset + 8 <= size; offset += 8) {
+        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
     }
-    return true;
+    return offset == size ||
+           ((loadWord(at + offset) ^ loadWord(bytes + offset)) & leadingBytes(size - offset)) == 0;
 }
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
-
-// The first of `names` that stands at `at`, or kNone.
-std::size_t nameAt(ElementNames names, const char* at, const char* end) {
-    for (std::size_t i = 0; i < names.count; ++i) {
-        if (names.names[i].text.front() == *at && standsAt(names.names[i], at, end)) return i;
-    }
-    return kNone;
-}
 
 // The scan of one event: each '<' is looked at once, from left to right.
 class ElementScan {
@@ -136,8 +142,9 @@ public:
             spans[i] = ElementSpan{};
     }
 
-    void run() {
-        const char* open = nextOpening(begin);
+    void run(std::size_t from) {
+        if (unsettled == 0) return;
+        const char* open = inOrder(findOpening(begin + from, end));
         while (open != nullptr && unsettled != 0) {
             const char* const name = open + 1;
             if (name == end) break;
@@ -146,26 +153,57 @@ public:
     }
 
 private:
+    bool nameAt(std::size_t i, const char* at) const {
+        return standsAt(names.pool, names.names[i], at, end);
+    }
+
+    std::size_t sizeOf(std::size_t i) const { return names.names[i].size; }
+
     // The first '<' at or after `from`; after a closing tag it usually stands right there.
     const char* nextOpening(const char* from) const {
         if (from != end && *from == '<') return from;
         return findOpening(from, end);
     }
 
-    const ElementName& name(std::size_t i) const { return names.names[i]; }
+    // Whether "</" and the name of element i stand at `open`.
+    bool closes(std::size_t i, const char* open) const {
+        return end - open > 2 && open[1] == '/' && nameAt(i, open + 2);
+    }
+
+    // Expected order: while `open` starts the next element in order and the '<' after it
+    // ends that element, each '<' costs one compare.
+    const char* inOrder(const char* open) {
+        for (; open != nullptr && expected < names.count; ++expected) {
+            if (!nameAt(expected, open + 1)) return open;
+            const char* const value = open + 2 + sizeOf(expected);
+            spans[expected].value = static_cast<std::size_t>(value - begin);
+            const char* const close = findOpening(value, end);
+            if (close == nullptr || !closes(expected, close)) return close;
+            settle(expected, close);
+            open = nextOpening(close + 3 + sizeOf(expected));
+        }
+        return open;
+    }
 
     // `open` starts "</": settles the element still waiting for this end tag, if any.
     const char* afterClosing(const char* open) {
         const char* const at = open + 2;
         if (at == end) return nullptr;
         for (std::size_t i = 0; i < names.count; ++i) {
-            if (spans[i].value != std::string_view::npos && !spans[i].found() &&
-                name(i).text.front() == *at && standsAt(name(i), at, end)) {
+            if (spans[i].value != std::string_view::npos && !spans[i].found() && nameAt(i, at)) {
                 settle(i, open);
-                return nextOpening(at + name(i).text.size() + 1);
+                return nextOpening(at + sizeOf(i) + 1);
             }
         }
         return nextOpening(at);
+    }
+
+    // The first of the names that stands at `at`, or kNone.
+    std::size_t anyNameAt(const char* at) const {
+        for (std::size_t i = 0; i < names.count; ++i) {
+            if (nameAt(i, at)) return i;
+        }
+        return kNone;
     }
 
     // `open` may start a wanted element. On its first occurrence the value begins behind
@@ -173,20 +211,18 @@ private:
     const char* afterOpening(const char* open) {
         const char* const at = open + 1;
         std::size_t i = expected;
-        if (i >= names.count || !standsAt(name(i), at, end)) {
-            i = nameAt(names, at, end);
+        if (i >= names.count || !nameAt(i, at)) {
+            i = anyNameAt(at);
             if (i == kNone) return nextOpening(at);
         }
-        const char* const value = at + name(i).text.size() + 1;
+        const char* const value = at + sizeOf(i) + 1;
         if (spans[i].value != std::string_view::npos) return nextOpening(value);
         spans[i].value = static_cast<std::size_t>(value - begin);
         const char* const next = nextOpening(value);
-        if (next == nullptr || end - next < 2 || next[1] != '/' ||
-            !standsAt(name(i), next + 2, end))
-            return next;
+        if (next == nullptr || !closes(i, next)) return next;
         settle(i, next);
         expected = i + 1;
-        return nextOpening(next + 2 + name(i).text.size() + 1);
+        return nextOpening(next + 3 + sizeOf(i));
     }
 
     void settle(std::size_t i, const char* closing) {
@@ -204,14 +240,31 @@ private:
 
 } // namespace
 
-void findElements(std::string_view text, ElementNames names, ElementSpan* spans) {
-    ElementScan(text, names, spans).run();
+ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const std::string_view name = list[i];
+        if (name.empty() || name.size() > 255 || name.front() == '/' ||
+            name.find_first_of("<>") != std::string_view::npos ||
+            std::find(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(i), name) !=
+                list.begin() + static_cast<std::ptrdiff_t>(i) ||
+            pool.size() + name.size() > 0xFFFF)
+            throw std::invalid_argument("unusable element name");
+        names.push_back({static_cast<std::uint16_t>(pool.size()),
+                         static_cast<std::uint8_t>(name.size())});
+        pool.append(name);
+    }
+    pool.append(8, '\0');
+}
+
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
+                  std::size_t from) {
+    ElementScan(text, names, spans).run(from);
 }
 
 void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans) {
     constexpr std::size_t kMaxFields = 16;
     if (names.count > kMaxFields) {
-        findAnswerFields(answer, {names.names + kMaxFields, names.count - kMaxFields},
+        findAnswerFields(answer, {names.pool, names.names + kMaxFields, names.count - kMaxFields},
                          spans + kMaxFields);
     }
     const char* const begin = answer.data();
@@ -229,8 +282,7 @@ void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* 
         if (at == end) break;
         std::size_t* const first = closing ? ends : starts;
         for (std::size_t i = 0; i < count; ++i) {
-            if (first[i] == kNone && names.names[i].text.front() == *at &&
-                standsAt(names.names[i], at, end)) {
+            if (first[i] == kNone && standsAt(names.pool, names.names[i], at, end)) {
                 first[i] = static_cast<std::size_t>(open - begin);
                 --unseen;
                 break;
@@ -242,7 +294,7 @@ void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* 
             spans[i] = ElementSpan{};
             continue;
         }
-        const std::size_t value = starts[i] + names.names[i].text.size() + 2;
+        const std::size_t value = starts[i] + names.names[i].size + 2;
         // Unsigned on purpose, as in answerText.
         spans[i] = {value, value + std::min(answer.size() - value, ends[i] - value)};
     }
