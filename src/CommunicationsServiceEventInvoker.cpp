@@ -363,7 +363,8 @@ void deliverFields(Ifc* subscriber, Message& message, std::size_t from,
                                          {storage.texts.slots(), storage.numbers, lists, record.get()});
     if constexpr (has<Fields>(Kind::payload)) message.erase(0, cut);
     (void)cut;
-    (subscriber->*event.callback)(argument<Fields, I>(storage, message, record.get())...);
+    constexpr auto callback = event.callback;
+    (subscriber->*callback)(argument<Fields, I>(storage, message, record.get())...);
 }
 
 // Reads an event's fields and makes its one callback.
