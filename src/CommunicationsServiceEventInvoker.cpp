@@ -65,7 +65,8 @@ constexpr Bounds bounds() {
                 std::size_t elements = 0;
                 std::apply(
                     [&](const auto&... field) {
-                        ((elements += elementsOf(field.kind), most.names += field.tag.size()), ...);
+                        ((elements += elementsOf(field.kind), most.names += field.tag.size() + 1),
+                         ...);
                     },
                     one.fields);
                 most.fields = std::max(most.fields, fieldCount(one));
@@ -75,7 +76,7 @@ constexpr Bounds bounds() {
         },
         events::all);
     for (const std::string_view tag : protocol::kPartyTags)
-        most.names += tag.size();
+        most.names += tag.size() + 1;
     return most;
 }
 

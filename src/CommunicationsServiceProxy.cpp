@@ -196,9 +196,9 @@ constexpr Bounds bounds() {
                 std::apply([&](const auto&... field) { ((most.names += field.tag.size()), ...); },
                            one.fields);
                 if constexpr (shapeOf<Answer>() == Shape::tagged) {
-                    most.names += one.answer.resultTag.size();
+                    most.names += one.answer.resultTag.size() + 1;
                     std::apply(
-                        [&](const auto&... field) { ((most.names += field.tag.size()), ...); },
+                        [&](const auto&... field) { ((most.names += field.tag.size() + 1), ...); },
                         one.answer.fields);
                     most.answerFields = std::max(most.answerFields,
                                                  std::tuple_size_v<decltype(one.answer.fields)>);

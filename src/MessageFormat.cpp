@@ -88,16 +88,16 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 
 namespace {
 
-std::uint64_t loadWord(const char* bytes) {
+inline std::uint64_t loadWord(const char* bytes) {
     std::uint64_t word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
 }
 
-// The first `count` (1 to 7) bytes of a word as it was read from memory.
-std::uint64_t leadingBytes(std::size_t count) {
+// The first `count` (1 to 8) bytes of a word as it was read from memory.
+inline std::uint64_t leadingBytes(std::size_t count) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    return (std::uint64_t{1} << (8 * count)) - 1;
+    return ~std::uint64_t{0} >> (64 - 8 * count);
 #else
     return ~std::uint64_t{0} << (64 - 8 * count);
 #endif
@@ -109,25 +109,25 @@ const char* findOpening(const char* from, const char* end) {
                              std::memchr(from, '<', static_cast<std::size_t>(end - from)));
 }
 
-// Whether `name` followed by '>' stands at `at`, with `end` the end of the text.
-bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
-    const std::size_t size = name.size;
-    const char* const bytes = pool + name.offset;
-    const auto room = static_cast<std::size_t>(end - at);
-    if (room <= size || at[size] != '>' || *at != *bytes) return false;
-    // Near the end of the text, where a whole word may not be read.
-    if (room < size + 8) {
-        for (std::size_t i = 1; i < size; ++i) {
-            if (at[i] != bytes[i]) return false;
-        }
-        return true;
-    }
-    std::size_t offset = 0;
-    for (; offset + 8 <= size; offset += 8) {
+// Whether the `size` bytes at `at` are those of `bytes`, where a word can be read at both
+// from every offset below `size` (the text holds at least eight bytes behind `at`).
+inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
+    if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
+    for (std::size_t offset = 0; offset + 8 < size; offset += 8) {
         if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
     }
-    return offset == size ||
-           ((loadWord(at + offset) ^ loadWord(bytes + offset)) & leadingBytes(size - offset)) == 0;
+    return loadWord(at + size - 8) == loadWord(bytes + size - 8);
+}
+
+// Whether `name` followed by '>' stands at `at`, with `end` the end of the text. The pool
+// holds the '>' behind the name, so both are compared at once.
+inline bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
+    const std::size_t size = name.size + std::size_t{1};
+    const char* const bytes = pool + name.offset;
+    const auto room = static_cast<std::size_t>(end - at);
+    if (room >= 8 && room >= size) return sameWords(at, bytes, size);
+    // Near the end of the text, where a whole word cannot be read.
+    return room >= size && std::memcmp(at, bytes, size) == 0;
 }
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
@@ -137,14 +137,14 @@ class ElementScan {
 public:
     ElementScan(std::string_view text, ElementNames names, ElementSpan* spans)
         : begin(text.data()), end(text.data() + text.size()), names(names), spans(spans),
-          unsettled(names.count) {
-        for (std::size_t i = 0; i < names.count; ++i)
-            spans[i] = ElementSpan{};
-    }
+          unsettled(names.count) {}
 
     void run(std::size_t from) {
         if (unsettled == 0) return;
         const char* open = inOrder(findOpening(begin + from, end));
+        // The elements the expected order did not reach.
+        for (std::size_t i = reached; i < names.count; ++i)
+            spans[i] = ElementSpan{};
         while (open != nullptr && unsettled != 0) {
             const char* const name = open + 1;
             if (name == end) break;
@@ -173,16 +173,39 @@ private:
     // Expected order: while `open` starts the next element in order and the '<' after it
     // ends that element, each '<' costs one compare.
     const char* inOrder(const char* open) {
-        for (; open != nullptr && expected < names.count; ++expected) {
-            if (!nameAt(expected, open + 1)) return open;
-            const char* const value = open + 2 + sizeOf(expected);
-            spans[expected].value = static_cast<std::size_t>(value - begin);
-            const char* const close = findOpening(value, end);
-            if (close == nullptr || !closes(expected, close)) return close;
-            settle(expected, close);
-            open = nextOpening(close + 3 + sizeOf(expected));
+        // Locals, so that writing a span never makes the compiler read the members again.
+        const char* const pool = names.pool;
+        const ElementName* const list = names.names;
+        ElementSpan* const out = spans;
+        const char* const last = end;
+        std::size_t next = expected;
+        const char* stop = open;
+        for (; stop != nullptr && next < names.count; ++next) {
+            const ElementName name = list[next];
+            if (!standsAt(pool, name, stop + 1, last)) {
+                out[next] = ElementSpan{};
+                break;
+            }
+            const char* const value = stop + 2 + name.size;
+            const char* const close = findOpening(value, last);
+            if (close == nullptr || last - close < 2 || close[1] != '/' ||
+                !standsAt(pool, name, close + 2, last)) {
+                out[next] = {static_cast<std::size_t>(value - begin), std::string_view::npos};
+                stop = close;
+                reached = next + 1;
+                expected = next;
+                unsettled = names.count - next;
+                return stop;
+            }
+            out[next] = {static_cast<std::size_t>(value - begin),
+                         static_cast<std::size_t>(close - begin)};
+            stop = close + 3 + name.size;
+            if (stop == last || *stop != '<') stop = findOpening(stop, last);
         }
-        return open;
+        reached = stop != nullptr && next < names.count ? next + 1 : next;
+        expected = next;
+        unsettled = names.count - next;
+        return stop;
     }
 
     // `open` starts "</": settles the element still waiting for this end tag, if any.
@@ -236,6 +259,7 @@ private:
     ElementSpan* const spans;
     std::size_t unsettled;
     std::size_t expected = 0;
+    std::size_t reached = 0; // the spans the expected order has cleared
 };
 
 } // namespace
@@ -251,7 +275,7 @@ ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
             throw std::invalid_argument("unusable element name");
         names.push_back({static_cast<std::uint16_t>(pool.size()),
                          static_cast<std::uint8_t>(name.size())});
-        pool.append(name);
+        pool.append(name).append(1, '>');
     }
     pool.append(8, '\0');
 }

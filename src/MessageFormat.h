@@ -110,7 +110,8 @@ struct ElementName {
 
 // The names one scan looks for. Names must be non-empty, hold no '<' or '>' (so that no
 // tag begins inside another), not begin with '/', and be distinct; every tag of the
-// service keeps to that. The pool can be read eight bytes past its last name.
+// service keeps to that. In the pool each name is followed by '>', so that a name and the
+// end of its tag are compared as one, and the pool can be read eight bytes past its end.
 struct ElementNames {
     const char* pool;
     const ElementName* names;
@@ -118,27 +119,20 @@ struct ElementNames {
 };
 
 // A pool built at compile time from the names of a description: a name whose bytes are
-// already in the pool is not added again. `Capacity` bounds the names' total size.
+// already in the pool is not added again. `Capacity` bounds the names' total size with
+// a byte for each name's '>'.
 template <std::size_t Capacity> struct NamePool {
     char bytes[Capacity + 8] = {};
     std::size_t size = 0;
 
-    constexpr ElementName add(std::string_view name) {
-        if (name.empty() || name.size() > 255) throw "unusable element name";
-        for (std::size_t at = 0; at + name.size() <= size; ++at) {
-            if (std::string_view(bytes + at, name.size()) == name) return place(at, name);
-        }
-        if (size + name.size() > Capacity) throw "the pool is too small";
-        for (const char byte : name)
-            bytes[size++] = byte;
-        return place(size - name.size(), name);
-    }
+    // Any text, such as a method name.
+    constexpr ElementName add(std::string_view name) { return place(name, name.size()); }
 
-    // A name of the scans, which must keep to their rules.
+    // A name of the scans, which must keep to their rules; it is followed by '>'.
     constexpr ElementName element(std::string_view name) {
         if (name.empty() || name.front() == '/' || name.find_first_of("<>") != std::string_view::npos)
             throw "unusable element name";
-        return add(name);
+        return place(name, name.size() + 1);
     }
 
     constexpr std::string_view text(ElementName name) const {
@@ -146,7 +140,24 @@ template <std::size_t Capacity> struct NamePool {
     }
 
 private:
-    static constexpr ElementName place(std::size_t at, std::string_view name) {
+    // The name's bytes, and '>' when `stored` is one more, found in the pool or added.
+    constexpr ElementName place(std::string_view name, std::size_t stored) {
+        if (name.empty() || name.size() > 255) throw "unusable element name";
+        const auto matches = [&](std::size_t at) {
+            for (std::size_t i = 0; i < stored; ++i) {
+                if (bytes[at + i] != (i < name.size() ? name[i] : '>')) return false;
+            }
+            return true;
+        };
+        std::size_t at = 0;
+        while (at + stored <= size && !matches(at))
+            ++at;
+        if (at + stored > size) {
+            if (size + stored > Capacity) throw "the pool is too small";
+            at = size;
+            for (std::size_t i = 0; i < stored; ++i)
+                bytes[size++] = i < name.size() ? name[i] : '>';
+        }
         if (at > 0xFFFF) throw "the pool is too large";
         return {static_cast<std::uint16_t>(at), static_cast<std::uint8_t>(name.size())};
     }
