@@ -94,7 +94,6 @@ struct EventLayout {
 
 struct Catalogue {
     NamePool<kBounds.names> pool;
-    ElementName method;
     EventLayout events[kEvents];
 };
 
@@ -136,7 +135,6 @@ constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool
 
 constexpr Catalogue catalogue() {
     Catalogue built{};
-    built.method = built.pool.element(protocol::kMethodOpen.substr(1, 6));
     std::size_t row = 0;
     std::apply([&](const auto&... event) { ((built.events[row++] = layoutOf(event, built.pool)), ...); },
                events::all);
@@ -230,7 +228,9 @@ struct Values {
 // does, so that a missing closing text (not found, plus its nine bytes) wraps to 8.
 std::uint32_t readFields(const std::string& message, const EventLayout& layout,
                          std::size_t from, const Values& values) {
-    ElementSpan spans[kBounds.elements];
+    // Left uninitialised: findElements writes every span it is given.
+    alignas(ElementSpan) unsigned char spanBytes[sizeof(ElementSpan) * kBounds.elements];
+    auto* const spans = reinterpret_cast<ElementSpan*>(spanBytes);
     findElements(message, namesOf(layout), spans, from);
     const ElementSpan* span = spans;
     TextSlots texts = values.texts;
@@ -376,11 +376,20 @@ void deliver(Ifc* subscriber, Message& message, std::size_t from = 0) {
                          std::make_index_sequence<std::tuple_size_v<Fields>>());
 }
 
-template <std::size_t... Row>
-void deliverRow(std::size_t row, Ifc* subscriber, std::string& message, std::size_t from,
-                std::index_sequence<Row...>) {
-    ((row == Row ? deliver<std::get<Row>(events::all)>(subscriber, message, from) : void()), ...);
+using Delivery = void (*)(Ifc*, std::string&, std::size_t);
+
+template <std::size_t Row> void deliverAt(Ifc* subscriber, std::string& message, std::size_t from) {
+    deliver<std::get<Row>(events::all)>(subscriber, message, from);
 }
+
+template <std::size_t... Row>
+constexpr std::array<Delivery, kEvents> deliveries(std::index_sequence<Row...>) {
+    return {&deliverAt<Row>...};
+}
+
+// Each row's delivery, by its place in the description.
+constexpr std::array<Delivery, kEvents> kDeliveries =
+    deliveries(std::make_index_sequence<kEvents>());
 
 using RouteSet = std::uint32_t;
 static_assert(kEvents <= 32, "one bit per route");
@@ -429,18 +438,12 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     if (events == nullptr) std::printf("CommunicationsServiceEventSvc == NULL");
     // The routes are chosen before any handler runs, because the pass-through handlers cut
     // the text that the method name was read from.
-    ElementSpan method;
-    findElements(text, {kCatalogue.pool.bytes, &kCatalogue.method, 1}, &method);
-    // A text that begins with its method element, whose value holds no '<', has no start
-    // tag of a field before that element's end: the fields are looked for behind it.
     std::size_t fields = 0;
-    if (method.found() && method.value == protocol::kMethodOpen.size() &&
-        std::memchr(text.data() + method.value, '<', method.end - method.value) == nullptr)
-        fields = method.end + protocol::kMethodClose.size();
+    const ElementSpan method = findMethod(text, fields);
     RouteSet matching = routesMatching(valueOf(text, method));
     for (; matching != 0; matching &= matching - 1) {
         const auto row = static_cast<std::size_t>(__builtin_ctz(matching));
-        deliverRow(row, events, text, fields, std::make_index_sequence<kEvents>());
+        kDeliveries[row](events, text, fields);
         fields = 0; // a pass-through event may have cut the text
 
     }

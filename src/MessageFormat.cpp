@@ -127,7 +127,11 @@ inline bool standsAt(const char* pool, ElementName name, const char* at, const c
     const auto room = static_cast<std::size_t>(end - at);
     if (room >= 8 && room >= size) return sameWords(at, bytes, size);
     // Near the end of the text, where a whole word cannot be read.
-    return room >= size && std::memcmp(at, bytes, size) == 0;
+    if (room < size) return false;
+    for (std::size_t i = 0; i < size; ++i) {
+        if (at[i] != bytes[i]) return false;
+    }
+    return true;
 }
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
@@ -145,11 +149,12 @@ public:
         // The elements the expected order did not reach.
         for (std::size_t i = reached; i < names.count; ++i)
             spans[i] = ElementSpan{};
-        while (open != nullptr && unsettled != 0) {
+        while (open != nullptr && unsettled > 1) {
             const char* const name = open + 1;
-            if (name == end) break;
+            if (name == end) return;
             open = *name == '/' ? afterClosing(open) : afterOpening(open);
         }
+        if (open != nullptr && unsettled == 1) lastElement(open);
     }
 
 private:
@@ -248,6 +253,25 @@ private:
         return nextOpening(next + 3 + sizeOf(i));
     }
 
+    // Last element: when one element is left, each '<' is compared with its name only.
+    void lastElement(const char* open) {
+        std::size_t i = 0;
+        while (spans[i].found())
+            ++i;
+        for (; spans[i].value == std::string_view::npos; open = findOpening(open + 1, end)) {
+            if (open == nullptr) return;
+            if (nameAt(i, open + 1)) {
+                open += 2 + sizeOf(i);
+                spans[i].value = static_cast<std::size_t>(open - begin);
+                open = findOpening(open, end);
+                break;
+            }
+        }
+        for (; open != nullptr; open = findOpening(open + 1, end)) {
+            if (closes(i, open)) return settle(i, open);
+        }
+    }
+
     void settle(std::size_t i, const char* closing) {
         spans[i].end = static_cast<std::size_t>(closing - begin);
         --unsettled;
@@ -283,6 +307,46 @@ ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
 void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
                   std::size_t from) {
     ElementScan(text, names, spans).run(from);
+}
+
+namespace {
+
+constexpr std::string_view kMethodOpen = "<Method>";
+constexpr std::string_view kMethodClose = "</Method>";
+
+struct MethodName {
+    NamePool<kMethodOpen.size()> pool;
+    ElementName name;
+};
+
+constexpr MethodName methodName() {
+    MethodName method;
+    method.name = method.pool.element(kMethodOpen.substr(1, kMethodOpen.size() - 2));
+    return method;
+}
+
+constexpr MethodName kMethod = methodName();
+
+} // namespace
+
+ElementSpan findMethod(std::string_view text, std::size_t& fields) {
+    // Expected order: the service begins every event with its method element.
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    fields = 0;
+    if (text.size() >= kMethodOpen.size() + kMethodClose.size() &&
+        std::memcmp(begin, kMethodOpen.data(), kMethodOpen.size()) == 0) {
+        const char* const close = findOpening(begin + kMethodOpen.size(), end);
+        if (close != nullptr && static_cast<std::size_t>(end - close) >= kMethodClose.size() &&
+            std::memcmp(close, kMethodClose.data(), kMethodClose.size()) == 0) {
+            const auto value = static_cast<std::size_t>(close - begin);
+            fields = value + kMethodClose.size();
+            return {kMethodOpen.size(), value};
+        }
+    }
+    ElementSpan method;
+    findElements(text, {kMethod.pool.bytes, &kMethod.name, 1}, &method);
+    return method;
 }
 
 void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans) {

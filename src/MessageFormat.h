@@ -181,5 +181,10 @@ private:
 void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
                   std::size_t from = 0);
 
+// Locates the method element of an event, as findElements does for "Method". `fields` is
+// where a scan of the event's fields may begin: behind the method element when the text
+// begins with it and its value holds no '<' (no start tag of a field stands before), else 0.
+ElementSpan findMethod(std::string_view text, std::size_t& fields);
+
 // Locates fields of one of the service's answers in one pass, by the proxy's rules.
 void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans);
