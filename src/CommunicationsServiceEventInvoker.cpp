@@ -173,10 +173,10 @@ PartyRecord newPartyRecord() {
 
 // Copies up to the value's first NUL, cut to fit the field with its terminator.
 void copyInto(char (&field)[65], std::string_view value) {
-    const std::size_t limit = std::min(value.size(), sizeof field - 1);
-    std::size_t length = 0;
-    for (; length < limit && value[length] != '\0'; ++length)
-        field[length] = value[length];
+    std::size_t length = std::min(value.size(), sizeof field - 1);
+    if (const void* nul = std::memchr(value.data(), '\0', length))
+        length = static_cast<std::size_t>(static_cast<const char*>(nul) - value.data());
+    std::memcpy(field, value.data(), length);
     field[length] = '\0';
 }
 

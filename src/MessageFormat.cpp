@@ -113,7 +113,8 @@ const char* findOpening(const char* from, const char* end) {
 // from every offset below `size` (the text holds at least eight bytes behind `at`).
 inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
     if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
-    for (std::size_t offset = 0; offset + 8 < size; offset += 8) {
+    if (loadWord(at) != loadWord(bytes)) return false;
+    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
         if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
     }
     return loadWord(at + size - 8) == loadWord(bytes + size - 8);
@@ -192,7 +193,12 @@ private:
                 break;
             }
             const char* const value = stop + 2 + name.size;
-            const char* const close = findOpening(value, last);
+            // Most values are a digit or two: those bytes are looked at before memchr.
+            const char* close = value;
+            if (close != last && *close != '<' && ++close != last && *close != '<')
+                close = findOpening(close + 1, last);
+            else if (close == last)
+                close = nullptr;
             if (close == nullptr || last - close < 2 || close[1] != '/' ||
                 !standsAt(pool, name, close + 2, last)) {
                 out[next] = {static_cast<std::size_t>(value - begin), std::string_view::npos};
