@@ -20,140 +20,6 @@ constexpr const char* kLogComponent = "SIP Communications Service";
 constexpr const char* kLogSourceFile = "./src/CommunicationsServiceProxy.cpp";
 constexpr int kLogLevel = 5;
 
-// One request in the envelope. The fields are collected first and written at the end into
-// one string of exactly the request's length, so that a request costs one allocation
-// however long its values are. A null C string stops the text right after its field's
-// opening tag and drops everything after it, which is what the service has always
-// received for such a request.
-class Request {
-public:
-    explicit Request(std::string_view method)
-        : method(method), size(kOpenMethod.size() + method.size() + kCloseMethod.size()) {}
-    Request(const Request&) = delete;
-    Request& operator=(const Request&) = delete;
-
-    Request& text(std::string_view tag, std::string_view value) {
-        if (!truncated) add(tag).value = value;
-        return *this;
-    }
-    Request& text(std::string_view tag, const char* value) {
-        if (value != nullptr) return text(tag, std::string_view(value));
-        if (!truncated) add(tag).closed = false;
-        truncated = true;
-        return *this;
-    }
-    Request& decimal(std::string_view tag, int value) {
-        if (truncated) return *this;
-        Field& field = add(tag);
-        char* const digits = decimals[count - 1];
-        const auto written = std::to_chars(digits, digits + sizeof decimals[0], value);
-        field.value = std::string_view(digits, static_cast<std::size_t>(written.ptr - digits));
-        return *this;
-    }
-    Request& flag(std::string_view tag, bool value) { return text(tag, value ? "1" : "0"); }
-    Request& word(std::string_view tag, bool value) { return text(tag, value ? "TRUE" : "FALSE"); }
-    // The pass-through requests format numbers with the framework's own helper; its texts
-    // are kept together and found by their place among them.
-    Request& number(std::string_view tag, int value) {
-        if (truncated) return *this;
-        Field& field = add(tag);
-        field.spelledAt = spelled.size();
-        spelled += ClientUtils::itos(value);
-        field.spelledSize = spelled.size() - field.spelledAt;
-        return *this;
-    }
-    Request& payload(std::string_view value) {
-        if (!truncated) trailer = value;
-        return *this;
-    }
-
-    std::string str() const {
-        std::size_t total = size + trailer.size();
-        for (std::size_t i = 0; i < count; ++i) {
-            if (fields[i].closed) total += valueOf(fields[i]).size() + fields[i].tag.size() + 3;
-        }
-        std::string message(total, '\0');
-        char* out = put(message.data(), kOpenMethod);
-        out = put(put(out, method), kCloseMethod);
-        for (std::size_t i = 0; i < count; ++i) {
-            const Field& field = fields[i];
-            *out++ = '<';
-            out = put(out, field.tag);
-            *out++ = '>';
-            if (!field.closed) break;
-            out = put(out, valueOf(field));
-            *out++ = '<';
-            *out++ = '/';
-            out = put(out, field.tag);
-            *out++ = '>';
-        }
-        put(out, trailer);
-        return message;
-    }
-
-private:
-    static constexpr std::string_view kOpenMethod = "<Method>";
-    static constexpr std::string_view kCloseMethod = "</Method>";
-    static constexpr std::size_t kMaxFields = 6;
-    static constexpr std::size_t kNotSpelled = static_cast<std::size_t>(-1);
-
-    struct Field {
-        std::string_view tag;
-        std::string_view value;
-        std::size_t spelledAt;
-        std::size_t spelledSize;
-        bool closed;
-    };
-
-    template <std::size_t Width> static void copyWord(char* out, const char* from) {
-        char word[Width];
-        std::memcpy(word, from, Width);
-        std::memcpy(out, word, Width);
-    }
-
-    // Tags and most values are short: they are copied in two overlapping words, and only
-    // long pieces cost a call of memcpy (which must never see the null pointer that an
-    // empty view may hold).
-    static char* put(char* out, std::string_view piece) {
-        const char* const from = piece.data();
-        const std::size_t size = piece.size();
-        if (size > 16) {
-            std::memcpy(out, from, size);
-        } else if (size >= 8) {
-            copyWord<8>(out, from);
-            copyWord<8>(out + size - 8, from + size - 8);
-        } else if (size >= 4) {
-            copyWord<4>(out, from);
-            copyWord<4>(out + size - 4, from + size - 4);
-        } else {
-            for (std::size_t i = 0; i < size; ++i)
-                out[i] = from[i];
-        }
-        return out + size;
-    }
-
-    std::string_view valueOf(const Field& field) const {
-        if (field.spelledAt == kNotSpelled) return field.value;
-        return std::string_view(spelled).substr(field.spelledAt, field.spelledSize);
-    }
-
-    Field& add(std::string_view tag) {
-        if (count == kMaxFields) throw std::length_error("Request: too many fields");
-        fields[count] = Field{tag, {}, kNotSpelled, 0, true};
-        size += tag.size() + 2;
-        return fields[count++];
-    }
-
-    std::string_view method;
-    std::size_t size;
-    Field fields[kMaxFields];
-    char decimals[kMaxFields][12];
-    std::size_t count = 0;
-    std::string spelled;
-    std::string_view trailer;
-    bool truncated = false;
-};
-
 namespace protocol = CommunicationsService::protocol;
 namespace requests = protocol::requests;
 namespace answers = protocol::answers;
@@ -300,37 +166,73 @@ template <typename Field, typename Value> Argument argumentOf(const Field&, cons
     }
 }
 
+// One request in the envelope, written into one string of exactly its length, so that a
+// request costs one allocation however long its values are. A null C string stops the
+// text right after its field's opening tag and drops everything after it, which is what
+// the service has always received for such a request.
 std::string requestText(const RequestLayout& layout, const Argument* arguments) {
-    Request text(textOf(layout.method));
+    constexpr std::string_view kOpenMethod = protocol::kMethodOpen;
+    constexpr std::string_view kCloseMethod = protocol::kMethodClose;
+    const std::string_view method = textOf(layout.method);
+    std::string_view values[kBounds.fields];
+    char decimals[kBounds.fields][12];
+    // The pass-through requests format numbers with the framework's own helper.
+    std::string spelled[kBounds.fields];
+    std::size_t written = layout.fields; // fields written whole
+    std::size_t total = kOpenMethod.size() + method.size() + kCloseMethod.size();
     for (std::size_t i = 0; i < layout.fields; ++i) {
-        const std::string_view tag = textOf(layout.field[i].tag);
         const Argument& argument = arguments[i];
+        const std::size_t tag = layout.field[i].tag.size;
         switch (layout.field[i].encoding) {
         case Encoding::text:
         case Encoding::stateName:
-            if (argument.missing)
-                text.text(tag, static_cast<const char*>(nullptr));
-            else
-                text.text(tag, argument.text);
-            break;
-        case Encoding::decimal:
-            text.decimal(tag, argument.number);
-            break;
-        case Encoding::flag:
-            text.flag(tag, argument.number != 0);
-            break;
-        case Encoding::word:
-            text.word(tag, argument.number != 0);
-            break;
-        case Encoding::number:
-            text.number(tag, argument.number);
-            break;
         case Encoding::payload:
-            text.payload(argument.text);
+            values[i] = argument.text;
+            break;
+        case Encoding::decimal: {
+            const auto end = std::to_chars(decimals[i], decimals[i] + 12, argument.number).ptr;
+            values[i] = std::string_view(decimals[i], static_cast<std::size_t>(end - decimals[i]));
             break;
         }
+        case Encoding::flag:
+            values[i] = argument.number != 0 ? "1" : "0";
+            break;
+        case Encoding::word:
+            values[i] = argument.number != 0 ? "TRUE" : "FALSE";
+            break;
+        case Encoding::number:
+            spelled[i] = ClientUtils::itos(argument.number);
+            values[i] = spelled[i];
+            break;
+        }
+        if (argument.missing) {
+            total += tag + 2;
+            written = i;
+            break;
+        }
+        total += layout.field[i].encoding == Encoding::payload ? values[i].size()
+                                                               : 2 * tag + 5 + values[i].size();
     }
-    return text.str();
+    std::string message(total, '\0');
+    char* out = copyShort(message.data(), kOpenMethod);
+    out = copyShort(copyShort(out, method), kCloseMethod);
+    for (std::size_t i = 0; i < layout.fields; ++i) {
+        const std::string_view tag = textOf(layout.field[i].tag);
+        if (layout.field[i].encoding == Encoding::payload) {
+            out = copyShort(out, values[i]);
+            continue;
+        }
+        *out++ = '<';
+        out = copyShort(out, tag);
+        *out++ = '>';
+        if (i == written) break;
+        out = copyShort(out, values[i]);
+        *out++ = '<';
+        *out++ = '/';
+        out = copyShort(out, tag);
+        *out++ = '>';
+    }
+    return message;
 }
 
 void post(ProxyRequest& channel, const RequestLayout& layout, const Argument* arguments) {
@@ -534,7 +436,8 @@ void CommunicationsServiceProxy::processSignallingComponentEvent(const char* dat
 int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
     log(277, "subscribe start");
     if (subscriber == nullptr) return sfiFailure;
-    const std::string request = Request(requests::subscribe.method).str();
+    const std::string request =
+        requestText(kCatalogue.requests[rowOf<requests::subscribe>()], nullptr);
     std::string response;
     const std::string channelName = requestChannel->context->findChannel(subscriber);
     try {

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -55,6 +56,30 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 // - word compare: a name is compared eight bytes at a time with the text, read from a
 //   pool of names that may be read a word past its end, instead of a call of memcmp.
 // ---------------------------------------------------------------------------------------
+
+// Copies `piece` to `out` and gives the end of the copy. Short pieces, as tags and most
+// values are, go as two overlapping words; only long ones cost a call of memcpy (which
+// must never see the null pointer that an empty view may hold).
+inline char* copyShort(char* out, std::string_view piece) {
+    const char* const from = piece.data();
+    const std::size_t size = piece.size();
+    const auto copyWords = [&](auto word) {
+        std::memcpy(&word, from, sizeof word);
+        std::memcpy(out, &word, sizeof word);
+        std::memcpy(&word, from + size - sizeof word, sizeof word);
+        std::memcpy(out + size - sizeof word, &word, sizeof word);
+    };
+    if (size > 16)
+        std::memcpy(out, from, size);
+    else if (size >= 8)
+        copyWords(std::uint64_t{});
+    else if (size >= 4)
+        copyWords(std::uint32_t{});
+    else
+        for (std::size_t i = 0; i < size; ++i)
+            out[i] = from[i];
+    return out + size;
+}
 
 // strtol32 on `digits` in place: conversion stops at the first byte that is not part of
 // the number, a NUL included.
