@@ -2,16 +2,19 @@
 // figures side by side: a table on standard output, results.md and results.png.
 
 #include <benchmark/benchmark.h>
+#include <valgrind/callgrind.h>
 
 #include <pugixml.hpp>
 
 #include <cstdio>
 #include <cstring>
+#include <dirent.h>
 #include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 
 #include "AllocationCounter.h"
@@ -20,61 +23,14 @@
 #include "EventMessages.h"
 #include "References.h"
 #include "Report.h"
-#include "StraightforwardInvoker.h"
+#include "EventFloor.h"
+#include "PlainInvoker.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsService/testing/NullSubscriber.h"
 
 namespace {
 
 using bench::Event;
-
-class SilentSubscriber : public Executable, public CommunicationsServiceEventIfc {
-public:
-    void init(Context&) override {}
-    void shutdown() override {}
-    void onCallStateChangeEvent(const std::string&, int, int, int, int, const std::string&,
-                                const std::string&, const std::string&, CallPartyInfo*, int, int,
-                                const std::string&, bool, int, int) override {}
-    void onRegistrationStateChangeEvent(const std::string&, int, bool, int) override {}
-    void onIncomingCallEvent(const std::string&, int, const std::string&, const std::string&,
-                             const std::string&, const std::string&, const std::string&, bool, int,
-                             const std::string&, const std::string&, int, bool, int, int, int,
-                             bool) override {}
-    void onIncomingPickupCallEvent(const std::string&, int, const std::string&, const std::string&,
-                                   const std::string&) override {}
-    void onCallHeldEvent(const std::string&, int) override {}
-    void onCallRetrievedEvent(const std::string&, int, const std::string&, const std::string&,
-                              const std::string&, int, int, bool) override {}
-    void onFeatureSuccessEvent(const std::string&, int, int) override {}
-    void onFeatureFailedEvent(const std::string&, int, int, int) override {}
-    void onRemoteEndpointDetailsChangedEvent(const std::string&, int, const std::string&,
-                                             const std::string&, const std::string&, bool,
-                                             bool) override {}
-    void onIncomingCallMissedEvent(const std::string&, int, const std::string&, const std::string&,
-                                   const std::string&, int, const std::string&, const std::string&,
-                                   int) override {}
-    void onCallForwardedEvent(const std::string&, int, const std::string&, const std::string&,
-                              const std::string&, const std::string&, int) override {}
-    void onIncomingAssociatedCallEvent(const std::string&, int, int) override {}
-    void onDevicesChangedEvent() override {}
-    void onMessageWaitingEvent(const std::string&, int, unsigned int, unsigned int, unsigned int,
-                               unsigned int, int, int, int, const std::string&) override {}
-    void onDoNotDisturbEvent(const std::string&, bool) override {}
-    void onAgentStateEvent(const std::string&, const std::string&) override {}
-    void onSecurityStatusChanged(const std::string&, int, int, std::vector<int>&,
-                                 std::vector<std::string>&) override {}
-    void onCallRecordingStatusEvent(const std::string&, int, const std::string&) override {}
-    void onPreemptionStatusChanged(const std::string&, int, int, int, const std::string&) override {
-    }
-    void onImpactLevelChanged(const std::string&, int, int, int) override {}
-    void onSystemStatusEvent(const std::string&, const std::string&) override {}
-    void onServerFeatureStatusEvent(const std::string&, const std::string&) override {}
-    void onB2buaCSTAResponse(const std::string&, bool, std::string&) override {}
-    void onB2buaCSTAEventOrRequest(const std::string&, std::string&) override {}
-    void onConferenceStatusEvent(const std::string&, int, const std::string&) override {}
-    void onCallCompletionEvent(const std::string&, const std::string&, int, int, bool) override {}
-    void onCallCompletionFailedEvent(const std::string&, const std::string&, int) override {}
-    void onBluetoothAudioStatusChanged(const std::string&, int, bool, bool, bool) override {}
-};
 
 class NamingContext : public FrameworkContext {
 public:
@@ -120,10 +76,9 @@ template <typename Operation> void add(const std::string& name, Operation operat
     scenarios.push_back({name, operation});
 }
 
-SilentSubscriber subscriber;
+communications::testing::NullSubscriber subscriber;
 InvokerResponse noticed;
 CommunicationsServiceEventInvoker invoker;
-bench::StraightforwardInvoker straightforward;
 NamingContext context;
 
 void addEvents() {
@@ -133,9 +88,11 @@ void addEvents() {
         const int length = static_cast<int>(event.message.size());
         add("event/" + event.method,
             [message, length] { invoker.handleMessage(&subscriber, message, length, &noticed); });
-        add("straightforward/" + event.method, [message, length] {
-            straightforward.handleMessage(&subscriber, message, length, &noticed);
-        });
+        add("straightforward/" + event.method,
+            [message] { plain::handleMessage(&subscriber, message, &noticed); });
+        auto floor = std::make_shared<bench::EventFloor>(event.message);
+        add("floor/" + event.method,
+            [floor, message] { floor->deliver(&subscriber, message, &noticed); });
     }
     const Event& callState = bench::callStateEvent();
     static const std::string wrapped = "<root>" + callState.message + "</root>";
@@ -145,7 +102,7 @@ void addEvents() {
     }
     add("pugixml/" + callState.method,
         [&callState] { benchmark::DoNotOptimize(bench::readWithPugixml(wrapped, callState)); });
-    add("floor/" + callState.method,
+    add("scan/" + callState.method,
         [&callState] { benchmark::DoNotOptimize(bench::countOpenings(callState.message)); });
 }
 
@@ -385,15 +342,66 @@ void setEventBudgets() {
     }
 }
 
+constexpr int kCountedCalls = 16;
+
 void countAllocations() {
-    constexpr int kCalls = 16;
     for (const Scenario& scenario : scenarios) {
         scenario.run();
         const std::size_t before = bench::allocationCount;
-        for (int call = 0; call < kCalls; ++call)
+        for (int call = 0; call < kCountedCalls; ++call)
             scenario.run();
         results.allocations[scenario.name] =
-            static_cast<double>(bench::allocationCount - before) / kCalls;
+            static_cast<double>(bench::allocationCount - before) / kCountedCalls;
+    }
+}
+
+// Under callgrind: each scenario's instructions over kCountedCalls calls, dumped under its
+// name.
+void countInstructions() {
+    for (const Scenario& scenario : scenarios) {
+        scenario.run();
+        CALLGRIND_TOGGLE_COLLECT;
+        for (int call = 0; call < kCountedCalls; ++call)
+            scenario.run();
+        CALLGRIND_TOGGLE_COLLECT;
+        CALLGRIND_DUMP_STATS_AT(scenario.name.c_str());
+    }
+}
+
+// Reads the dumps of countInstructions from `folder`.
+void readInstructions(const std::string& folder) {
+    DIR* directory = opendir(folder.c_str());
+    if (directory == nullptr) throw std::runtime_error("no callgrind dumps in " + folder);
+    while (const dirent* entry = readdir(directory)) {
+        std::ifstream dump(folder + "/" + entry->d_name);
+        const std::string trigger = "desc: Trigger: Client Request: ";
+        std::string name;
+        for (std::string line; std::getline(dump, line);) {
+            if (line.compare(0, trigger.size(), trigger) == 0) name = line.substr(trigger.size());
+            for (const char* total : {"totals: ", "summary: "}) {
+                if (!name.empty() && line.compare(0, std::strlen(total), total) == 0)
+                    results.instructions[name] = std::stod(line.substr(std::strlen(total))) /
+                                                 kCountedCalls;
+            }
+        }
+    }
+    closedir(directory);
+}
+
+// Lines of "build|stripped bytes|data bytes|bss bytes", as bench/run.sh writes them.
+void readSizes(const std::string& file) {
+    std::ifstream sizes(file);
+    for (std::string line; std::getline(sizes, line);) {
+        std::istringstream fields(line);
+        bench::Results::Size size;
+        std::string stripped, data, bss;
+        if (std::getline(fields, size.build, '|') && std::getline(fields, stripped, '|') &&
+            std::getline(fields, data, '|') && std::getline(fields, bss)) {
+            size.stripped = std::stod(stripped);
+            size.data = std::stod(data);
+            size.bss = std::stod(bss);
+            results.sizes.push_back(size);
+        }
     }
 }
 
@@ -430,9 +438,18 @@ int main(int argc, char** argv) {
     for (char* defaults : {repetitions, minTime, interleave, aggregates}) {
         arguments.push_back(defaults);
     }
+    bool underCallgrind = false;
+    std::string dumps;
+    std::string sizes;
     for (int i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], "--out=", 6) == 0) {
             folder = argv[i] + 6;
+        } else if (std::strcmp(argv[i], "--count-instructions") == 0) {
+            underCallgrind = true;
+        } else if (std::strncmp(argv[i], "--instructions=", 15) == 0) {
+            dumps = argv[i] + 15;
+        } else if (std::strncmp(argv[i], "--sizes=", 8) == 0) {
+            sizes = argv[i] + 8;
         } else {
             arguments.push_back(argv[i]);
         }
@@ -444,8 +461,14 @@ int main(int argc, char** argv) {
     bench::countPugixmlAllocations();
     addEvents();
     addRequests();
+    if (underCallgrind) {
+        countInstructions();
+        return 0;
+    }
     setEventBudgets();
     countAllocations();
+    if (!dumps.empty()) readInstructions(dumps);
+    if (!sizes.empty()) readSizes(sizes);
 
     MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

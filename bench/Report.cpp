@@ -33,44 +33,76 @@ std::string met(bool yes) { return yes ? "yes" : "**no**"; }
 
 struct Goal {
     std::string measure;
-    double ours;
-    double reference;
+    std::string ours;
+    std::string reference;
     std::string ratioText;
     std::string goal;
     bool met;
 };
 
+const Results::Size* sizeOf(const Results& results, const std::string& build) {
+    for (const Results::Size& size : results.sizes) {
+        if (size.build == build) return &size;
+    }
+    return nullptr;
+}
+
+std::string kib(double bytes) { return fixed(bytes / 1024, 1) + " KiB"; }
+
 std::vector<Goal> goals(const Results& results) {
     const auto& time = results.nanoseconds;
     const double callState = at(time, "event/" + kCallState);
+    const double floor = at(time, "floor/" + kCallState);
     const double straightforward = at(time, "straightforward/" + kCallState);
     const double pugixml = at(time, "pugixml/" + kCallState);
-    const double floor = at(time, "floor/" + kCallState);
     const double hold = at(time, "request/holdCall");
     const double stream = at(time, "ostringstream/holdCall");
     std::vector<Goal> all;
-    all.push_back({"Call-state event against the straightforward way", callState, straightforward,
-                   fixed(straightforward / callState, 1) + "x faster", ">= 4x faster",
-                   straightforward / callState >= 4});
-    all.push_back({"Call-state event against pugixml", callState, pugixml,
-                   fixed(pugixml / callState, 1) + "x faster", ">= 2x faster",
-                   pugixml / callState >= 2});
-    all.push_back({"Call-state event against the floor", callState, floor,
-                   fixed(callState / floor, 1) + "x the floor", "<= 15x the floor",
-                   callState / floor <= 15});
-    all.push_back({"holdCall against std::ostringstream", hold, stream,
-                   fixed(stream / hold, 1) + "x faster", ">= 4x faster", stream / hold >= 4});
+    all.push_back({"Call-state event against its floor", ns(callState), ns(floor),
+                   fixed(callState / floor, 2) + "x the floor", "<= 1.5x", callState / floor <= 1.5});
+    double worst = 0;
+    std::string worstEvent;
+    for (const std::string& event : results.eventNames) {
+        const double ratio = at(time, "event/" + event) / at(time, "floor/" + event);
+        if (!(ratio <= worst)) {
+            worst = ratio;
+            worstEvent = event;
+        }
+    }
+    all.push_back({"Every event against its own floor", "worst: " + worstEvent, "",
+                   fixed(worst, 2) + "x the floor", "<= 2x", worst <= 2});
+    all.push_back({"Call-state event against the straightforward way", ns(callState),
+                   ns(straightforward), fixed(straightforward / callState, 1) + "x faster",
+                   ">= 8x faster", straightforward / callState >= 8});
+    all.push_back({"Call-state event against pugixml", ns(callState), ns(pugixml),
+                   fixed(pugixml / callState, 1) + "x faster", ">= 3x faster",
+                   pugixml / callState >= 3});
+    all.push_back({"holdCall against std::ostringstream", ns(hold), ns(stream),
+                   fixed(stream / hold, 1) + "x faster", ">= 5x faster", stream / hold >= 5});
+    const Results::Size* ours = sizeOf(results, "x86-64");
+    const Results::Size* plainBuild = sizeOf(results, "x86-64 straightforward");
+    if (ours != nullptr) {
+        const std::string reference =
+            plainBuild != nullptr ? kib(plainBuild->stripped) + " straightforward" : "";
+        all.push_back({"Stripped plug-in, x86-64", kib(ours->stripped), reference, "",
+                       "<= 120 KiB", ours->stripped <= 120 * 1024});
+        const std::string referenceData =
+            plainBuild != nullptr ? kib(plainBuild->data + plainBuild->bss) + " straightforward"
+                                  : "";
+        all.push_back({"Writable static data (data + bss), x86-64", kib(ours->data + ours->bss),
+                       referenceData, "", "<= 8 KiB", ours->data + ours->bss <= 8 * 1024});
+    }
     return all;
 }
 
 } // namespace
 
 bool complete(const Results& results) {
-    std::vector<std::string> names = {"pugixml/" + kCallState, "floor/" + kCallState,
+    std::vector<std::string> names = {"pugixml/" + kCallState, "scan/" + kCallState,
                                       "ostringstream/holdCall"};
     for (const std::string& event : results.eventNames) {
-        names.push_back("event/" + event);
-        names.push_back("straightforward/" + event);
+        for (const char* kind : {"event/", "straightforward/", "floor/"})
+            names.push_back(kind + event);
     }
     for (const std::string& operation : results.operationNames) {
         names.push_back("request/" + operation);
@@ -83,14 +115,20 @@ bool complete(const Results& results) {
 std::string markdown(const Results& results) {
     const auto& time = results.nanoseconds;
     const auto& allocations = results.allocations;
+    const auto& instructions = results.instructions;
+    const auto instr = [&](const std::string& name) { return count(at(instructions, name)); };
     std::ostringstream out;
-    out << "Medians of the CPU time per call; allocations per call counted by a replaced "
-           "operator new (pugixml's through its allocation hooks) in a run of their own.\n\n"
+    out << "Medians of the CPU time per call; instructions per call counted by callgrind, which "
+           "the load of the machine does not change; allocations per call counted by a replaced "
+           "operator new (pugixml's through its allocation hooks) in a run of their own. The "
+           "floor of an event is the work any delivery must do with the places of its fields "
+           "known: the copy of the text, the cross-cast, the party record, each argument, the "
+           "callback and the notice.\n\n"
            "### Goals\n\n| Measure | Ours | Reference | Ratio | Goal | Met |\n"
            "|---|---:|---:|---:|---|---|\n";
     for (const Goal& goal : goals(results)) {
-        out << "| " << goal.measure << " | " << ns(goal.ours) << " | " << ns(goal.reference)
-            << " | " << goal.ratioText << " | " << goal.goal << " | " << met(goal.met) << " |\n";
+        out << "| " << goal.measure << " | " << goal.ours << " | " << goal.reference << " | "
+            << goal.ratioText << " | " << goal.goal << " | " << met(goal.met) << " |\n";
     }
     int slower = 0;
     bool eventsInBudget = true;
@@ -111,12 +149,27 @@ std::string markdown(const Results& results) {
         << "| Allocations per request | | | | the request text, a long answer | "
         << met(requestsInBudget) << " |\n\n";
 
-    out << "### Headlines\n\n| Measure | Median | Allocations |\n|---|---:|---:|\n";
+    if (!results.sizes.empty()) {
+        out << "### Sizes of the plug-in\n\n| Build | Stripped | data | bss | data + bss |\n"
+               "|---|---:|---:|---:|---:|\n";
+        for (const Results::Size& size : results.sizes) {
+            out << "| " << size.build << " | " << kib(size.stripped) << " | "
+                << fixed(size.data, 0) << " B | " << fixed(size.bss, 0) << " B | "
+                << kib(size.data + size.bss) << " |\n";
+        }
+        out << "\n";
+    }
+
+    out << "### Headlines\n\n| Measure | Median | Instructions | Allocations |\n"
+           "|---|---:|---:|---:|\n";
     const std::pair<const char*, std::string> headlines[] = {
         {"Call-state event, handleMessage", "event/" + kCallState},
+        {"Call-state event, its floor", "floor/" + kCallState},
         {"Call-state event, straightforward way", "straightforward/" + kCallState},
         {"Call-state event, pugixml DOM and 18 values", "pugixml/" + kCallState},
-        {"Call-state event, one vectorised pass (floor)", "floor/" + kCallState},
+        {"Call-state event, one vectorised pass over the text", "scan/" + kCallState},
+        {"CallHeldEvent, handleMessage", "event/CallHeldEvent"},
+        {"CallHeldEvent, its floor", "floor/CallHeldEvent"},
         {"holdCall", "request/holdCall"},
         {"holdCall through std::ostringstream", "ostringstream/holdCall"},
         {"getForwardingConfiguration", "request/getForwardingConfiguration"},
@@ -124,25 +177,44 @@ std::string markdown(const Results& results) {
         {"getDevices (50 devices)", "request/getDevices"},
     };
     for (const auto& [measure, name] : headlines) {
-        out << "| " << measure << " | " << ns(at(time, name)) << " | "
+        out << "| " << measure << " | " << ns(at(time, name)) << " | " << instr(name) << " | "
             << count(at(allocations, name)) << " |\n";
     }
 
+    const double ours = at(instructions, "event/" + kCallState);
+    const double floor = at(instructions, "floor/" + kCallState);
+    const double scan = at(instructions, "scan/" + kCallState);
+    out << "\n### Where the time of the call-state event goes\n\n"
+        << "Of its " << count(ours) << " instructions, " << count(floor)
+        << " are the floor: copying the 595-byte text, the cross-cast, the party record, "
+           "building the 15 arguments (three texts longer than the inline capacity allocate) "
+           "and the callback. The remaining "
+        << count(ours - floor)
+        << " find the method, choose the handler and locate the 19 elements in one pass over "
+           "the text (a bare pass that only counts the '<' takes "
+        << count(scan) << "). What is left is the interface's own price: an allocation per "
+                          "text longer than 15 bytes and the copies it makes.\n";
+
     out << "\n### Events (handleMessage, subscriber with empty callbacks)\n\n"
-           "| Event | handleMessage | Straightforward | Ratio | Allocations | Budget |\n"
-           "|---|---:|---:|---:|---:|---:|\n";
+           "| Event | handleMessage | Instructions | Floor | Instructions | Against floor | "
+           "Straightforward | Ratio | Allocations | Budget |\n"
+           "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
     for (const std::string& event : results.eventNames) {
-        const double ours = at(time, "event/" + event);
+        const double mine = at(time, "event/" + event);
+        const double base = at(time, "floor/" + event);
         const double plain = at(time, "straightforward/" + event);
-        out << "| " << event << " | " << ns(ours) << " | " << ns(plain) << " | "
-            << fixed(plain / ours, 1) << "x | " << count(at(allocations, "event/" + event)) << " | "
+        out << "| " << event << " | " << ns(mine) << " | " << instr("event/" + event) << " | "
+            << ns(base) << " | " << instr("floor/" + event) << " | " << fixed(mine / base, 2)
+            << "x | " << ns(plain) << " | " << fixed(plain / mine, 1) << "x | "
+            << count(at(allocations, "event/" + event)) << " | "
             << count(at(results.budgets, "event/" + event)) << " |\n";
     }
     out << "\n### Requests (in-memory channel with a canned answer)\n\n"
-           "| Operation | Median | Allocations | Budget |\n|---|---:|---:|---:|\n";
+           "| Operation | Median | Instructions | Allocations | Budget |\n"
+           "|---|---:|---:|---:|---:|\n";
     for (const std::string& operation : results.operationNames) {
         const std::string name = "request/" + operation;
-        out << "| " << operation << " | " << ns(at(time, name)) << " | "
+        out << "| " << operation << " | " << ns(at(time, name)) << " | " << instr(name) << " | "
             << count(at(allocations, name)) << " | " << count(at(results.budgets, name)) << " |\n";
     }
     return out.str();
@@ -160,6 +232,7 @@ bool drawChart(const Results& results, const std::string& folder) {
         {"call-state: straightforward", "straightforward/" + kCallState, kReference},
         {"call-state: pugixml", "pugixml/" + kCallState, kReference},
         {"call-state: floor", "floor/" + kCallState, kFloor},
+        {"call-state: one pass", "scan/" + kCallState, kFloor},
         {"holdCall", "request/holdCall", kOurs},
         {"holdCall: ostringstream", "ostringstream/holdCall", kReference},
         {"getForwardingConfiguration", "request/getForwardingConfiguration", kOurs},
@@ -173,7 +246,8 @@ bool drawChart(const Results& results, const std::string& folder) {
     script << "EOD\n$events << EOD\n";
     for (const std::string& event : results.eventNames) {
         script << event << ' ' << at(time, "event/" + event) << ' '
-               << at(time, "straightforward/" + event) << '\n';
+               << at(time, "straightforward/" + event) << ' ' << at(time, "floor/" + event)
+               << '\n';
     }
     script << "EOD\n"
               "set terminal pngcairo size 1400,1100 font 'Sans,10'\n"
@@ -193,13 +267,14 @@ bool drawChart(const Results& results, const std::string& folder) {
               "set xtics rotate by -40 left\n"
               "set title 'Headlines: ours in blue, references in red, the floor in grey'\n"
               "set boxwidth 0.6\n"
-              "set xrange [-0.6:8.6]\n"
+              "set xrange [-0.6:9.6]\n"
               "plot $headline using 0:2:3:xtic(1) with boxes notitle lc rgb variable\n"
               "set autoscale x\n"
               "set boxwidth\n"
-              "set title 'Every event: handleMessage against the straightforward way'\n"
+              "set title 'Every event: handleMessage against its floor and the straightforward way'\n"
               "plot $events using 2:xtic(1) title 'handleMessage' lc rgb '#4472c4', "
-              "'' using 3 title 'straightforward' lc rgb '#c0504d'\n"
+              "'' using 3 title 'straightforward' lc rgb '#c0504d', "
+              "'' using 4 title 'floor' lc rgb '#9a9a9a'\n"
               "unset multiplot\n";
     FILE* gnuplot = popen("gnuplot", "w");
     if (gnuplot == nullptr) return false;

@@ -1,9 +1,12 @@
 #include "CommunicationsServiceEventInvoker.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <new>
 #include <memory>
 #include <stdexcept>
 #include <string_view>
@@ -22,6 +25,131 @@ namespace events = protocol::events;
 using protocol::Kind;
 using Ifc = CommunicationsServiceEventIfc;
 using Self = CommunicationsServiceEventInvoker;
+
+constexpr std::size_t kEvents = std::tuple_size_v<std::decay_t<decltype(events::all)>>;
+
+// ---------------------------------------------------------------------------------------
+// The events as compact tables made at compile time from the description: every name in
+// one pool, each event as the kinds of its fields and the names of its elements. One
+// reader serves every event; each event's own code only calls its callback.
+// ---------------------------------------------------------------------------------------
+
+// How many elements a field looks up: the parties four, a payload none.
+constexpr std::size_t elementsOf(Kind kind) {
+    return kind == Kind::parties ? std::size(protocol::kPartyTags) : kind == Kind::payload ? 0 : 1;
+}
+
+// Whether a field's value is kept as a text or as a number until the callback.
+constexpr bool isText(Kind kind) { return kind == Kind::text; }
+constexpr bool isNumber(Kind kind) {
+    return kind == Kind::number || kind == Kind::counter || kind == Kind::flag;
+}
+
+template <typename Event> constexpr std::size_t fieldCount(const Event&) {
+    return std::tuple_size_v<std::decay_t<decltype(Event::fields)>>;
+}
+
+struct Bounds {
+    std::size_t fields = 0;
+    std::size_t elements = 0;
+    std::size_t names = 0; // bytes of all names
+};
+
+constexpr Bounds bounds() {
+    Bounds most;
+    most.names = protocol::kMethodOpen.size();
+    std::apply(
+        [&](const auto&... event) {
+            const auto measure = [&](const auto& one) {
+                most.names += one.method.size();
+                std::size_t elements = 0;
+                std::apply(
+                    [&](const auto&... field) {
+                        ((elements += elementsOf(field.kind), most.names += field.tag.size() + 1),
+                         ...);
+                    },
+                    one.fields);
+                most.fields = std::max(most.fields, fieldCount(one));
+                most.elements = std::max(most.elements, elements);
+            };
+            (measure(event), ...);
+        },
+        events::all);
+    for (const std::string_view tag : protocol::kPartyTags)
+        most.names += tag.size() + 1;
+    return most;
+}
+
+constexpr Bounds kBounds = bounds();
+
+struct EventLayout {
+    ElementName method;
+    protocol::Match match = protocol::Match::exact;
+    std::uint8_t fields = 0;
+    std::uint8_t elements = 0;
+    Kind kinds[kBounds.fields] = {};
+    ElementName names[kBounds.elements] = {};
+    ElementName closing; // a payload's closing text
+};
+
+struct Catalogue {
+    NamePool<kBounds.names> pool;
+    EventLayout events[kEvents];
+};
+
+template <typename Event>
+constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool) {
+    EventLayout layout;
+    layout.method = pool.add(event.method);
+    layout.match = event.match;
+    std::apply(
+        [&](const auto&... field) {
+            [[maybe_unused]] const auto add = [&](Kind kind, std::string_view tag) {
+                layout.kinds[layout.fields++] = kind;
+                if (kind == Kind::parties) {
+                    for (const std::string_view party : protocol::kPartyTags)
+                        layout.names[layout.elements++] = pool.element(party);
+                } else if (kind == Kind::payload) {
+                    layout.closing = pool.add(tag);
+                } else {
+                    if (tag == "Method") throw "no field may be named Method";
+                    layout.names[layout.elements++] = pool.element(tag);
+                }
+            };
+            (add(field.kind, field.tag), ...);
+        },
+        event.fields);
+    for (std::size_t i = 0; i < layout.elements; ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            if (pool.text(layout.names[i]) == pool.text(layout.names[j]))
+                throw "duplicate element name";
+        }
+    }
+    if (layout.fields != 0 && layout.kinds[layout.fields - 1] != Kind::payload) {
+        for (std::size_t i = 0; i < layout.fields; ++i) {
+            if (layout.kinds[i] == Kind::payload) throw "a payload is read last";
+        }
+    }
+    return layout;
+}
+
+constexpr Catalogue catalogue() {
+    Catalogue built{};
+    std::size_t row = 0;
+    std::apply([&](const auto&... event) { ((built.events[row++] = layoutOf(event, built.pool)), ...); },
+               events::all);
+    return built;
+}
+
+constexpr Catalogue kCatalogue = catalogue();
+
+ElementNames namesOf(const EventLayout& layout) {
+    return {kCatalogue.pool.bytes, layout.names, layout.elements};
+}
+
+// ---------------------------------------------------------------------------------------
+// Reading an event's fields into the values its callback takes.
+// ---------------------------------------------------------------------------------------
 
 struct FreeRecord {
     void operator()(CallPartyInfo* record) const { std::free(record); }
@@ -45,201 +173,255 @@ PartyRecord newPartyRecord() {
 
 // Copies up to the value's first NUL, cut to fit the field with its terminator.
 void copyInto(char (&field)[65], std::string_view value) {
-    const std::size_t limit = std::min(value.size(), sizeof field - 1);
-    std::size_t length = 0;
-    for (; length < limit && value[length] != '\0'; ++length)
-        field[length] = value[length];
+    std::size_t length = std::min(value.size(), sizeof field - 1);
+    if (const void* nul = std::memchr(value.data(), '\0', length))
+        length = static_cast<std::size_t>(static_cast<const char*>(nul) - value.data());
+    std::memcpy(field, value.data(), length);
     field[length] = '\0';
 }
 
-// How many elements a field looks up: the parties four, a payload none.
-template <typename Field> constexpr std::size_t elementsOf() {
-    if constexpr (Field::kind == Kind::parties)
-        return std::size(protocol::kPartyTags);
-    else if constexpr (Field::kind == Kind::payload)
-        return 0;
-    else
-        return 1;
-}
+// The texts of an event, each built once in place and destroyed with the event.
+struct TextSlots {
+    unsigned char* next;
+    std::size_t* built;
 
-template <typename... Fields> constexpr std::size_t elementCount(const std::tuple<Fields...>&) {
-    return (std::size_t{0} + ... + elementsOf<Fields>());
-}
-
-// The element names of an event, in the order its fields read them.
-template <const auto& event> constexpr auto namesOf() {
-    std::array<std::string_view, elementCount(event.fields)> names{};
-    std::size_t next = 0;
-    std::apply(
-        [&](const auto&... field) {
-            [[maybe_unused]] const auto add = [&](const auto& one) {
-                if constexpr (std::decay_t<decltype(one)>::kind == Kind::parties) {
-                    for (const std::string_view tag : protocol::kPartyTags)
-                        names[next++] = tag;
-                } else if constexpr (std::decay_t<decltype(one)>::kind != Kind::payload) {
-                    names[next++] = one.tag;
-                }
-            };
-            (add(field), ...);
-        },
-        event.fields);
-    return names;
-}
-
-// Where each field's first element stands among the event's spans.
-template <const auto& event, std::size_t index> constexpr std::size_t firstElementOf() {
-    std::size_t offset = 0;
-    std::size_t position = 0;
-    std::apply(
-        [&](const auto&... field) {
-            ((position++ < index ? offset += elementsOf<std::decay_t<decltype(field)>>() : 0), ...);
-        },
-        event.fields);
-    return offset;
-}
-
-// One field's value for its callback argument, read from the located elements.
-template <typename Field, typename Message>
-decltype(auto) readField(const Field& field, Message& message, const ElementSpan* spans,
-                         CallPartyInfo* record) {
-    if constexpr (Field::kind == Kind::text) {
-        return std::string(valueOf(message, spans[0]));
-    } else if constexpr (Field::kind == Kind::number) {
-        return static_cast<int>(numberOf(message, spans[0]));
-    } else if constexpr (Field::kind == Kind::counter) {
-        // The counters keep the number's 32 bits: a missing one arrives as 4294967295.
-        return static_cast<unsigned int>(static_cast<int>(numberOf(message, spans[0])));
-    } else if constexpr (Field::kind == Kind::flag) {
-        // A missing flag reads as -1 and so arrives as true; the service relies on that.
-        return numberOf(message, spans[0]) != 0;
-    } else if constexpr (Field::kind == Kind::numberList) {
-        std::string encoded(valueOf(message, spans[0]));
-        std::vector<int> values;
-        Serializer::deserialize(encoded, values);
-        return values;
-    } else if constexpr (Field::kind == Kind::textList) {
-        std::string encoded(valueOf(message, spans[0]));
-        return Serializer::deserialize(encoded);
-    } else if constexpr (Field::kind == Kind::payload) {
-        // Cut behind the first closing text, its length computed in 32 bits as the phone
-        // does: when the text is missing, the not-found position plus nine wraps to 8.
-        const auto position = static_cast<std::uint32_t>(message.find(field.tag));
-        message.erase(0, position + static_cast<std::uint32_t>(field.tag.size()));
-        return std::ref(message);
-    } else {
-        // The parties are copied only after all four are read, the calling party last.
-        const std::string_view callingParty = valueOf(message, spans[0]);
-        const std::string_view callingPartyName = valueOf(message, spans[1]);
-        const std::string_view calledParty = valueOf(message, spans[2]);
-        const std::string_view calledPartyName = valueOf(message, spans[3]);
-        copyInto(record->callingParty, callingParty);
-        copyInto(record->callingPartyName, callingPartyName);
-        copyInto(record->calledParty, calledParty);
-        copyInto(record->calledPartyName, calledPartyName);
-        return record;
+    void add(std::string_view value) {
+        new (next) std::string(value);
+        next += sizeof(std::string);
+        ++*built;
     }
+};
+
+template <std::size_t N> class Texts {
+public:
+    Texts() = default;
+    Texts(const Texts&) = delete;
+    Texts& operator=(const Texts&) = delete;
+    ~Texts() {
+        for (std::size_t i = 0; i < built; ++i)
+            (*this)[i].~basic_string();
+    }
+    std::string& operator[](std::size_t i) {
+        return *std::launder(reinterpret_cast<std::string*>(bytes + i * sizeof(std::string)));
+    }
+    TextSlots slots() { return {bytes, &built}; }
+
+private:
+    alignas(std::string) unsigned char bytes[(N == 0 ? 1 : N) * sizeof(std::string)];
+    std::size_t built = 0;
+};
+
+struct Lists {
+    std::vector<int> numbers;
+    std::vector<std::string> texts;
+};
+
+struct Values {
+    TextSlots texts;
+    int* numbers;
+    Lists* lists;
+    CallPartyInfo* record;
+};
+
+// Reads every field of an event in the order the callback takes them. Returns where a
+// payload begins: behind its closing text, the position computed in 32 bits as the phone
+// does, so that a missing closing text (not found, plus its nine bytes) wraps to 8.
+std::uint32_t readFields(const std::string& message, const EventLayout& layout,
+                         std::size_t from, const Values& values) {
+    // Left uninitialised: findElements writes every span it is given.
+    alignas(ElementSpan) unsigned char spanBytes[sizeof(ElementSpan) * kBounds.elements];
+    auto* const spans = reinterpret_cast<ElementSpan*>(spanBytes);
+    findElements(message, namesOf(layout), spans, from);
+    const ElementSpan* span = spans;
+    TextSlots texts = values.texts;
+    int* number = values.numbers;
+    std::uint32_t cut = 0;
+    for (std::size_t i = 0; i < layout.fields; ++i) {
+        switch (layout.kinds[i]) {
+        case Kind::text:
+            texts.add(valueOf(message, *span++));
+            break;
+        case Kind::number:
+        case Kind::counter:
+        case Kind::flag:
+            *number++ = static_cast<int>(numberOf(message, *span++));
+            break;
+        case Kind::numberList: {
+            std::string encoded(valueOf(message, *span++));
+            Serializer::deserialize(encoded, values.lists->numbers);
+            break;
+        }
+        case Kind::textList: {
+            std::string encoded(valueOf(message, *span++));
+            values.lists->texts = Serializer::deserialize(encoded);
+            break;
+        }
+        case Kind::payload: {
+            const std::string_view closing = kCatalogue.pool.text(layout.closing);
+            cut = static_cast<std::uint32_t>(message.find(closing.data(), 0, closing.size())) +
+                  static_cast<std::uint32_t>(closing.size());
+            break;
+        }
+        case Kind::parties: {
+            // The parties are copied only after all four are read, the calling party last.
+            CallPartyInfo* const record = values.record;
+            const std::string_view callingParty = valueOf(message, span[0]);
+            const std::string_view callingPartyName = valueOf(message, span[1]);
+            const std::string_view calledParty = valueOf(message, span[2]);
+            const std::string_view calledPartyName = valueOf(message, span[3]);
+            span += 4;
+            copyInto(record->callingParty, callingParty);
+            copyInto(record->callingPartyName, callingPartyName);
+            copyInto(record->calledParty, calledParty);
+            copyInto(record->calledPartyName, calledPartyName);
+            break;
+        }
+        }
+    }
+    return cut;
 }
 
-template <typename Tuple> struct HasParties;
-template <typename... Fields>
-struct HasParties<std::tuple<Fields...>>
-    : std::bool_constant<((Fields::kind == Kind::parties) || ...)> {};
+template <typename Fields> constexpr auto kindsOf() {
+    return std::apply(
+        [](const auto&... field) { return std::array<Kind, sizeof...(field)>{field.kind...}; },
+        Fields{});
+}
 
-// Reads an event's fields in the order the description lists them (a braced list is
-// evaluated left to right) and makes its one callback.
+// Where the I-th field's value is kept among those of its sort.
+template <typename Fields, std::size_t I> constexpr std::size_t slotOf(bool (*same)(Kind)) {
+    std::size_t slot = 0;
+    for (std::size_t i = 0; i + 1 <= I; ++i)
+        slot += same(kindsOf<Fields>()[i]) ? 1 : 0;
+    return slot;
+}
+
+template <typename Fields> constexpr bool has(Kind kind) {
+    for (const Kind each : kindsOf<Fields>()) {
+        if (each == kind) return true;
+    }
+    return false;
+}
+
+template <typename Fields> constexpr std::size_t countOf(bool (*same)(Kind)) {
+    return slotOf<Fields, std::tuple_size_v<Fields>>(same);
+}
+
+template <typename Fields, std::size_t I, typename Storage, typename Message>
+decltype(auto) argument(Storage& storage, Message& message, CallPartyInfo* record) {
+    constexpr Kind kind = std::tuple_element_t<I, Fields>::kind;
+    if constexpr (kind == Kind::text)
+        return static_cast<const std::string&>(storage.texts[slotOf<Fields, I>(isText)]);
+    else if constexpr (kind == Kind::number)
+        return storage.numbers[slotOf<Fields, I>(isNumber)];
+    // The counters keep the number's 32 bits: a missing one arrives as 4294967295.
+    else if constexpr (kind == Kind::counter)
+        return static_cast<unsigned int>(storage.numbers[slotOf<Fields, I>(isNumber)]);
+    // A missing flag reads as -1 and so arrives as true; the service relies on that.
+    else if constexpr (kind == Kind::flag)
+        return storage.numbers[slotOf<Fields, I>(isNumber)] != 0;
+    else if constexpr (kind == Kind::numberList)
+        return static_cast<std::vector<int>&>(storage.lists.numbers);
+    else if constexpr (kind == Kind::textList)
+        return static_cast<std::vector<std::string>&>(storage.lists.texts);
+    else if constexpr (kind == Kind::payload)
+        return static_cast<Message&>(message);
+    else
+        return record;
+}
+
+template <typename Fields> struct Storage {
+    Texts<countOf<Fields>(isText)> texts;
+    int numbers[std::max<std::size_t>(countOf<Fields>(isNumber), 1)];
+    std::conditional_t<has<Fields>(Kind::numberList) || has<Fields>(Kind::textList), Lists,
+                       std::tuple<>>
+        lists;
+};
+
+template <const auto& event> constexpr std::size_t rowOf() {
+    std::size_t row = kEvents;
+    std::apply(
+        [&](const auto&... each) {
+            std::size_t at = 0;
+            ((row = static_cast<const void*>(&each) == static_cast<const void*>(&event) ? at : row, ++at), ...);
+        },
+        events::all);
+    return row;
+}
+
 template <const auto& event, typename Message, std::size_t... I>
-void deliverFields(Ifc* subscriber, Message& message, std::index_sequence<I...>) {
+void deliverFields(Ifc* subscriber, Message& message, std::size_t from,
+                   std::index_sequence<I...>) {
     using Fields = std::decay_t<decltype(event.fields)>;
+    constexpr std::size_t row = rowOf<event>();
+    static_assert(row < kEvents, "every event is in the description's list");
     // The record is allocated before any field is read, as the phone has always done.
     PartyRecord record;
-    if constexpr (HasParties<Fields>::value) record = newPartyRecord();
-    static constexpr auto kNames = elementNames(namesOf<event>());
-    std::array<ElementSpan, kNames.size()> spans;
-    if constexpr (kNames.size() != 0)
-        findElements(message, {kNames.data(), kNames.size()}, spans.data());
-    std::tuple<decltype(readField(std::get<I>(event.fields), message, spans.data(), nullptr))...>
-        values{readField(std::get<I>(event.fields), message,
-                         spans.data() + firstElementOf<event, I>(), record.get())...};
-    std::apply([&](auto&... value) { (subscriber->*event.callback)(value...); }, values);
+    if constexpr (has<Fields>(Kind::parties)) record = newPartyRecord();
+    Storage<Fields> storage;
+    Lists* lists = nullptr;
+    if constexpr (std::is_same_v<decltype(storage.lists), Lists>) lists = &storage.lists;
+    const std::uint32_t cut = readFields(message, kCatalogue.events[row], from,
+                                         {storage.texts.slots(), storage.numbers, lists, record.get()});
+    if constexpr (has<Fields>(Kind::payload)) message.erase(0, cut);
+    (void)cut;
+    constexpr auto callback = event.callback;
+    (subscriber->*callback)(argument<Fields, I>(storage, message, record.get())...);
 }
 
-template <const auto& event, typename Message> void deliver(Ifc* subscriber, Message& message) {
+// Reads an event's fields and makes its one callback.
+template <const auto& event, typename Message>
+void deliver(Ifc* subscriber, Message& message, std::size_t from = 0) {
     using Fields = std::decay_t<decltype(event.fields)>;
-    deliverFields<event>(subscriber, message,
+    deliverFields<event>(subscriber, message, from,
                          std::make_index_sequence<std::tuple_size_v<Fields>>());
 }
 
-using Handler = void (*)(Self&, Ifc*, std::string&);
+using Delivery = void (*)(Ifc*, std::string&, std::size_t);
 
-template <void (Self::*handler)(Ifc*, std::string&)>
-void run(Self& self, Ifc* subscriber, std::string& message) {
-    (self.*handler)(subscriber, message);
+template <std::size_t Row> void deliverAt(Ifc* subscriber, std::string& message, std::size_t from) {
+    deliver<std::get<Row>(events::all)>(subscriber, message, from);
 }
 
-struct Route {
-    std::string_view method;
-    protocol::Match match;
-    Handler handler;
-
-    bool matches(std::string_view name) const {
-        return match == protocol::Match::exact ? name == method
-                                               : name.substr(0, method.size()) == method;
-    }
-};
-
-template <typename Event> constexpr Route route(const Event& event, Handler handler) {
-    return {event.method, event.match, handler};
+template <std::size_t... Row>
+constexpr std::array<Delivery, kEvents> deliveries(std::index_sequence<Row...>) {
+    return {&deliverAt<Row>...};
 }
 
-// Every row is tried for every message, in the description's order.
-constexpr Route kRoutes[] = {
-    route(events::callStateChange, run<&Self::callStateChangeEvent>),
-    route(events::registrationStateChange, run<&Self::registrationStateChangeEvent>),
-    route(events::incomingCall, run<&Self::incomingCallEvent>),
-    route(events::incomingPickupCall, run<&Self::incomingPickupCallEvent>),
-    route(events::callHeld, run<&Self::callHeldEvent>),
-    route(events::callRetrieved, run<&Self::callRetrievedEvent>),
-    route(events::featureSuccess, run<&Self::featureSuccessEvent>),
-    route(events::featureFailed, run<&Self::featureFailedEvent>),
-    route(events::remoteEndpointDetailsChanged, run<&Self::remoteEndpointDetailsChangedEvent>),
-    route(events::incomingCallMissed, run<&Self::incomingCallMissedEvent>),
-    route(events::callForwarded, run<&Self::callForwardedEvent>),
-    route(events::devicesChanged,
-          [](Self&, Ifc* subscriber, std::string& message) {
-              deliver<events::devicesChanged>(subscriber, message);
-          }),
-    route(events::messageWaiting, run<&Self::messageWaitingEvent>),
-    route(events::doNotDisturb, run<&Self::doNotDisturbEvent>),
-    route(events::agentState, run<&Self::agentStateEvent>),
-    route(events::systemStatus, run<&Self::systemStatusEvent>),
-    route(events::serverFeatureStatus, run<&Self::serverFeatureStatusEvent>),
-    route(events::incomingAssociatedCall,
-          [](Self& self, Ifc* subscriber, std::string& message) {
-              self.incomingAssociatedCallEvent(subscriber, message);
-          }),
-    route(events::b2buaCSTAResponse, run<&Self::b2buaCSTAResponse>),
-    route(events::b2buaCSTAEventOrRequest, run<&Self::b2buaCSTAEventOrRequest>),
-    route(events::conferenceStatus, run<&Self::conferenceStatusEvent>),
-    route(events::securityStatusChanged, run<&Self::securityStatusChanged>),
-    route(events::preemptionStatusChanged, run<&Self::preemptionStatusChanged>),
-    route(events::impactLevelChanged, run<&Self::impactLevelChanged>),
-    route(events::callRecordingStatus, run<&Self::callRecordingStatusEvent>),
-    route(events::callCompletion, run<&Self::callCompletionEvent>),
-    route(events::callCompletionFailed, run<&Self::callCompletionFailedEvent>),
-    route(events::bluetoothAudioStatusChanged, run<&Self::bluetoothAudioStatusChanged>),
-};
-static_assert(std::size(kRoutes) == std::tuple_size_v<std::decay_t<decltype(events::all)>>,
-              "one route per event");
+// Each row's delivery, by its place in the description.
+constexpr std::array<Delivery, kEvents> kDeliveries =
+    deliveries(std::make_index_sequence<kEvents>());
 
 using RouteSet = std::uint32_t;
-static_assert(std::size(kRoutes) <= 32, "one bit per route");
+static_assert(kEvents <= 32, "one bit per route");
 
-// The rows whose method begins with each byte: only those can match a name.
+// The rows whose method name begins with each byte: only those are compared with a name.
+struct RoutesByFirstByte {
+    RouteSet rows[256] = {};
+};
+
+constexpr RoutesByFirstByte routesByFirstByte() {
+    RoutesByFirstByte table;
+    for (std::size_t row = 0; row < kEvents; ++row) {
+        const auto first = static_cast<unsigned char>(
+            kCatalogue.pool.text(kCatalogue.events[row].method).front());
+        table.rows[first] |= RouteSet{1} << row;
+    }
+    return table;
+}
+
+constexpr RoutesByFirstByte kRoutesByFirstByte = routesByFirstByte();
+
+// Every row whose name matches, in the description's order.
 RouteSet routesMatching(std::string_view method) {
+    if (method.empty()) return 0;
+    RouteSet candidates = kRoutesByFirstByte.rows[static_cast<unsigned char>(method.front())];
     RouteSet matching = 0;
-    if (method.empty()) return matching;
-    for (std::size_t row = 0; row < std::size(kRoutes); ++row) {
-        if (kRoutes[row].method.front() == method.front() && kRoutes[row].matches(method))
+    for (; candidates != 0; candidates &= candidates - 1) {
+        const auto row = static_cast<std::size_t>(__builtin_ctz(candidates));
+        const EventLayout& event = kCatalogue.events[row];
+        const std::string_view name = kCatalogue.pool.text(event.method);
+        if (event.match == protocol::Match::exact ? method == name
+                                                  : method.substr(0, name.size()) == name)
             matching |= RouteSet{1} << row;
     }
     return matching;
@@ -256,12 +438,14 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
     if (events == nullptr) std::printf("CommunicationsServiceEventSvc == NULL");
     // The routes are chosen before any handler runs, because the pass-through handlers cut
     // the text that the method name was read from.
-    static constexpr auto kMethod = elementNames(std::array<std::string_view, 1>{"Method"});
-    ElementSpan method;
-    findElements(text, {kMethod.data(), kMethod.size()}, &method);
+    std::size_t fields = 0;
+    const ElementSpan method = findMethod(text, fields);
     RouteSet matching = routesMatching(valueOf(text, method));
-    for (std::size_t row = 0; matching != 0; ++row, matching >>= 1) {
-        if ((matching & 1) != 0) kRoutes[row].handler(*this, events, text);
+    for (; matching != 0; matching &= matching - 1) {
+        const auto row = static_cast<std::size_t>(__builtin_ctz(matching));
+        kDeliveries[row](events, text, fields);
+        fields = 0; // a pass-through event may have cut the text
+
     }
     if (response != nullptr) response->messageHandled();
 }

@@ -20,161 +20,234 @@ constexpr const char* kLogComponent = "SIP Communications Service";
 constexpr const char* kLogSourceFile = "./src/CommunicationsServiceProxy.cpp";
 constexpr int kLogLevel = 5;
 
-// One request in the envelope. The fields are collected first and written at the end into
-// one string of exactly the request's length, so that a request costs one allocation
-// however long its values are. A null C string stops the text right after its field's
-// opening tag and drops everything after it, which is what the service has always
-// received for such a request.
-class Request {
-public:
-    explicit Request(std::string_view method)
-        : method(method), size(kOpenMethod.size() + method.size() + kCloseMethod.size()) {}
-    Request(const Request&) = delete;
-    Request& operator=(const Request&) = delete;
-
-    Request& text(std::string_view tag, std::string_view value) {
-        if (!truncated) add(tag).value = value;
-        return *this;
-    }
-    Request& text(std::string_view tag, const char* value) {
-        if (value != nullptr) return text(tag, std::string_view(value));
-        if (!truncated) add(tag).closed = false;
-        truncated = true;
-        return *this;
-    }
-    Request& decimal(std::string_view tag, int value) {
-        if (truncated) return *this;
-        Field& field = add(tag);
-        char* const digits = decimals[count - 1];
-        const auto written = std::to_chars(digits, digits + sizeof decimals[0], value);
-        field.value = std::string_view(digits, static_cast<std::size_t>(written.ptr - digits));
-        return *this;
-    }
-    Request& flag(std::string_view tag, bool value) { return text(tag, value ? "1" : "0"); }
-    Request& word(std::string_view tag, bool value) { return text(tag, value ? "TRUE" : "FALSE"); }
-    // The pass-through requests format numbers with the framework's own helper; its texts
-    // are kept together and found by their place among them.
-    Request& number(std::string_view tag, int value) {
-        if (truncated) return *this;
-        Field& field = add(tag);
-        field.spelledAt = spelled.size();
-        spelled += ClientUtils::itos(value);
-        field.spelledSize = spelled.size() - field.spelledAt;
-        return *this;
-    }
-    Request& payload(std::string_view value) {
-        if (!truncated) trailer = value;
-        return *this;
-    }
-
-    std::string str() const {
-        std::size_t total = size + trailer.size();
-        for (std::size_t i = 0; i < count; ++i) {
-            if (fields[i].closed) total += valueOf(fields[i]).size() + fields[i].tag.size() + 3;
-        }
-        std::string message(total, '\0');
-        char* out = put(message.data(), kOpenMethod);
-        out = put(put(out, method), kCloseMethod);
-        for (std::size_t i = 0; i < count; ++i) {
-            const Field& field = fields[i];
-            *out++ = '<';
-            out = put(out, field.tag);
-            *out++ = '>';
-            if (!field.closed) break;
-            out = put(out, valueOf(field));
-            *out++ = '<';
-            *out++ = '/';
-            out = put(out, field.tag);
-            *out++ = '>';
-        }
-        put(out, trailer);
-        return message;
-    }
-
-private:
-    static constexpr std::string_view kOpenMethod = "<Method>";
-    static constexpr std::string_view kCloseMethod = "</Method>";
-    static constexpr std::size_t kMaxFields = 6;
-    static constexpr std::size_t kNotSpelled = static_cast<std::size_t>(-1);
-
-    struct Field {
-        std::string_view tag;
-        std::string_view value;
-        std::size_t spelledAt;
-        std::size_t spelledSize;
-        bool closed;
-    };
-
-    template <std::size_t Width> static void copyWord(char* out, const char* from) {
-        char word[Width];
-        std::memcpy(word, from, Width);
-        std::memcpy(out, word, Width);
-    }
-
-    // Tags and most values are short: they are copied in two overlapping words, and only
-    // long pieces cost a call of memcpy (which must never see the null pointer that an
-    // empty view may hold).
-    static char* put(char* out, std::string_view piece) {
-        const char* const from = piece.data();
-        const std::size_t size = piece.size();
-        if (size > 16) {
-            std::memcpy(out, from, size);
-        } else if (size >= 8) {
-            copyWord<8>(out, from);
-            copyWord<8>(out + size - 8, from + size - 8);
-        } else if (size >= 4) {
-            copyWord<4>(out, from);
-            copyWord<4>(out + size - 4, from + size - 4);
-        } else {
-            for (std::size_t i = 0; i < size; ++i)
-                out[i] = from[i];
-        }
-        return out + size;
-    }
-
-    std::string_view valueOf(const Field& field) const {
-        if (field.spelledAt == kNotSpelled) return field.value;
-        return std::string_view(spelled).substr(field.spelledAt, field.spelledSize);
-    }
-
-    Field& add(std::string_view tag) {
-        if (count == kMaxFields) throw std::length_error("Request: too many fields");
-        fields[count] = Field{tag, {}, kNotSpelled, 0, true};
-        size += tag.size() + 2;
-        return fields[count++];
-    }
-
-    std::string_view method;
-    std::size_t size;
-    Field fields[kMaxFields];
-    char decimals[kMaxFields][12];
-    std::size_t count = 0;
-    std::string spelled;
-    std::string_view trailer;
-    bool truncated = false;
-};
-
 namespace protocol = CommunicationsService::protocol;
 namespace requests = protocol::requests;
 namespace answers = protocol::answers;
 using protocol::Encoding;
 
-template <typename Field, typename Value>
-void write(Request& request, const Field& field, const Value& value) {
-    if constexpr (Field::encoding == Encoding::text)
-        request.text(field.tag, value);
-    else if constexpr (Field::encoding == Encoding::decimal)
-        request.decimal(field.tag, static_cast<int>(value));
-    else if constexpr (Field::encoding == Encoding::flag)
-        request.flag(field.tag, value);
-    else if constexpr (Field::encoding == Encoding::word)
-        request.word(field.tag, value);
-    else if constexpr (Field::encoding == Encoding::stateName)
-        request.text(field.tag, serviceStateName(value));
-    else if constexpr (Field::encoding == Encoding::number)
-        request.number(field.tag, value);
+constexpr std::size_t kRequests = std::tuple_size_v<std::decay_t<decltype(requests::all)>>;
+
+// ---------------------------------------------------------------------------------------
+// The requests as compact tables made at compile time from the description: every name
+// in one pool, each request as its method, carrier and fields. One writer serves every
+// request; each operation's own code only gathers its arguments and outputs.
+// ---------------------------------------------------------------------------------------
+
+enum class Shape : std::uint8_t { none, resultWord, flagWord, stateWord, trueWord, itemList, tagged };
+
+template <typename Answer> constexpr Shape shapeOf() {
+    if constexpr (std::is_same_v<Answer, answers::None>) return Shape::none;
+    else if constexpr (std::is_same_v<Answer, answers::ResultWord>) return Shape::resultWord;
+    else if constexpr (std::is_same_v<Answer, answers::FlagWord>) return Shape::flagWord;
+    else if constexpr (std::is_same_v<Answer, answers::StateWord>) return Shape::stateWord;
+    else if constexpr (std::is_same_v<Answer, answers::TrueWord>) return Shape::trueWord;
+    else if constexpr (std::is_same_v<Answer, answers::ItemList>) return Shape::itemList;
+    else return Shape::tagged;
+}
+
+struct Bounds {
+    std::size_t fields = 0;
+    std::size_t answerFields = 0;
+    std::size_t names = 0; // bytes of all names
+};
+
+constexpr Bounds bounds() {
+    Bounds most;
+    std::apply(
+        [&](const auto&... request) {
+            const auto measure = [&](const auto& one) {
+                using Answer = std::decay_t<decltype(one.answer)>;
+                most.names += one.method.size() + 5; // and a preset
+                most.fields = std::max(most.fields, std::tuple_size_v<decltype(one.fields)>);
+                std::apply([&](const auto&... field) { ((most.names += field.tag.size()), ...); },
+                           one.fields);
+                if constexpr (shapeOf<Answer>() == Shape::tagged) {
+                    most.names += one.answer.resultTag.size() + 1;
+                    std::apply(
+                        [&](const auto&... field) { ((most.names += field.tag.size() + 1), ...); },
+                        one.answer.fields);
+                    most.answerFields = std::max(most.answerFields,
+                                                 std::tuple_size_v<decltype(one.answer.fields)>);
+                }
+            };
+            (measure(request), ...);
+        },
+        requests::all);
+    return most;
+}
+
+constexpr Bounds kBounds = bounds();
+
+struct FieldLayout {
+    Encoding encoding = Encoding::text;
+    ElementName tag;
+};
+
+struct RequestLayout {
+    ElementName method;
+    protocol::Carrier carrier = protocol::Carrier::sendRequest;
+    ElementName preset; // what the response holds before the channel fills it
+    std::uint8_t fields = 0;
+    FieldLayout field[kBounds.fields];
+    // A tagged answer: its fields' readings and names, then the result's name.
+    std::uint8_t answerFields = 0;
+    answers::Reading readings[kBounds.answerFields] = {};
+    ElementName answerNames[kBounds.answerFields + 1];
+};
+
+struct Catalogue {
+    NamePool<kBounds.names> pool;
+    RequestLayout requests[kRequests];
+};
+
+template <typename Entry>
+constexpr RequestLayout layoutOf(const Entry& request, NamePool<kBounds.names>& pool) {
+    using Answer = std::decay_t<decltype(request.answer)>;
+    RequestLayout layout;
+    layout.method = pool.add(request.method);
+    layout.carrier = request.carrier;
+    if constexpr (shapeOf<Answer>() == Shape::flagWord || shapeOf<Answer>() == Shape::stateWord) {
+        if (!request.answer.preset.empty()) layout.preset = pool.add(request.answer.preset);
+    }
+    std::apply(
+        [&](const auto&... field) {
+            ((layout.field[layout.fields++] =
+                  FieldLayout{field.encoding, field.tag.empty() ? ElementName{} : pool.add(field.tag)}),
+             ...);
+        },
+        request.fields);
+    if constexpr (shapeOf<Answer>() == Shape::tagged) {
+        std::apply(
+            [&](const auto&... field) {
+                ((layout.readings[layout.answerFields] = field.reading,
+                  layout.answerNames[layout.answerFields++] = pool.element(field.tag)),
+                 ...);
+            },
+            request.answer.fields);
+        layout.answerNames[layout.answerFields] = pool.element(request.answer.resultTag);
+    }
+    return layout;
+}
+
+constexpr Catalogue catalogue() {
+    Catalogue built{};
+    std::size_t row = 0;
+    std::apply(
+        [&](const auto&... request) {
+            ((built.requests[row++] = layoutOf(request, built.pool)), ...);
+        },
+        requests::all);
+    return built;
+}
+
+constexpr Catalogue kCatalogue = catalogue();
+
+std::string_view textOf(ElementName name) {
+    return std::string_view(kCatalogue.pool.bytes + name.offset, name.size);
+}
+
+// One argument as the writer takes it.
+struct Argument {
+    std::string_view text;
+    int number = 0;
+    bool missing = false; // a null C string
+};
+
+template <typename Field, typename Value> Argument argumentOf(const Field&, const Value& value) {
+    if constexpr (Field::encoding == Encoding::stateName) {
+        return {serviceStateName(value)};
+    } else if constexpr (Field::encoding == Encoding::text || Field::encoding == Encoding::payload) {
+        if constexpr (std::is_same_v<Value, const char*>) {
+            if (value == nullptr) return {{}, 0, true};
+        }
+        return {value};
+    } else {
+        return {{}, static_cast<int>(value)};
+    }
+}
+
+// One request in the envelope, written into one string of exactly its length, so that a
+// request costs one allocation however long its values are. A null C string stops the
+// text right after its field's opening tag and drops everything after it, which is what
+// the service has always received for such a request.
+std::string requestText(const RequestLayout& layout, const Argument* arguments) {
+    constexpr std::string_view kOpenMethod = protocol::kMethodOpen;
+    constexpr std::string_view kCloseMethod = protocol::kMethodClose;
+    const std::string_view method = textOf(layout.method);
+    std::string_view values[kBounds.fields];
+    char decimals[kBounds.fields][12];
+    // The pass-through requests format numbers with the framework's own helper.
+    std::string spelled[kBounds.fields];
+    std::size_t written = layout.fields; // fields written whole
+    std::size_t total = kOpenMethod.size() + method.size() + kCloseMethod.size();
+    for (std::size_t i = 0; i < layout.fields; ++i) {
+        const Argument& argument = arguments[i];
+        const std::size_t tag = layout.field[i].tag.size;
+        switch (layout.field[i].encoding) {
+        case Encoding::text:
+        case Encoding::stateName:
+        case Encoding::payload:
+            values[i] = argument.text;
+            break;
+        case Encoding::decimal: {
+            const auto end = std::to_chars(decimals[i], decimals[i] + 12, argument.number).ptr;
+            values[i] = std::string_view(decimals[i], static_cast<std::size_t>(end - decimals[i]));
+            break;
+        }
+        case Encoding::flag:
+            values[i] = argument.number != 0 ? "1" : "0";
+            break;
+        case Encoding::word:
+            values[i] = argument.number != 0 ? "TRUE" : "FALSE";
+            break;
+        case Encoding::number:
+            spelled[i] = ClientUtils::itos(argument.number);
+            values[i] = spelled[i];
+            break;
+        }
+        if (argument.missing) {
+            total += tag + 2;
+            written = i;
+            break;
+        }
+        total += layout.field[i].encoding == Encoding::payload ? values[i].size()
+                                                               : 2 * tag + 5 + values[i].size();
+    }
+    std::string message(total, '\0');
+    char* out = copyShort(message.data(), kOpenMethod);
+    out = copyShort(copyShort(out, method), kCloseMethod);
+    for (std::size_t i = 0; i < layout.fields; ++i) {
+        const std::string_view tag = textOf(layout.field[i].tag);
+        if (layout.field[i].encoding == Encoding::payload) {
+            out = copyShort(out, values[i]);
+            continue;
+        }
+        *out++ = '<';
+        out = copyShort(out, tag);
+        *out++ = '>';
+        if (i == written) break;
+        out = copyShort(out, values[i]);
+        *out++ = '<';
+        *out++ = '/';
+        out = copyShort(out, tag);
+        *out++ = '>';
+    }
+    return message;
+}
+
+void post(ProxyRequest& channel, const RequestLayout& layout, const Argument* arguments) {
+    channel.sendOneWay(requestText(layout, arguments));
+}
+
+// Sends a request by its carrier and gives the answer.
+std::string ask(ProxyRequest& channel, const RequestLayout& layout, const Argument* arguments) {
+    const std::string request = requestText(layout, arguments);
+    std::string response(textOf(layout.preset));
+    if (layout.carrier == protocol::Carrier::sendRequestTimed)
+        channel.sendRequestTimed(request, response, kTimeout);
     else
-        request.payload(value);
+        channel.sendRequest(request, response);
+    return response;
 }
 
 bool contains(std::string_view text, std::string_view word) {
@@ -183,18 +256,14 @@ bool contains(std::string_view text, std::string_view word) {
 
 // The answer shapes: how the answer text becomes the result and the outputs.
 
-int read(const answers::ResultWord&, const std::string& response) { return resultOf(response); }
-
-bool read(const answers::TrueWord&, const std::string& response) { return response == "true"; }
-
 // A failure word anywhere wins, then "true" anywhere.
-int read(const answers::FlagWord&, const std::string& response, bool& value) {
+int readFlag(const std::string& response, bool& value) {
     if (contains(response, "sfiFailure")) return sfiFailure;
     value = contains(response, "true");
     return sfiSuccess;
 }
 
-int read(const answers::StateWord&, const std::string& response, sfiServiceState& state) {
+int readState(const std::string& response, sfiServiceState& state) {
     if (contains(response, "sfiFailure")) return sfiFailure;
     for (const sfiServiceState candidate :
          {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
@@ -206,7 +275,7 @@ int read(const answers::StateWord&, const std::string& response, sfiServiceState
     return sfiFailure;
 }
 
-int read(const answers::ItemList&, const std::string& response, std::vector<std::string>& items) {
+int readItems(const std::string& response, std::vector<std::string>& items) {
     if (response == "sfiFailure") return sfiFailure;
     // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b". Every
     // '<' before the last '>' gives one item, so the list grows once.
@@ -224,39 +293,84 @@ int read(const answers::ItemList&, const std::string& response, std::vector<std:
     return sfiSuccess;
 }
 
-template <typename Field, typename Output>
-void readAnswerField(const Field&, std::string_view response, ElementSpan span, Output& output) {
+// Every output is written, whatever the result word says, in the outputs' order; the
+// result is the result word of its own element.
+int readTagged(const std::string& response, const RequestLayout& layout, void* const* outputs) {
     using answers::Reading;
-    if constexpr (Field::reading == Reading::flag)
-        output = numberOf(response, span) != 0;
-    else if constexpr (Field::reading == Reading::number)
-        output = static_cast<int>(numberOf(response, span));
-    else if constexpr (Field::reading == Reading::text)
-        output = valueOf(response, span);
-    // Read as text first: a missing number is "" and so converts to 0, not -1.
-    else if constexpr (Field::reading == Reading::textNumber)
-        output = static_cast<int>(decimal32(valueOf(response, span)));
-    // The counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
-    else
-        output = static_cast<unsigned int>(static_cast<int>(decimal32(valueOf(response, span))));
+    ElementSpan spans[kBounds.answerFields + 1];
+    const std::size_t count = layout.answerFields;
+    findAnswerFields(response, {kCatalogue.pool.bytes, layout.answerNames, count + 1}, spans);
+    for (std::size_t i = 0; i < count; ++i) {
+        const ElementSpan span = spans[i];
+        switch (layout.readings[i]) {
+        case Reading::flag:
+            *static_cast<bool*>(outputs[i]) = numberOf(response, span) != 0;
+            break;
+        case Reading::number:
+            *static_cast<int*>(outputs[i]) = static_cast<int>(numberOf(response, span));
+            break;
+        case Reading::text:
+            *static_cast<std::string*>(outputs[i]) = valueOf(response, span);
+            break;
+        // Read as text first: a missing number is "" and so converts to 0, not -1.
+        case Reading::textNumber:
+            *static_cast<int*>(outputs[i]) = static_cast<int>(decimal32(valueOf(response, span)));
+            break;
+        // The counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
+        case Reading::textCounter:
+            *static_cast<unsigned int*>(outputs[i]) =
+                static_cast<unsigned int>(static_cast<int>(decimal32(valueOf(response, span))));
+            break;
+        }
+    }
+    return resultOf(valueOf(response, spans[count]));
 }
 
-// Every output is written, whatever the result word says, in the outputs' order.
-template <const auto& request, typename... Outputs, std::size_t... I>
-int readTagged(const std::string& response, std::index_sequence<I...>, Outputs&... outputs) {
-    constexpr const auto& answer = request.answer;
-    static constexpr auto kNames = elementNames(std::array<std::string_view, sizeof...(I) + 1>{
-        std::get<I>(answer.fields).tag..., answer.resultTag});
-    std::array<ElementSpan, kNames.size()> spans;
-    findAnswerFields(response, {kNames.data(), kNames.size()}, spans.data());
-    (readAnswerField(std::get<I>(answer.fields), response, spans[I], outputs), ...);
-    return resultOf(valueOf(response, spans[sizeof...(I)]));
+template <const auto& request> constexpr std::size_t rowOf() {
+    std::size_t row = kRequests;
+    std::apply(
+        [&](const auto&... each) {
+            std::size_t at = 0;
+            ((row = static_cast<const void*>(&each) == static_cast<const void*>(&request) ? at
+                                                                                          : row,
+              ++at),
+             ...);
+        },
+        requests::all);
+    return row;
 }
 
-template <typename Fields, typename Values, std::size_t... I>
-void writeFields(Request& request, const Fields& fields, const Values& values,
-                 std::index_sequence<I...>) {
-    (write(request, std::get<I>(fields), std::get<I>(values)), ...);
+// One request of the description: writes its fields from the leading arguments, sends it
+// by its carrier and reads the answer into the remaining arguments.
+template <const auto& request, typename... Args, std::size_t... In, std::size_t... Out>
+auto exchangeWith(ProxyRequest& channel, std::tuple<Args&...> all, std::index_sequence<In...>,
+                  std::index_sequence<Out...>) {
+    constexpr std::size_t row = rowOf<request>();
+    static_assert(row < kRequests, "every request is in the description's list");
+    const RequestLayout& layout = kCatalogue.requests[row];
+    const Argument arguments[sizeof...(In) + 1] = {
+        argumentOf(std::get<In>(request.fields), std::get<In>(all))...};
+    constexpr Shape shape = shapeOf<std::decay_t<decltype(request.answer)>>();
+    if constexpr (shape == Shape::none) {
+        post(channel, layout, arguments);
+    } else {
+        const std::string response = ask(channel, layout, arguments);
+        constexpr std::size_t in = sizeof...(In);
+        if constexpr (shape == Shape::resultWord)
+            return resultOf(response);
+        else if constexpr (shape == Shape::trueWord)
+            return response == "true";
+        else if constexpr (shape == Shape::flagWord)
+            return readFlag(response, std::get<in + Out>(all)...);
+        else if constexpr (shape == Shape::stateWord)
+            return readState(response, std::get<in + Out>(all)...);
+        else if constexpr (shape == Shape::itemList)
+            return readItems(response, std::get<in + Out>(all)...);
+        else {
+            void* const outputs[] = {&std::get<in + Out>(all)...};
+            return readTagged(response, layout, outputs);
+        }
+    }
 }
 
 // The parameters as the operation receives them, each as an lvalue reference.
@@ -267,56 +381,14 @@ struct Parameters<R (CommunicationsServiceIfc::*)(Params...)> {
 };
 template <typename Operation> using ParametersOf = typename Parameters<Operation>::type;
 
-template <std::size_t From, typename Tuple, std::size_t... I>
-auto sliceOf(const Tuple& tuple, std::index_sequence<I...>) {
-    return std::forward_as_tuple(std::get<From + I>(tuple)...);
-}
-
-// One request of the description: writes its fields from the leading arguments, sends it
-// by its carrier and reads the answer into the remaining arguments.
 template <const auto& request, typename... Args>
 auto exchange(ProxyRequest& channel, Args&... args) {
-    using Fields = std::decay_t<decltype(request.fields)>;
-    constexpr std::size_t kInputs = std::tuple_size_v<Fields>;
-    const auto all = std::forward_as_tuple(args...);
     static_assert(std::is_same_v<std::tuple<Args&...>, ParametersOf<decltype(request.operation)>>,
                   "the operation passes exactly the parameters its entry describes");
-    Request text(request.method);
-    writeFields(text, request.fields, all, std::make_index_sequence<kInputs>());
-    const auto outputs =
-        sliceOf<kInputs>(all, std::make_index_sequence<sizeof...(Args) - kInputs>());
-    using Answer = std::decay_t<decltype(request.answer)>;
-    if constexpr (std::is_same_v<Answer, answers::None>) {
-        channel.sendOneWay(text.str());
-    } else {
-        std::string response = [] {
-            if constexpr (std::is_same_v<Answer, answers::FlagWord> ||
-                          std::is_same_v<Answer, answers::StateWord>)
-                return std::string(request.answer.preset);
-            else
-                return std::string();
-        }();
-        if constexpr (request.carrier == protocol::Carrier::sendRequestTimed) {
-            channel.sendRequestTimed(text.str(), response, kTimeout);
-        } else {
-            channel.sendRequest(text.str(), response);
-        }
-        if constexpr (std::is_same_v<Answer, answers::ResultWord> ||
-                      std::is_same_v<Answer, answers::TrueWord>) {
-            return read(request.answer, response);
-        } else if constexpr (std::is_same_v<Answer, answers::FlagWord> ||
-                             std::is_same_v<Answer, answers::StateWord> ||
-                             std::is_same_v<Answer, answers::ItemList>) {
-            return read(request.answer, response, std::get<0>(outputs));
-        } else {
-            return std::apply(
-                [&](auto&... out) {
-                    return readTagged<request>(response, std::make_index_sequence<sizeof...(out)>(),
-                                               out...);
-                },
-                outputs);
-        }
-    }
+    constexpr std::size_t inputs = std::tuple_size_v<std::decay_t<decltype(request.fields)>>;
+    return exchangeWith<request>(channel, std::tuple<Args&...>(args...),
+                                 std::make_index_sequence<inputs>(),
+                                 std::make_index_sequence<sizeof...(Args) - inputs>());
 }
 
 void log(int line, const char* message) {
@@ -364,7 +436,8 @@ void CommunicationsServiceProxy::processSignallingComponentEvent(const char* dat
 int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
     log(277, "subscribe start");
     if (subscriber == nullptr) return sfiFailure;
-    const std::string request = Request(requests::subscribe.method).str();
+    const std::string request =
+        requestText(kCatalogue.requests[rowOf<requests::subscribe>()], nullptr);
     std::string response;
     const std::string channelName = requestChannel->context->findChannel(subscriber);
     try {

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 
 namespace {
 
@@ -87,10 +88,19 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 
 namespace {
 
-std::uint64_t loadWord(const char* bytes) {
+inline std::uint64_t loadWord(const char* bytes) {
     std::uint64_t word;
     std::memcpy(&word, bytes, sizeof word);
     return word;
+}
+
+// The first `count` (1 to 8) bytes of a word as it was read from memory.
+inline std::uint64_t leadingBytes(std::size_t count) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return ~std::uint64_t{0} >> (64 - 8 * count);
+#else
+    return ~std::uint64_t{0} << (64 - 8 * count);
+#endif
 }
 
 const char* findOpening(const char* from, const char* end) {
@@ -99,73 +109,135 @@ const char* findOpening(const char* from, const char* end) {
                              std::memchr(from, '<', static_cast<std::size_t>(end - from)));
 }
 
-// Whether `name` followed by '>' stands at `at`, with `end` the end of the text.
-bool standsAt(const ElementName& name, const char* at, const char* end) {
-    const std::size_t size = name.text.size();
-    const auto room = static_cast<std::size_t>(end - at);
-    if (room < size + 8) {
-        // Near the end of the text, where a whole word may not be read.
-        return room > size && at[size] == '>' && std::memcmp(at, name.text.data(), size) == 0;
+// Whether the `size` bytes at `at` are those of `bytes`, where a word can be read at both
+// from every offset below `size` (the text holds at least eight bytes behind `at`).
+inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
+    if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
+    if (loadWord(at) != loadWord(bytes)) return false;
+    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
+        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
     }
-    const std::uint64_t differ = ((loadWord(at) & name.headMask) ^ name.head) |
-                                 ((loadWord(at + name.tailOffset) & name.tailMask) ^ name.tail);
-    if (differ != 0) return false;
-    for (std::size_t offset = 8; offset < name.tailOffset; offset += 8) {
-        if (loadWord(at + offset) != loadWord(name.text.data() + offset)) return false;
+    return loadWord(at + size - 8) == loadWord(bytes + size - 8);
+}
+
+// Whether `name` followed by '>' stands at `at`, with `end` the end of the text. The pool
+// holds the '>' behind the name, so both are compared at once.
+inline bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
+    const std::size_t size = name.size + std::size_t{1};
+    const char* const bytes = pool + name.offset;
+    const auto room = static_cast<std::size_t>(end - at);
+    if (room >= 8 && room >= size) return sameWords(at, bytes, size);
+    // Near the end of the text, where a whole word cannot be read.
+    if (room < size) return false;
+    for (std::size_t i = 0; i < size; ++i) {
+        if (at[i] != bytes[i]) return false;
     }
     return true;
 }
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
-// The first of `names` that stands at `at`, or kNone.
-std::size_t nameAt(ElementNames names, const char* at, const char* end) {
-    for (std::size_t i = 0; i < names.count; ++i) {
-        if (names.names[i].text.front() == *at && standsAt(names.names[i], at, end)) return i;
-    }
-    return kNone;
-}
-
 // The scan of one event: each '<' is looked at once, from left to right.
 class ElementScan {
 public:
     ElementScan(std::string_view text, ElementNames names, ElementSpan* spans)
         : begin(text.data()), end(text.data() + text.size()), names(names), spans(spans),
-          unsettled(names.count) {
-        for (std::size_t i = 0; i < names.count; ++i)
-            spans[i] = ElementSpan{};
-    }
+          unsettled(names.count) {}
 
-    void run() {
-        const char* open = nextOpening(begin);
-        while (open != nullptr && unsettled != 0) {
+    void run(std::size_t from) {
+        if (unsettled == 0) return;
+        const char* open = inOrder(findOpening(begin + from, end));
+        // The elements the expected order did not reach.
+        for (std::size_t i = reached; i < names.count; ++i)
+            spans[i] = ElementSpan{};
+        while (open != nullptr && unsettled > 1) {
             const char* const name = open + 1;
-            if (name == end) break;
+            if (name == end) return;
             open = *name == '/' ? afterClosing(open) : afterOpening(open);
         }
+        if (open != nullptr && unsettled == 1) lastElement(open);
     }
 
 private:
+    bool nameAt(std::size_t i, const char* at) const {
+        return standsAt(names.pool, names.names[i], at, end);
+    }
+
+    std::size_t sizeOf(std::size_t i) const { return names.names[i].size; }
+
     // The first '<' at or after `from`; after a closing tag it usually stands right there.
     const char* nextOpening(const char* from) const {
         if (from != end && *from == '<') return from;
         return findOpening(from, end);
     }
 
-    const ElementName& name(std::size_t i) const { return names.names[i]; }
+    // Whether "</" and the name of element i stand at `open`.
+    bool closes(std::size_t i, const char* open) const {
+        return end - open > 2 && open[1] == '/' && nameAt(i, open + 2);
+    }
+
+    // Expected order: while `open` starts the next element in order and the '<' after it
+    // ends that element, each '<' costs one compare.
+    const char* inOrder(const char* open) {
+        // Locals, so that writing a span never makes the compiler read the members again.
+        const char* const pool = names.pool;
+        const ElementName* const list = names.names;
+        ElementSpan* const out = spans;
+        const char* const last = end;
+        std::size_t next = expected;
+        const char* stop = open;
+        for (; stop != nullptr && next < names.count; ++next) {
+            const ElementName name = list[next];
+            if (!standsAt(pool, name, stop + 1, last)) {
+                out[next] = ElementSpan{};
+                break;
+            }
+            const char* const value = stop + 2 + name.size;
+            // Most values are a digit or two: those bytes are looked at before memchr.
+            const char* close = value;
+            if (close != last && *close != '<' && ++close != last && *close != '<')
+                close = findOpening(close + 1, last);
+            else if (close == last)
+                close = nullptr;
+            if (close == nullptr || last - close < 2 || close[1] != '/' ||
+                !standsAt(pool, name, close + 2, last)) {
+                out[next] = {static_cast<std::size_t>(value - begin), std::string_view::npos};
+                stop = close;
+                reached = next + 1;
+                expected = next;
+                unsettled = names.count - next;
+                return stop;
+            }
+            out[next] = {static_cast<std::size_t>(value - begin),
+                         static_cast<std::size_t>(close - begin)};
+            stop = close + 3 + name.size;
+            if (stop == last || *stop != '<') stop = findOpening(stop, last);
+        }
+        reached = stop != nullptr && next < names.count ? next + 1 : next;
+        expected = next;
+        unsettled = names.count - next;
+        return stop;
+    }
 
     // `open` starts "</": settles the element still waiting for this end tag, if any.
     const char* afterClosing(const char* open) {
         const char* const at = open + 2;
         if (at == end) return nullptr;
         for (std::size_t i = 0; i < names.count; ++i) {
-            if (spans[i].value != std::string_view::npos && !spans[i].found() &&
-                name(i).text.front() == *at && standsAt(name(i), at, end)) {
+            if (spans[i].value != std::string_view::npos && !spans[i].found() && nameAt(i, at)) {
                 settle(i, open);
-                return nextOpening(at + name(i).text.size() + 1);
+                return nextOpening(at + sizeOf(i) + 1);
             }
         }
         return nextOpening(at);
+    }
+
+    // The first of the names that stands at `at`, or kNone.
+    std::size_t anyNameAt(const char* at) const {
+        for (std::size_t i = 0; i < names.count; ++i) {
+            if (nameAt(i, at)) return i;
+        }
+        return kNone;
     }
 
     // `open` may start a wanted element. On its first occurrence the value begins behind
@@ -173,20 +245,37 @@ private:
     const char* afterOpening(const char* open) {
         const char* const at = open + 1;
         std::size_t i = expected;
-        if (i >= names.count || !standsAt(name(i), at, end)) {
-            i = nameAt(names, at, end);
+        if (i >= names.count || !nameAt(i, at)) {
+            i = anyNameAt(at);
             if (i == kNone) return nextOpening(at);
         }
-        const char* const value = at + name(i).text.size() + 1;
+        const char* const value = at + sizeOf(i) + 1;
         if (spans[i].value != std::string_view::npos) return nextOpening(value);
         spans[i].value = static_cast<std::size_t>(value - begin);
         const char* const next = nextOpening(value);
-        if (next == nullptr || end - next < 2 || next[1] != '/' ||
-            !standsAt(name(i), next + 2, end))
-            return next;
+        if (next == nullptr || !closes(i, next)) return next;
         settle(i, next);
         expected = i + 1;
-        return nextOpening(next + 2 + name(i).text.size() + 1);
+        return nextOpening(next + 3 + sizeOf(i));
+    }
+
+    // Last element: when one element is left, each '<' is compared with its name only.
+    void lastElement(const char* open) {
+        std::size_t i = 0;
+        while (spans[i].found())
+            ++i;
+        for (; spans[i].value == std::string_view::npos; open = findOpening(open + 1, end)) {
+            if (open == nullptr) return;
+            if (nameAt(i, open + 1)) {
+                open += 2 + sizeOf(i);
+                spans[i].value = static_cast<std::size_t>(open - begin);
+                open = findOpening(open, end);
+                break;
+            }
+        }
+        for (; open != nullptr; open = findOpening(open + 1, end)) {
+            if (closes(i, open)) return settle(i, open);
+        }
     }
 
     void settle(std::size_t i, const char* closing) {
@@ -200,18 +289,76 @@ private:
     ElementSpan* const spans;
     std::size_t unsettled;
     std::size_t expected = 0;
+    std::size_t reached = 0; // the spans the expected order has cleared
 };
 
 } // namespace
 
-void findElements(std::string_view text, ElementNames names, ElementSpan* spans) {
-    ElementScan(text, names, spans).run();
+ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        const std::string_view name = list[i];
+        if (name.empty() || name.size() > 255 || name.front() == '/' ||
+            name.find_first_of("<>") != std::string_view::npos ||
+            std::find(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(i), name) !=
+                list.begin() + static_cast<std::ptrdiff_t>(i) ||
+            pool.size() + name.size() > 0xFFFF)
+            throw std::invalid_argument("unusable element name");
+        names.push_back({static_cast<std::uint16_t>(pool.size()),
+                         static_cast<std::uint8_t>(name.size())});
+        pool.append(name).append(1, '>');
+    }
+    pool.append(8, '\0');
+}
+
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
+                  std::size_t from) {
+    ElementScan(text, names, spans).run(from);
+}
+
+namespace {
+
+constexpr std::string_view kMethodOpen = "<Method>";
+constexpr std::string_view kMethodClose = "</Method>";
+
+struct MethodName {
+    NamePool<kMethodOpen.size()> pool;
+    ElementName name;
+};
+
+constexpr MethodName methodName() {
+    MethodName method;
+    method.name = method.pool.element(kMethodOpen.substr(1, kMethodOpen.size() - 2));
+    return method;
+}
+
+constexpr MethodName kMethod = methodName();
+
+} // namespace
+
+ElementSpan findMethod(std::string_view text, std::size_t& fields) {
+    // Expected order: the service begins every event with its method element.
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    fields = 0;
+    if (text.size() >= kMethodOpen.size() + kMethodClose.size() &&
+        std::memcmp(begin, kMethodOpen.data(), kMethodOpen.size()) == 0) {
+        const char* const close = findOpening(begin + kMethodOpen.size(), end);
+        if (close != nullptr && static_cast<std::size_t>(end - close) >= kMethodClose.size() &&
+            std::memcmp(close, kMethodClose.data(), kMethodClose.size()) == 0) {
+            const auto value = static_cast<std::size_t>(close - begin);
+            fields = value + kMethodClose.size();
+            return {kMethodOpen.size(), value};
+        }
+    }
+    ElementSpan method;
+    findElements(text, {kMethod.pool.bytes, &kMethod.name, 1}, &method);
+    return method;
 }
 
 void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans) {
     constexpr std::size_t kMaxFields = 16;
     if (names.count > kMaxFields) {
-        findAnswerFields(answer, {names.names + kMaxFields, names.count - kMaxFields},
+        findAnswerFields(answer, {names.pool, names.names + kMaxFields, names.count - kMaxFields},
                          spans + kMaxFields);
     }
     const char* const begin = answer.data();
@@ -229,8 +376,7 @@ void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* 
         if (at == end) break;
         std::size_t* const first = closing ? ends : starts;
         for (std::size_t i = 0; i < count; ++i) {
-            if (first[i] == kNone && names.names[i].text.front() == *at &&
-                standsAt(names.names[i], at, end)) {
+            if (first[i] == kNone && standsAt(names.pool, names.names[i], at, end)) {
                 first[i] = static_cast<std::size_t>(open - begin);
                 --unseen;
                 break;
@@ -242,7 +388,7 @@ void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* 
             spans[i] = ElementSpan{};
             continue;
         }
-        const std::size_t value = starts[i] + names.names[i].text.size() + 2;
+        const std::size_t value = starts[i] + names.names[i].size + 2;
         // Unsigned on purpose, as in answerText.
         spans[i] = {value, value + std::min(answer.size() - value, ends[i] - value)};
     }

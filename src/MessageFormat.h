@@ -5,9 +5,11 @@
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "CommunicationsService/CommunicationsServiceTypes.h"
 
@@ -48,12 +50,36 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 // The tricks, each named once:
 // - one pass: every '<' of the text is looked at once (found with memchr), instead of
 //   one search from the start per field;
-// - expected order: the service writes the fields in the order a handler reads them,
-//   so the name after the last one found is tried first, and its end tag is usually the
-//   very next '<';
-// - word compare: a tag name with its '>' is compared as its first and last eight bytes,
-//   masked words built at compile time, instead of a call of memcmp.
+// - expected order: the service writes the fields in the order a handler reads them, so
+//   while each '<' opens the next field and the '<' after it closes that field, nothing
+//   else is tried;
+// - word compare: a name is compared eight bytes at a time with the text, read from a
+//   pool of names that may be read a word past its end, instead of a call of memcmp.
 // ---------------------------------------------------------------------------------------
+
+// Copies `piece` to `out` and gives the end of the copy. Short pieces, as tags and most
+// values are, go as two overlapping words; only long ones cost a call of memcpy (which
+// must never see the null pointer that an empty view may hold).
+inline char* copyShort(char* out, std::string_view piece) {
+    const char* const from = piece.data();
+    const std::size_t size = piece.size();
+    const auto copyWords = [&](auto word) {
+        std::memcpy(&word, from, sizeof word);
+        std::memcpy(out, &word, sizeof word);
+        std::memcpy(&word, from + size - sizeof word, sizeof word);
+        std::memcpy(out + size - sizeof word, &word, sizeof word);
+    };
+    if (size > 16)
+        std::memcpy(out, from, size);
+    else if (size >= 8)
+        copyWords(std::uint64_t{});
+    else if (size >= 4)
+        copyWords(std::uint32_t{});
+    else
+        for (std::size_t i = 0; i < size; ++i)
+            out[i] = from[i];
+    return out + size;
+}
 
 // strtol32 on `digits` in place: conversion stops at the first byte that is not part of
 // the number, a NUL included.
@@ -101,75 +127,89 @@ inline long numberOf(std::string_view text, ElementSpan span) {
     return span.found() ? decimal32(valueOf(text, span)) : -1;
 }
 
-// An element name prepared for the word compare: the name with its '>' behind it as two
-// masked words, its first and its last eight bytes (one word for short names).
+// A name as the bytes at `offset` of a pool of names.
 struct ElementName {
-    std::string_view text;
-    std::uint64_t head = 0;
-    std::uint64_t headMask = 0;
-    std::uint64_t tail = 0;
-    std::uint64_t tailMask = 0;
-    std::size_t tailOffset = 0;
+    std::uint16_t offset = 0;
+    std::uint8_t size = 0;
 };
 
-namespace element_words {
-
-// The up to eight bytes of `name` and its '>' from `offset`, laid out as a word read from
-// memory at that place would hold them.
-constexpr std::uint64_t word(std::string_view name, std::size_t offset, bool mask) {
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < 8 && offset + i <= name.size(); ++i) {
-        const auto byte =
-            mask ? 0xFFu
-                 : static_cast<unsigned char>(offset + i < name.size() ? name[offset + i] : '>');
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-        value |= std::uint64_t{byte} << (8 * i);
-#else
-        value |= std::uint64_t{byte} << (8 * (7 - i));
-#endif
-    }
-    return value;
-}
-
-} // namespace element_words
-
-// Element names must be non-empty and hold no '<' or '>' (so that no tag begins inside
-// another), not begin with '/', and be distinct; every tag of the service keeps to that.
-// A name that breaks a rule fails the build where the index is made at compile time.
-constexpr ElementName elementName(std::string_view name) {
-    if (name.empty() || name.front() == '/' || name.find_first_of("<>") != std::string_view::npos)
-        throw "unusable element name";
-    ElementName prepared;
-    prepared.text = name;
-    prepared.tailOffset = name.size() + 1 > 8 ? name.size() + 1 - 8 : 0;
-    prepared.head = element_words::word(name, 0, false);
-    prepared.headMask = element_words::word(name, 0, true);
-    prepared.tail = element_words::word(name, prepared.tailOffset, false);
-    prepared.tailMask = element_words::word(name, prepared.tailOffset, true);
-    return prepared;
-}
-
-template <std::size_t N>
-constexpr std::array<ElementName, N> elementNames(const std::array<std::string_view, N>& names) {
-    std::array<ElementName, N> prepared{};
-    for (std::size_t i = 0; i < N; ++i) {
-        for (std::size_t j = 0; j < i; ++j) {
-            if (names[i] == names[j]) throw "duplicate element name";
-        }
-        prepared[i] = elementName(names[i]);
-    }
-    return prepared;
-}
-
-// A view of prepared names, so that one scanner serves every handler.
+// The names one scan looks for. Names must be non-empty, hold no '<' or '>' (so that no
+// tag begins inside another), not begin with '/', and be distinct; every tag of the
+// service keeps to that. In the pool each name is followed by '>', so that a name and the
+// end of its tag are compared as one, and the pool can be read eight bytes past its end.
 struct ElementNames {
+    const char* pool;
     const ElementName* names;
     std::size_t count;
 };
 
+// A pool built at compile time from the names of a description: a name whose bytes are
+// already in the pool is not added again. `Capacity` bounds the names' total size with
+// a byte for each name's '>'.
+template <std::size_t Capacity> struct NamePool {
+    char bytes[Capacity + 8] = {};
+    std::size_t size = 0;
+
+    // Any text, such as a method name.
+    constexpr ElementName add(std::string_view name) { return place(name, name.size()); }
+
+    // A name of the scans, which must keep to their rules; it is followed by '>'.
+    constexpr ElementName element(std::string_view name) {
+        if (name.empty() || name.front() == '/' || name.find_first_of("<>") != std::string_view::npos)
+            throw "unusable element name";
+        return place(name, name.size() + 1);
+    }
+
+    constexpr std::string_view text(ElementName name) const {
+        return std::string_view(bytes + name.offset, name.size);
+    }
+
+private:
+    // The name's bytes, and '>' when `stored` is one more, found in the pool or added.
+    constexpr ElementName place(std::string_view name, std::size_t stored) {
+        if (name.empty() || name.size() > 255) throw "unusable element name";
+        const auto matches = [&](std::size_t at) {
+            for (std::size_t i = 0; i < stored; ++i) {
+                if (bytes[at + i] != (i < name.size() ? name[i] : '>')) return false;
+            }
+            return true;
+        };
+        std::size_t at = 0;
+        while (at + stored <= size && !matches(at))
+            ++at;
+        if (at + stored > size) {
+            if (size + stored > Capacity) throw "the pool is too small";
+            at = size;
+            for (std::size_t i = 0; i < stored; ++i)
+                bytes[size++] = i < name.size() ? name[i] : '>';
+        }
+        if (at > 0xFFFF) throw "the pool is too large";
+        return {static_cast<std::uint16_t>(at), static_cast<std::uint8_t>(name.size())};
+    }
+};
+
+// Names prepared at run time, for tests and tools; the constructor refuses a set that
+// breaks the rules of ElementNames with std::invalid_argument.
+class ElementNameSet {
+public:
+    explicit ElementNameSet(const std::vector<std::string_view>& names);
+    ElementNames view() const { return {pool.data(), names.data(), names.size()}; }
+
+private:
+    std::string pool;
+    std::vector<ElementName> names;
+};
+
 // Locates every element of `names` in one pass over an event and writes their spans
-// (`spans` holds names.count entries), by the invoker's rules.
-void findElements(std::string_view text, ElementNames names, ElementSpan* spans);
+// (`spans` holds names.count entries), by the invoker's rules. The scan may begin at
+// `from` when no start tag of a name stands before it.
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
+                  std::size_t from = 0);
+
+// Locates the method element of an event, as findElements does for "Method". `fields` is
+// where a scan of the event's fields may begin: behind the method element when the text
+// begins with it and its value holds no '<' (no start tag of a field stands before), else 0.
+ElementSpan findMethod(std::string_view text, std::size_t& fields);
 
 // Locates fields of one of the service's answers in one pass, by the proxy's rules.
 void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans);

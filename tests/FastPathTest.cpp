@@ -50,10 +50,8 @@ private:
 };
 
 void expectMemberReadings(const std::string& message, const Names& list) {
-    std::vector<ElementName> prepared;
-    for (const std::string_view name : list)
-        prepared.push_back(elementName(name));
-    const ElementNames names{prepared.data(), prepared.size()};
+    const ElementNameSet prepared(list);
+    const ElementNames names = prepared.view();
     std::vector<ElementSpan> events(list.size());
     std::vector<ElementSpan> answers(list.size());
     const ExactCopy copy(message);
