@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Turns callbacks into named texts, for the recording subscriber and the console.
+
 // Turns every callback into its name and its arguments, each named after the callback's
 // parameter and written as text, and hands that to a sink: the recording subscriber keeps
 // the calls for tests, the desktop console prints them and waits on them.
@@ -26,12 +29,19 @@ namespace communications::testing {
 
 // The texts that arguments are recorded as. Tests use them to write expected values of
 // the same shape, for example the list that a decoder makes of an empty text.
+
+/// A number, in decimal.
 inline std::string toText(int value) { return std::to_string(value); }
+/// A counter, in decimal.
 inline std::string toText(unsigned int value) { return std::to_string(value); }
+/// A flag, as "true" or "false".
 inline std::string toText(bool value) { return value ? "true" : "false"; }
+/// A text, as it is.
 inline std::string toText(const std::string& value) { return value; }
+/// A C string, as it is.
 inline std::string toText(const char* value) { return value; }
 
+/// A list of numbers, as `[1, 2]`.
 inline std::string toText(const std::vector<int>& values) {
     std::string text = "[";
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -40,6 +50,7 @@ inline std::string toText(const std::vector<int>& values) {
     return text + "]";
 }
 
+/// A list of texts, as `["a", "b"]`.
 inline std::string toText(const std::vector<std::string>& values) {
     std::string text = "[";
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -48,13 +59,13 @@ inline std::string toText(const std::vector<std::string>& values) {
     return text + "]";
 }
 
-// A fixed-width text field up to its first NUL, never past its width: the record's
-// unused bytes may hold anything.
+/// A fixed-width text field of a CallPartyInfo up to its first NUL, never past its width:
+/// the record's unused bytes may hold anything.
 template <std::size_t Width> std::string fieldText(const char (&field)[Width]) {
     return std::string(field, std::find(field, field + Width, '\0'));
 }
 
-// The nine fields of a call party record in their order; one text "null" for no record.
+/// The nine fields of a call party record in their order; one text "null" for no record.
 inline std::vector<std::string> toTexts(const CallPartyInfo* info) {
     if (info == nullptr) return {"null"};
     return {fieldText(info->reservedText1),   fieldText(info->reservedText2),
@@ -64,19 +75,19 @@ inline std::vector<std::string> toTexts(const CallPartyInfo* info) {
             fieldText(info->callingParty)};
 }
 
-// One argument of a callback: the parameter's name and its value as text.
+/// One argument of a callback: the parameter's name and its value as text.
 struct NamedValue {
-    std::string name;
-    std::string value;
+    std::string name;  ///< the callback parameter's name, such as "callId"
+    std::string value; ///< its value as toText() writes it
 };
 
-// One callback as it arrived: its name and its named arguments, in order.
+/// One callback as it arrived: its name and its named arguments, in order.
 struct NamedCall {
-    std::string callback;
-    std::vector<NamedValue> arguments;
+    std::string callback;              ///< the callback's name, such as "onCallHeldEvent"
+    std::vector<NamedValue> arguments; ///< its arguments, in the callback's order
 };
 
-// "onCallHeldEvent" for the event method "CallHeldEvent" or "callHeldEvent".
+/// "onCallHeldEvent" for the event method "CallHeldEvent" or "callHeldEvent".
 inline std::string callbackName(std::string_view method) {
     std::string name = "on" + std::string(method);
     if (name.size() > 2)
@@ -86,6 +97,8 @@ inline std::string callbackName(std::string_view method) {
 
 namespace events = CommunicationsService::protocol::events;
 
+/// A subscriber that turns every callback into a NamedCall and hands it to recorded(),
+/// its one sink: the recording subscriber keeps the calls, the console prints them.
 class CallbackRecorder : public Executable, public CommunicationsServiceEventIfc {
 public:
     void init(Context& /*context*/) override {}
@@ -255,7 +268,7 @@ public:
     }
 
 protected:
-    // Receives every callback, on the thread that called it.
+    /// Receives every callback, on the thread that called it.
     virtual void recorded(NamedCall call) = 0;
 
 private:
