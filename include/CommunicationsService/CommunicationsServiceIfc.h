@@ -44,9 +44,9 @@ class Executable;
 ///   #callbackDOFeatureCallID, #RemoveConfParticipant.
 ///
 /// Call identifiers belong to the service: the one an application passes to
-/// #outgoingCallMake is a proposal, and the call's events (first
-/// CommunicationsServiceEventIfc::onCallStateChangeEvent on the line, with the destination
-/// as `uri`) carry the one the service uses; calls that arrive bring theirs in
+/// #outgoingCallMake is a proposal, and the call's events (the first is a
+/// CommunicationsServiceEventIfc::onCallStateChangeEvent on the line whose `uri` addresses
+/// the destination) carry the one the service uses; calls that arrive bring theirs in
 /// CommunicationsServiceEventIfc::onIncomingCallEvent.
 ///
 /// The library holds no lock and keeps no state, so operations may be called from any
@@ -74,8 +74,9 @@ public:
     /// @param line                the line that places the call.
     /// @param callId              the identifier the application proposes for the call. The
     ///                            service owns call identifiers and names the call in its
-    ///                            events by the one it uses: the first call-state event of
-    ///                            the call on @p line, with @p destination as its `uri`.
+    ///                            events by the one it uses, from the call's first
+    ///                            call-state event on @p line on (its `uri` addresses
+    ///                            @p destination; the simulator's state is 1, dialing).
     ///                            The desktop simulator takes a positive identifier that no
     ///                            call holds, and otherwise numbers the call itself (from 1
     ///                            upwards), so an application that passes 0 learns the

@@ -1,5 +1,7 @@
-// Callbacks on the desktop host run on its delivery thread and may send requests: the
-// answer arrives while the callback waits, and later events wait for the callback.
+// What applications rely on, against the simulator: callbacks on the desktop host run on
+// its delivery thread and may send requests (the answer arrives while the callback waits,
+// later events wait for the callback), and a placed call's identifier arrives in its first
+// call-state event.
 
 #include <gtest/gtest.h>
 
@@ -11,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "Client.h"
 #include "CommunicationsService/CommunicationsServiceEventAdapter.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "CommunicationsService/desktop/Host.h"
@@ -91,6 +94,23 @@ TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
     const std::set<std::thread::id> threads = subscriber.callbackThreads();
     ASSERT_EQ(threads.size(), 1u);
     EXPECT_NE(*threads.begin(), std::this_thread::get_id());
+}
+
+TEST(PlacedCalls, LearnTheirIdentifierFromTheFirstCallStateEvent) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    EXPECT_TRUE(client.run({
+        "subscribe => sfiSuccess",
+        "activate => sfiSuccess",
+        // A free identifier is kept; 0, or one a call holds, makes the service choose.
+        "outgoingCallMake 1001 5 2002 0 0 0 => sfiSuccess",
+        "await onCallStateChangeEvent lineId=1001 callId=5 callState=1 "
+        "uri=sip:2002@pbx.example.com",
+        "outgoingCallMake 1001 0 2002 0 0 0 => sfiSuccess",
+        "await onCallStateChangeEvent lineId=1001 callId=1 callState=1",
+        "outgoingCallMake 1002 5 2002 0 0 0 => sfiSuccess",
+        "await onCallStateChangeEvent lineId=1002 callId=2 callState=1",
+    })) << simulator.log();
 }
 
 } // namespace
