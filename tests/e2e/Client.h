@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/desktop/Host.h"
 #include "Console.h"
 #include "EventRecorder.h"
-#include "CommunicationsService/desktop/Host.h"
 
 namespace kit {
 

@@ -15,8 +15,8 @@
 #include <thread>
 
 #include "Client.h"
-#include "SimulatorProcess.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "SimulatorProcess.h"
 
 namespace {
 

@@ -5,10 +5,12 @@
 #include <poll.h>
 #include <readline/history.h>
 #include <readline/readline.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -89,6 +91,7 @@ private:
 console::Console* activeConsole = nullptr;
 bool inputEnded = false;
 bool anyCheckFailed = false;
+int linesThisSession = 0;
 
 void handleTerminalLine(char* line) {
     if (line == nullptr) {
@@ -96,7 +99,10 @@ void handleTerminalLine(char* line) {
         // Ctrl-D leaves the cursor behind the prompt.
         std::cout << std::endl;
     } else {
-        if (*line != '\0') add_history(line);
+        if (*line != '\0') {
+            add_history(line);
+            ++linesThisSession;
+        }
         if (!activeConsole->execute(line)) anyCheckFailed = true;
         std::free(line);
     }
@@ -126,9 +132,33 @@ std::string historyPath() {
     return home != nullptr ? std::string(home) + "/.comms_console_history" : std::string();
 }
 
+// The history file is the console's own: a path that holds anything but a regular file
+// is left alone, and lines are only ever appended, so nothing in it is overwritten.
+bool usableHistory(const std::string& path, Output& output) {
+    struct stat status {};
+    if (path.empty()) return false;
+    if (lstat(path.c_str(), &status) != 0) return errno == ENOENT;
+    if (S_ISREG(status.st_mode)) return true;
+    output.printNow("! history " + path +
+                    " is not a regular file; it is left as it is and "
+                    "this session keeps no history");
+    return false;
+}
+
+void saveHistory(const std::string& path) {
+    if (linesThisSession == 0) return;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        write_history(path.c_str());
+    } else if (S_ISREG(status.st_mode)) {
+        append_history(linesThisSession, path.c_str());
+    }
+}
+
 int runTerminal(console::Console& console, Output& output) {
     activeConsole = &console;
-    const std::string history = historyPath();
+    std::string history = historyPath();
+    if (!usableHistory(history, output)) history.clear();
     if (!history.empty()) read_history(history.c_str());
     rl_completion_entry_function = completeOperation;
     rl_callback_handler_install("comms> ", handleTerminalLine);
@@ -138,7 +168,7 @@ int runTerminal(console::Console& console, Output& output) {
         if (sources[1].revents != 0) output.flushAroundPrompt();
         if (sources[0].revents != 0) rl_callback_read_char();
     }
-    if (!history.empty()) write_history(history.c_str());
+    if (!history.empty()) saveHistory(history);
     // Like a script, a session with a failed line says so in its exit status.
     return anyCheckFailed ? 1 : 0;
 }

@@ -1,10 +1,13 @@
 #include "Server.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <deque>
 #include <stdexcept>
 
@@ -21,14 +24,30 @@ using Socket = asio::local::stream_protocol::socket;
 
 constexpr const char* kProtocol = "CommunicationsServiceProtocol";
 
-// Refuses to take over a socket that another simulator still serves; removes a stale one.
+// Removes nothing but a stale socket: a path that is not a socket is refused and left as
+// it is, and a socket that another service still serves is not taken over.
 void claimSocketPath(asio::io_context& io, const std::string& path) {
-    if (access(path.c_str(), F_OK) != 0) return;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return;
+        throw std::runtime_error("cannot use --socket " + path + ": " + std::strerror(errno));
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        throw std::runtime_error("--socket " + path +
+                                 " exists and is not a socket; it is left as it is");
+    }
     Socket probe(io);
     asio::error_code error;
     probe.connect(asio::local::stream_protocol::endpoint(path), error);
     if (!error) throw std::runtime_error("another service already listens on " + path);
     ::unlink(path.c_str());
+}
+
+// The identity of the socket file at the path, if a socket is there.
+std::optional<std::pair<dev_t, ino_t>> socketIdentity(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return std::nullopt;
+    return std::make_pair(status.st_dev, status.st_ino);
 }
 
 } // namespace
@@ -126,6 +145,7 @@ Server::Server(asio::io_context& context, std::string path, Log logger, bool ver
         acceptor.open(endpoint.protocol());
         acceptor.bind(endpoint);
         acceptor.listen();
+        boundSocket = socketIdentity(socketPath);
     } catch (const asio::system_error& error) {
         throw std::runtime_error("cannot listen on " + socketPath + ": " + error.code().message());
     }
@@ -143,7 +163,8 @@ void Server::stop() {
     if (!acceptor.is_open()) return;
     asio::error_code ignored;
     acceptor.close(ignored);
-    ::unlink(socketPath.c_str());
+    // Whatever replaced the socket file since is someone else's.
+    if (boundSocket && socketIdentity(socketPath) == boundSocket) ::unlink(socketPath.c_str());
     for (auto& [number, session] : std::map<int, std::shared_ptr<Session>>(sessions)) {
         session->socket.close(ignored);
     }

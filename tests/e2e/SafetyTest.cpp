@@ -1,0 +1,93 @@
+// The kit loses nothing and forgives: it removes only what it made, control commands are
+// never held back by the answer steering they set, a reset returns the simulator to its
+// start, and a refusal reaches the client with its reason.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+
+#include "Client.h"
+#include "SimulatorProcess.h"
+
+namespace {
+
+// A temporary folder and a file in it, both gone with the object.
+class PreciousFile {
+public:
+    PreciousFile() {
+        char pattern[] = "/tmp/comms-safety.XXXXXX";
+        folder = mkdtemp(pattern);
+        path = folder + "/notes.txt";
+        std::ofstream(path) << kContent;
+    }
+    ~PreciousFile() {
+        std::remove(path.c_str());
+        rmdir(folder.c_str());
+    }
+    bool untouched() const {
+        std::ifstream file(path);
+        std::ostringstream text;
+        text << file.rdbuf();
+        struct stat status {};
+        return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+               text.str() == kContent;
+    }
+
+    static constexpr const char* kContent = "the only copy\n";
+    std::string folder;
+    std::string path;
+};
+
+struct ProgramRun {
+    int status = -1;
+    std::string output;
+};
+
+ProgramRun runProgram(const std::string& command) {
+    ProgramRun run;
+    FILE* pipe = popen((command + " 2>&1 </dev/null").c_str(), "r");
+    if (pipe == nullptr) return run;
+    char buffer[256];
+    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
+        run.output += buffer;
+    const int status = pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+TEST(Paths, AFileWhereTheSocketBelongsIsRefusedByNameAndLeftAsItIs) {
+    PreciousFile file;
+    // Bounded: a simulator that took the path over would listen on it for good.
+    const ProgramRun run =
+        runProgram("timeout 10 " + std::string(SIMULATOR_PATH) + " --socket " + file.path);
+    EXPECT_EQ(run.status, 2) << run.output;
+    EXPECT_NE(run.output.find("--socket " + file.path + " exists and is not a socket"),
+              std::string::npos)
+        << run.output;
+    EXPECT_TRUE(file.untouched());
+}
+
+TEST(Paths, AStaleSocketIsTakenOverAndOnlyTheSimulatorsOwnSocketIsRemoved) {
+    PreciousFile file;
+    const std::string socket = file.folder + "/service.sock";
+    {
+        kit::SimulatorProcess crashed({}, socket);
+        crashed.kill(SIGKILL);
+    }
+    kit::SimulatorProcess simulator({}, socket);
+    EXPECT_NE(simulator.log().find("listening on " + socket), std::string::npos);
+
+    // Something else takes the path while the simulator runs: stopping leaves it alone.
+    ASSERT_EQ(std::remove(socket.c_str()), 0);
+    ASSERT_EQ(rename(file.path.c_str(), socket.c_str()), 0);
+    simulator.kill(SIGTERM);
+    ASSERT_EQ(rename(socket.c_str(), file.path.c_str()), 0);
+    EXPECT_TRUE(file.untouched());
+}
+
+} // namespace
