@@ -91,3 +91,23 @@ TEST(Paths, AStaleSocketIsTakenOverAndOnlyTheSimulatorsOwnSocketIsRemoved) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(Steering, AppliesToServiceRequestsAndNeverHoldsBackControlCommands) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    ASSERT_EQ(client.control("delayAnswers 1500"), "ok");
+    kit::Stopwatch clock;
+    EXPECT_EQ(client.control("delayAnswers 800"), "ok");
+    EXPECT_EQ(client.control("nextAnswer sfiFailureCallBackToMany"), "ok");
+    EXPECT_EQ(client.control("show").compare(0, 2, "ok"), 0);
+    EXPECT_LT(clock.elapsedMs(), 500);
+
+    clock = kit::Stopwatch();
+    EXPECT_EQ(client.service().activate(), sfiFailureCallBackToMany);
+    EXPECT_GE(clock.elapsedMs(), 800);
+    EXPECT_EQ(client.service().deactivate(false), sfiSuccess);
+}
+
+} // namespace

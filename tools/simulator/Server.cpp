@@ -201,11 +201,10 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         return;
     case Kind::Control: {
         holdingEvents = true;
-        // A command that changes the answer delay is itself answered under the old one.
-        const std::chrono::milliseconds delay = answerDelay;
+        // Answer steering is for service requests: control commands are answered at once.
         std::string reply = control(frame.text, session.get());
         if (verbose) log(client + " control '" + frame.text + "' -> " + reply);
-        answer(session, frame.id, std::move(reply), delay);
+        answer(session, frame.id, std::move(reply), std::chrono::milliseconds(0));
         flushEvents();
         return;
     }
