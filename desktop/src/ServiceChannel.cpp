@@ -19,6 +19,9 @@ using Socket = asio::local::stream_protocol::socket;
 using wire::Frame;
 using wire::Kind;
 
+// Why the service refused the last request this thread sent; empty when it did not.
+thread_local std::string lastRefusal;
+
 // "<Method>AnswerCall</Method>..." is named AnswerCall in reports; anything else by its
 // first bytes.
 std::string describe(const std::string& message) {
@@ -35,6 +38,11 @@ std::string describe(const std::string& message) {
 // All socket work happens on one I/O thread; callers hand it frames and wait for the
 // answer with their id under the mutex.
 struct ServiceChannel::Connection {
+    struct Reply {
+        std::string text;
+        std::string refusal;
+    };
+
     Connection(const std::string& path, std::chrono::milliseconds timeout, EventSink sink,
                Reporter reporter)
         : socketPath(path), defaultTimeout(timeout), events(std::move(sink)),
@@ -62,6 +70,7 @@ struct ServiceChannel::Connection {
 
     // Sends a frame that expects an answer; nothing when none came in time.
     std::optional<std::string> exchange(Frame frame, std::chrono::milliseconds timeout) {
+        lastRefusal.clear();
         std::unique_lock<std::mutex> lock(mutex);
         if (lost) return std::nullopt;
         frame.id = nextId++;
@@ -74,18 +83,21 @@ struct ServiceChannel::Connection {
         send(std::move(frame));
         lock.lock();
         answered.wait_for(lock, timeout, [&] { return lost || answers[id].has_value(); });
-        std::optional<std::string> answer = std::move(answers[id]);
+        std::optional<Reply> reply = std::move(answers[id]);
         answers.erase(id);
-        const bool timedOut = !answer && !lost;
+        const bool timedOut = !reply && !lost;
         lock.unlock();
         if (timedOut) {
             report("no answer from the communications service to " + what + " within " +
                    std::to_string(timeout.count()) + " ms");
         }
-        return answer;
+        if (!reply) return std::nullopt;
+        lastRefusal = std::move(reply->refusal);
+        return std::move(reply->text);
     }
 
     bool post(Frame frame) {
+        lastRefusal.clear();
         {
             std::lock_guard<std::mutex> lock(mutex);
             if (lost) return false;
@@ -140,7 +152,7 @@ struct ServiceChannel::Connection {
                 if (frame->kind == Kind::Event) {
                     events(std::move(frame->channel), std::move(frame->text));
                 } else if (frame->kind == Kind::Answer) {
-                    deliverAnswer(frame->id, std::move(frame->text));
+                    deliverAnswer(frame->id, {std::move(frame->text), std::move(frame->channel)});
                 } else {
                     return lose(std::string("it sent a ") + wire::kindName(frame->kind) +
                                 " frame, which only clients send");
@@ -154,11 +166,11 @@ struct ServiceChannel::Connection {
         return "reading failed: " + error.message();
     }
 
-    void deliverAnswer(std::uint32_t id, std::string text) {
+    void deliverAnswer(std::uint32_t id, Reply reply) {
         std::lock_guard<std::mutex> lock(mutex);
         // An answer nobody waits for any more came after its time-out: dropped.
         auto waiting = answers.find(id);
-        if (waiting != answers.end()) waiting->second = std::move(text);
+        if (waiting != answers.end()) waiting->second = std::move(reply);
         answered.notify_all();
     }
 
@@ -200,7 +212,7 @@ struct ServiceChannel::Connection {
 
     mutable std::mutex mutex;
     std::condition_variable answered;
-    std::map<std::uint32_t, std::optional<std::string>> answers;
+    std::map<std::uint32_t, std::optional<Reply>> answers;
     std::uint32_t nextId = 1;
     bool lost = false;
     bool closing = false;
@@ -267,5 +279,7 @@ std::string ServiceChannel::control(const std::string& command) {
 }
 
 bool ServiceChannel::connected() const { return !connection->isLost(); }
+
+std::string ServiceChannel::refusalOfLastRequest() const { return lastRefusal; }
 
 } // namespace desktop

@@ -331,6 +331,10 @@ TEST(Options, EveryMistakeExitsWithTwoAndNamesTheOption) {
         {simulator + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " control", "control needs a command"},
         {simulator + " --lines", "--lines needs a value"},
+        {simulator + " --lines 1001,,1002", "--lines: a line name is empty"},
+        {simulator + " --lines ''", "--lines: a line name is empty"},
+        {simulator + " --lines '1001,a b'", "--lines: 'a b' cannot name a line"},
+        {simulator + " --lines 1001,1001", "--lines: '1001' is named more than once"},
     };
     for (const OptionMistake& mistake : cases) {
         FILE* pipe = popen((mistake.command + " 2>&1 </dev/null").c_str(), "r");

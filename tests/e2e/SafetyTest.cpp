@@ -110,4 +110,37 @@ TEST(Steering, AppliesToServiceRequestsAndNeverHoldsBackControlCommands) {
     EXPECT_EQ(client.service().deactivate(false), sfiSuccess);
 }
 
+TEST(Reset, ReturnsTheSimulatorToItsStartAndEndsAnswerSteering) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    ASSERT_TRUE(client.run({"subscribe => sfiSuccess", "activate => sfiSuccess",
+                            "outgoingCallMake 1001 0 2002 0 0 0 => sfiSuccess",
+                            "setForwardingConfiguration 1001 1 1 2003 0 0 => sfiSuccess",
+                            "sim delayAnswers 2000", "sim nextAnswer sfiFailure", "sim reset"}));
+    kit::Stopwatch clock;
+    EXPECT_TRUE(
+        client.run({"getForwardingConfiguration 1 => sfiSuccess status=false uri=",
+                    "outgoingCallMake 1001 0 2002 0 0 0 => sfiFailure", "activate => sfiSuccess",
+                    "outgoingCallMake 1001 0 2002 0 0 0 => sfiSuccess",
+                    "await onCallStateChangeEvent callId=1 callState=2"}));
+    EXPECT_LT(clock.elapsedMs(), 1500);
+}
+
+TEST(Refusals, ReachTheConsoleWithTheirReasonBesideTheUnchangedResult) {
+    kit::SimulatorProcess simulator;
+    kit::Client client(simulator.socketPath());
+    ASSERT_TRUE(client.run({"activate => sfiSuccess", "answerCall 1001 77 => sfiFailure",
+                            "holdCall 1009 1 0 0 => sfiFailure", "getDevices => sfiSuccess"}));
+    const std::vector<std::string> printed = {
+        "< answerCall: sfiFailure (refused: call 77 does not exist on line 1001)\n",
+        "< holdCall: sfiFailure (refused: line '1009' does not exist (lines are 1001 1002))\n",
+        "< getDevices: sfiSuccess devices=1001,1002\n",
+    };
+    for (const std::string& line : printed)
+        EXPECT_NE(client.trace.find(line), std::string::npos) << client.trace;
+    // The library sees the service's answer as it always was.
+    EXPECT_EQ(client.service().answerCall("1001", 77), sfiFailure);
+    EXPECT_EQ(client.host->channel().refusalOfLastRequest(), "call 77 does not exist on line 1001");
+}
+
 } // namespace

@@ -156,6 +156,8 @@ bool Console::runOperation(const std::vector<std::string>& words) {
     const bool outputsValid = outcome.result == "sfiSuccess" || outcome.result == "text";
     if (!outputs.empty())
         shown += outputsValid ? " " + outputs : " (outputs not valid: " + outputs + ")";
+    const std::string refusal = settings.refusal ? settings.refusal() : std::string();
+    if (!refusal.empty()) shown += " (refused: " + refusal + ")";
     // Without a connection every answer is empty, and some queries read an empty answer as
     // success; the marker keeps such a result from passing for the service's.
     if (settings.connected && !settings.connected()) {

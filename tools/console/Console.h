@@ -34,6 +34,8 @@ public:
         bool echoCommands = false; // print each line before its result, for traces
         // Whether the service can still be reached; unset means always.
         std::function<bool()> connected;
+        // Why the service refused the last request, when it says; printed beside the result.
+        std::function<std::string()> refusal;
     };
 
     Console(CommunicationsServiceIfc& service, Executable& subscriber, EventLog& events,

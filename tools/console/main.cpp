@@ -251,6 +251,7 @@ int main(int argc, char** argv) {
         settings.awaitTimeout = std::chrono::milliseconds(awaitTimeout);
         settings.echoCommands = !terminal;
         settings.connected = [&host] { return host.channel().connected(); };
+        settings.refusal = [&host] { return host.channel().refusalOfLastRequest(); };
         console::Console console(
             host.service(), recorder, events,
             [&](const std::string& command) { return host.channel().control(command); },

@@ -230,7 +230,7 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     if (verbose) log(client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
         log(client + (awaited ? " -> sfiFailure: " : " -> ignored: ") + problem);
-        if (awaited) answer(session, frame.id, "sfiFailure", answerDelay);
+        if (awaited) answer(session, frame.id, "sfiFailure", answerDelay, problem);
     };
     if (awaited && session->forcedAnswer) {
         log(client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");
@@ -265,12 +265,15 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     } else if (verbose) {
         log(client + " answer " + reply.value_or("(none, one way)"));
     }
-    if (awaited) answer(session, frame.id, reply.value_or(std::string()), answerDelay);
+    if (awaited) {
+        answer(session, frame.id, reply.value_or(std::string()), answerDelay, service->refusal());
+    }
 }
 
 void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
-                    std::chrono::milliseconds delay) {
-    Frame frame{Kind::Answer, id, {}, std::move(text)};
+                    std::chrono::milliseconds delay, const std::string& refusal) {
+    // The answer text stays the service's; why it refused rides in the channel field.
+    Frame frame{Kind::Answer, id, refusal, std::move(text)};
     if (delay.count() == 0) return session->send(frame);
     auto timer = std::make_shared<asio::steady_timer>(io, delay);
     timer->async_wait([timer, session, frame](const asio::error_code&) { session->send(frame); });
@@ -337,6 +340,11 @@ std::string Server::control(const std::string& command, Session* session) {
         if (milliseconds < 0) return "error: usage: delayAnswers MS";
         answerDelay = std::chrono::milliseconds(milliseconds);
         return "ok";
+    }
+    if (name == "reset" && words.size() == 1) {
+        answerDelay = std::chrono::milliseconds(0);
+        for (auto& [number, client] : sessions)
+            client->forcedAnswer.reset();
     }
     if (name == "clients") {
         std::string list = "ok";

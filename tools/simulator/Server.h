@@ -49,7 +49,7 @@ private:
     void serveRequest(const std::shared_ptr<Session>& session, const desktop::wire::Frame& frame);
     std::string control(const std::string& command, Session* session);
     void answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
-                std::chrono::milliseconds delay);
+                std::chrono::milliseconds delay, const std::string& refusal = {});
     void flushEvents();
     void forget(int sessionNumber);
 

@@ -73,6 +73,10 @@ public:
 
     bool connected() const;
 
+    // Why the service refused the last request or command this thread sent, as the
+    // simulator tells it beside its answer; empty when it did not refuse, or did not say.
+    std::string refusalOfLastRequest() const;
+
 private:
     struct Connection;
     std::unique_ptr<Connection> connection;
