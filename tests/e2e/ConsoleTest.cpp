@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "EventRecorder.h"
+#include "LineCheck.h"
 #include "Operations.h"
 
 namespace {
@@ -48,6 +49,37 @@ TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
             EXPECT_EQ(error.what(), message);
         }
     }
+}
+
+TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"answerCal 1001 1", "no operation 'answerCal'; did you mean 'answerCall'? (try help)"},
+        {"answerCall 1001 1 => sfiSucess",
+         "answerCall gives no result 'sfiSucess'; did you mean 'sfiSuccess'?"},
+        {"isCallHoldPossible 1001 => sfiSuccess",
+         "isCallHoldPossible gives no result 'sfiSuccess'"},
+        {"getForwardingConfiguration 0 => sfiSuccess url=x",
+         "getForwardingConfiguration has no output 'url'; did you mean 'uri'?"},
+        {"answerCall 1001 1 =>", "'=>' needs the expected result, for example => sfiSuccess"},
+        {"answerCall 1001", "answerCall takes 2 arguments, not 1: answerCall <line> <callId:int>"},
+        {"await onCallHeld callId=1",
+         "await: no callback 'onCallHeld'; did you mean 'onCallHeldEvent'?"},
+        {"await onCallHeldEvent callid=1",
+         "await: onCallHeldEvent has no argument 'callid'; did you mean 'callId'?"},
+        {"await onCallHeldEvent within=soon", "await: within= takes milliseconds, not 'soon'"},
+        {"sim incomingcall 1001 2005",
+         "sim: no control command 'incomingcall'; did you mean 'incomingCall'?"},
+        {"help onCallHeldEvnt",
+         "no operation or callback 'onCallHeldEvnt'; did you mean 'onCallHeldEvent'? (try help)"},
+        {"echo 'unfinished", "bad line: unterminated ' quote"},
+    };
+    for (const auto& [line, problem] : cases)
+        EXPECT_EQ(console::checkLine(line).value_or("(none)"), problem) << line;
+    for (const char* line :
+         {"getForwardingConfiguration 0 => sfiSuccess uri=sip:2002 status=true",
+          "await onCallStateChangeEvent callState=4 callingParty=sip:2005 within=100", "sim reset",
+          "help onCallHeldEvent", "isCallHoldPossible 1001 => false", "# note", ""})
+        EXPECT_EQ(console::checkLine(line), std::nullopt) << line;
 }
 
 TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {

@@ -143,4 +143,30 @@ TEST(Refusals, ReachTheConsoleWithTheirReasonBesideTheUnchangedResult) {
     EXPECT_EQ(client.host->channel().refusalOfLastRequest(), "call 77 does not exist on line 1001");
 }
 
+TEST(Scripts, AreCheckedWholeBeforeTheFirstStepAndTheCheckNeedsNoService) {
+    PreciousFile folder;
+    const std::string script = folder.folder + "/day.txt";
+    std::ofstream(script) << "sim incomingCall 1001 2005\nactivate => sfiSucess\n";
+    kit::SimulatorProcess simulator;
+    const std::string console = std::string(CONSOLE_PATH) + " --script " + script;
+
+    ProgramRun run = runProgram(console + " --socket " + simulator.socketPath());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find(script + ":2: activate gives no result 'sfiSucess'; did you mean "
+                                       "'sfiSuccess'?"),
+              std::string::npos)
+        << run.output;
+    EXPECT_NE(run.output.find("nothing was run"), std::string::npos) << run.output;
+    // The start-up probe is client 1; the console never connected.
+    EXPECT_EQ(simulator.log().find("client 2"), std::string::npos) << simulator.log();
+
+    run = runProgram(console + " --check --socket /nonexistent/service.sock");
+    EXPECT_EQ(run.status, 1) << run.output;
+    std::ofstream(script) << "sim incomingCall 1001 2005\nactivate => sfiSuccess\n";
+    run = runProgram(console + " --check --socket /nonexistent/service.sock");
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output.find("every line can run"), std::string::npos) << run.output;
+    std::remove(script.c_str());
+}
+
 } // namespace

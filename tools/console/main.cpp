@@ -17,12 +17,14 @@
 #include <fstream>
 #include <iostream>
 #include <mutex>
+#include <sstream>
 
 #include "../CommandLine.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/desktop/Host.h"
 #include "Console.h"
+#include "LineCheck.h"
 #include "Operations.h"
 
 namespace {
@@ -174,8 +176,9 @@ int runTerminal(console::Console& console, Output& output) {
 }
 
 // A script stops at its first failing line; its exit status says whether all passed.
-int runScript(console::Console& console, std::istream& input, const std::string& source,
+int runScript(console::Console& console, const std::string& text, const std::string& source,
               Output& output) {
+    std::istringstream input(text);
     std::string line;
     int lineNumber = 0;
     int steps = 0;
@@ -210,6 +213,7 @@ int main(int argc, char** argv) {
     int answerTimeout = 10000;
     int awaitTimeout = 5000;
     bool logging = false;
+    bool checkOnly = false;
     app.add_option("-p,--plugin", options.pluginPath, "The plug-in to load")->capture_default_str();
     app.add_option("-s,--socket", options.socketPath, "The service's Unix-domain socket")
         ->capture_default_str();
@@ -224,10 +228,34 @@ int main(int argc, char** argv) {
         ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    app.add_flag("--check", checkOnly,
+                 "Check the script (--script, else standard input) without connecting");
     if (const std::optional<int> status = kit::parse(app, "comms-console", argc, argv))
         return *status;
 
-    const bool terminal = scriptPath.empty() && isatty(STDIN_FILENO) != 0;
+    const bool terminal = !checkOnly && scriptPath.empty() && isatty(STDIN_FILENO) != 0;
+    // A script is checked whole before anything connects or runs.
+    std::string script;
+    const std::string source = scriptPath.empty() ? "standard input" : scriptPath;
+    if (!terminal) {
+        std::ifstream file;
+        if (!scriptPath.empty()) file.open(scriptPath);
+        std::ostringstream text;
+        text << (scriptPath.empty() ? std::cin.rdbuf() : file.rdbuf());
+        script = text.str();
+        const std::vector<std::string> problems = console::checkScript(script, source);
+        for (const std::string& problem : problems)
+            std::cout << "! " << problem << "\n";
+        if (!problems.empty()) {
+            std::cout << "! " << source << ": " << problems.size() << " line"
+                      << (problems.size() == 1 ? "" : "s") << " cannot run; nothing was run\n";
+            return 1;
+        }
+        if (checkOnly) {
+            std::cout << "# " << source << ": every line can run\n";
+            return 0;
+        }
+    }
     Output output(terminal);
     console::EventLog events;
     console::EventRecorder recorder([&](const console::RecordedEvent& event) {
@@ -261,9 +289,7 @@ int main(int argc, char** argv) {
                             channelName + "'; help lists the operations");
             return runTerminal(console, output);
         }
-        if (scriptPath.empty()) return runScript(console, std::cin, "standard input", output);
-        std::ifstream script(scriptPath);
-        return runScript(console, script, scriptPath, output);
+        return runScript(console, script, source, output);
     } catch (const std::exception& error) {
         std::cerr << "comms-console: " << error.what() << "\n";
         return 2;
