@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Console.h"
 #include "EventRecorder.h"
 #include "LineCheck.h"
@@ -82,6 +84,23 @@ TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
         EXPECT_EQ(console::checkLine(line), std::nullopt) << line;
 }
 
+TEST(LineCheck, CompletesTheNamesThatMayComeNext) {
+    const auto has = [](const std::vector<std::string>& names, const std::string& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    EXPECT_TRUE(has(console::completions(""), "answerCall"));
+    EXPECT_TRUE(has(console::completions("  "), "await"));
+    EXPECT_TRUE(has(console::completions("sim "), "incomingCall"));
+    EXPECT_TRUE(has(console::completions("help "), "onCallHeldEvent"));
+    EXPECT_TRUE(has(console::completions("await "), "onBluetoothAudioStatusChanged"));
+    EXPECT_EQ(console::completions("await onCallHeldEvent lineId=1 "),
+              (std::vector<std::string>{"lineId=", "callId=", "within="}));
+    EXPECT_TRUE(has(console::completions("getForwardingConfiguration 0 => "), "uri="));
+    EXPECT_TRUE(has(console::completions("isCallHoldPossible 1001 => "), "true"));
+    EXPECT_TRUE(console::completions("answerCall ").empty());
+    EXPECT_TRUE(console::completions("await onNothing ").empty());
+}
+
 TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {
     const std::vector<std::pair<console::RecordedEvent, std::string>> cases = {
         {{"onCallStateChangeEvent", {{"callState", "4"}, {"name", "Erik Fischer"}}},
@@ -93,6 +112,16 @@ TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {
     };
     for (const auto& [event, line] : cases)
         EXPECT_EQ(console::describe(event), line);
+}
+
+TEST(EventLog, AnAwaitEndsEarlyWhenCancelled) {
+    console::EventLog log;
+    const auto start = std::chrono::steady_clock::now();
+    int asked = 0;
+    EXPECT_FALSE(
+        log.await("onCallHeldEvent", {}, std::chrono::seconds(10), [&] { return ++asked == 3; }));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(asked, 3);
 }
 
 TEST(EventLog, EachAwaitTakesItsOwnMatchingEvent) {

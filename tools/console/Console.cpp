@@ -208,7 +208,12 @@ bool Console::await(const std::vector<std::string>& words) {
     std::string wanted = words[1];
     for (const NamedValue& value : expected)
         wanted += " " + value.name + "=" + displayValue(value.value);
-    const std::optional<RecordedEvent> event = events.await(words[1], expected, timeout);
+    bool cancelled = false;
+    const std::optional<RecordedEvent> event = events.await(words[1], expected, timeout, [&] {
+        cancelled = cancelled || (settings.interrupted && settings.interrupted());
+        return cancelled;
+    });
+    if (cancelled) return fail("await " + wanted + " cancelled");
     if (!event) {
         return fail("no event " + wanted + " within " + std::to_string(timeout.count()) + " ms");
     }

@@ -177,6 +177,36 @@ std::optional<std::string> checkLine(const std::string& line) {
     return checkOperation(words);
 }
 
+std::vector<std::string> completions(const std::string& lineStart) {
+    std::vector<std::string> words;
+    std::istringstream split(lineStart);
+    for (std::string word; split >> word;)
+        words.push_back(word);
+    std::vector<std::string> names;
+    if (words.empty()) {
+        names = operationNames();
+        names.insert(names.end(), {"await", "sim", "echo", "help", "quit"});
+    } else if (words.front() == "sim" && words.size() == 1) {
+        names = simulator::controlCommandNames();
+    } else if (words.front() == "help" && words.size() == 1) {
+        names = operationNames();
+        names.insert(names.end(), callbackNames().begin(), callbackNames().end());
+    } else if (words.front() == "await") {
+        if (words.size() == 1) return callbackNames();
+        if (const std::vector<std::string>* arguments = callbackArguments(words[1])) {
+            for (const std::string& argument : *arguments)
+                names.push_back(argument + "=");
+            names.push_back("within=");
+        }
+    } else if (const Operation* operation = findOperation(words.front());
+               operation != nullptr && std::find(words.begin(), words.end(), "=>") != words.end()) {
+        names = operation->results;
+        for (const std::string& output : operation->outputs)
+            names.push_back(output + "=");
+    }
+    return names;
+}
+
 std::vector<std::string> checkScript(const std::string& text, const std::string& source) {
     std::vector<std::string> problems;
     std::istringstream lines(text);

@@ -21,6 +21,11 @@ const std::vector<std::string>* callbackArguments(const std::string& callback);
 // Why the line cannot run; nothing when it can.
 std::optional<std::string> checkLine(const std::string& line);
 
+// The words that may come next after the start of a line (the words before the one
+// being completed): operations and commands first, then simulator commands, callbacks,
+// "name=" for await's arguments, result words and "name=" for outputs after "=>".
+std::vector<std::string> completions(const std::string& lineStart);
+
 // Every problem of a script, each as "SOURCE:LINE: problem".
 std::vector<std::string> checkScript(const std::string& text, const std::string& source);
 

@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <readline/history.h>
 #include <readline/readline.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -94,6 +95,8 @@ console::Console* activeConsole = nullptr;
 bool inputEnded = false;
 bool anyCheckFailed = false;
 int linesThisSession = 0;
+// A Ctrl-C at an empty prompt was the last thing typed; the next one quits.
+bool interruptedAtEmptyPrompt = false;
 
 void handleTerminalLine(char* line) {
     if (line == nullptr) {
@@ -101,6 +104,7 @@ void handleTerminalLine(char* line) {
         // Ctrl-D leaves the cursor behind the prompt.
         std::cout << std::endl;
     } else {
+        interruptedAtEmptyPrompt = false;
         if (*line != '\0') {
             add_history(line);
             ++linesThisSession;
@@ -112,21 +116,75 @@ void handleTerminalLine(char* line) {
     if (inputEnded || activeConsole->quitRequested()) rl_callback_handler_remove();
 }
 
-char* completeOperation(const char* prefix, int state) {
+// The candidates of the word being completed, from what stands before it.
+std::vector<std::string> completionCandidates;
+
+char* nextCandidate(const char* prefix, int state) {
     static std::size_t next = 0;
-    static std::vector<std::string> names;
-    if (state == 0) {
-        next = 0;
-        names = {"await", "sim", "echo", "help", "quit"};
-        for (const console::Operation& operation : console::operations()) {
-            names.push_back(operation.name);
-        }
-    }
-    while (next < names.size()) {
-        const std::string& name = names[next++];
+    if (state == 0) next = 0;
+    while (next < completionCandidates.size()) {
+        const std::string& name = completionCandidates[next++];
         if (name.compare(0, std::strlen(prefix), prefix) == 0) return strdup(name.c_str());
     }
     return nullptr;
+}
+
+char** completeWord(const char* text, int start, int /*end*/) {
+    rl_attempted_completion_over = 1; // names only, never file names
+    completionCandidates = console::completions(std::string(rl_line_buffer, start));
+    char** matches = rl_completion_matches(text, nextCandidate);
+    // "name=" goes on with its value, not with a blank.
+    const bool assignment =
+        matches != nullptr && matches[1] == nullptr && std::strchr(matches[0], '=') != nullptr;
+    rl_completion_append_character = assignment ? '\0' : ' ';
+    return matches;
+}
+
+// Ctrl-C at a terminal: counted by the handler, acted on by the input loop or an await.
+std::atomic<int> interrupts{0};
+int handledInterrupts = 0;
+int interruptPipe[2] = {-1, -1};
+void onInterrupt(int) {
+    ++interrupts;
+    const char wake = 1;
+    [[maybe_unused]] const ssize_t written = write(interruptPipe[1], &wake, 1);
+}
+
+// Whether a Ctrl-C came that nobody has acted on yet; acting on it now.
+bool takeInterrupt() {
+    const int seen = interrupts.load();
+    if (seen == handledInterrupts) return false;
+    handledInterrupts = seen;
+    return true;
+}
+
+void installInterruptHandler() {
+    if (pipe(interruptPipe) != 0) return;
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    rl_catch_signals = 0;
+}
+
+// Ctrl-C at the prompt drops the line being typed; at an empty prompt it warns once and
+// quits the second time.
+void interruptAtPrompt(Output& output) {
+    char drained[64];
+    [[maybe_unused]] const ssize_t ignored = read(interruptPipe[0], drained, sizeof drained);
+    if (!takeInterrupt()) return;
+    const bool typing = rl_end > 0;
+    rl_replace_line("", 0);
+    rl_crlf();
+    if (!typing && interruptedAtEmptyPrompt) {
+        inputEnded = true;
+        rl_callback_handler_remove();
+        return;
+    }
+    if (!typing) output.printNow("(Ctrl-C again at an empty prompt, or Ctrl-D, quits)");
+    interruptedAtEmptyPrompt = !typing;
+    rl_on_new_line();
+    rl_redisplay();
 }
 
 std::string historyPath() {
@@ -162,11 +220,15 @@ int runTerminal(console::Console& console, Output& output) {
     std::string history = historyPath();
     if (!usableHistory(history, output)) history.clear();
     if (!history.empty()) read_history(history.c_str());
-    rl_completion_entry_function = completeOperation;
+    rl_attempted_completion_function = completeWord;
     rl_callback_handler_install("comms> ", handleTerminalLine);
     while (!inputEnded && !console.quitRequested()) {
-        pollfd sources[2] = {{STDIN_FILENO, POLLIN, 0}, {output.wakeDescriptor(), POLLIN, 0}};
-        if (poll(sources, 2, -1) < 0) continue;
+        pollfd sources[3] = {{STDIN_FILENO, POLLIN, 0},
+                             {output.wakeDescriptor(), POLLIN, 0},
+                             {interruptPipe[0], POLLIN, 0}};
+        if (poll(sources, 3, -1) < 0) continue;
+        if (sources[2].revents != 0) interruptAtPrompt(output);
+        if (inputEnded) break;
         if (sources[1].revents != 0) output.flushAroundPrompt();
         if (sources[0].revents != 0) rl_callback_read_char();
     }
@@ -280,6 +342,10 @@ int main(int argc, char** argv) {
         settings.echoCommands = !terminal;
         settings.connected = [&host] { return host.channel().connected(); };
         settings.refusal = [&host] { return host.channel().refusalOfLastRequest(); };
+        if (terminal) {
+            installInterruptHandler();
+            settings.interrupted = takeInterrupt;
+        }
         console::Console console(
             host.service(), recorder, events,
             [&](const std::string& command) { return host.channel().control(command); },
