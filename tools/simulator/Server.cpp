@@ -11,6 +11,7 @@
 #include <deque>
 #include <stdexcept>
 
+#include "CommunicationsService/protocol/Requests.h"
 #include "ControlScript.h"
 #include "RequestParser.h"
 
@@ -245,7 +246,8 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     }
     const ParsedRequest request = parseRequest(frame.text);
     if (!request.valid()) return refuse("malformed request: " + request.error);
-    const bool subscription = request.method == "Subscribe";
+    const bool subscription =
+        request.method == CommunicationsService::protocol::requests::subscribe.method;
     if (subscription != (frame.kind == Kind::Subscribe)) {
         return refuse(subscription ? "Subscribe sent without a channel name"
                                    : request.method + " sent as a subscription");
