@@ -108,6 +108,10 @@ TEST(Terminal, CtrlCCancelsTheLineOrTheAwaitAndTwiceAtAnEmptyPromptQuits) {
         other.type("\x04");
         EXPECT_TRUE(other.ended()) << other.screen;
     }
+    terminal.type("help onIncomingAssociatedCallEvent\r");
+    EXPECT_TRUE(terminal.shows("onIncomingAssociatedCallEvent lineId currentCallId newCallId"))
+        << terminal.screen;
+    ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
     terminal.type("answerCa\t");
     EXPECT_TRUE(terminal.shows("answerCall ")) << terminal.screen;
     terminal.type("\x03");
@@ -123,7 +127,8 @@ TEST(Terminal, CtrlCCancelsTheLineOrTheAwaitAndTwiceAtAnEmptyPromptQuits) {
     EXPECT_TRUE(terminal.ended()) << terminal.screen;
 
     EXPECT_EQ(contentOf(history), "an earlier session's line\necho from the other session\n"
-                                  "await onCallHeldEvent within=20000\n");
+                                  "await onCallHeldEvent within=20000\n"
+                                  "help onIncomingAssociatedCallEvent\n");
     std::remove(history.c_str());
     rmdir(home.c_str());
 }
