@@ -105,7 +105,8 @@ void setLogObserver(LogObserver* observer) { logObserver.store(observer); }
 
 std::string serializeList(const std::vector<int>& values) {
     std::string text;
-    for (const int value : values) text.append(std::to_string(value)).push_back(';');
+    for (const int value : values)
+        text.append(std::to_string(value)).push_back(';');
     return text;
 }
 

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <array>
 #include <asio.hpp>
 #include <condition_variable>
 #include <deque>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -19,6 +21,9 @@ using Socket = asio::local::stream_protocol::socket;
 using wire::Frame;
 using wire::Kind;
 
+// Why the service refused the last request this thread sent; empty when it did not.
+thread_local std::string lastRefusal;
+
 // "<Method>AnswerCall</Method>..." is named AnswerCall in reports; anything else by its
 // first bytes.
 std::string describe(const std::string& message) {
@@ -33,8 +38,22 @@ std::string describe(const std::string& message) {
 } // namespace
 
 // All socket work happens on one I/O thread; callers hand it frames and wait for the
-// answer with their id under the mutex.
+// answer with their id under the mutex. When the service goes away the connection tries
+// again, waiting longer each time up to a bound, and once it is back selects the protocol
+// and renews the subscriptions it had; meanwhile every request fails at once.
 struct ServiceChannel::Connection {
+    struct Reply {
+        std::string text;
+        std::string refusal;
+    };
+
+    // Whether a lost connection is worth trying again: not when the peer spoke garbage,
+    // since whatever listens there is not the service.
+    enum class Retry { yes, no };
+
+    static constexpr std::chrono::milliseconds kFirstRetry{50};
+    static constexpr std::chrono::milliseconds kLongestRetry{1000};
+
     Connection(const std::string& path, std::chrono::milliseconds timeout, EventSink sink,
                Reporter reporter)
         : socketPath(path), defaultTimeout(timeout), events(std::move(sink)),
@@ -56,17 +75,24 @@ struct ServiceChannel::Connection {
             std::lock_guard<std::mutex> lock(mutex);
             closing = true;
         }
-        asio::post(io, [this] { lose({}); });
+        asio::post(io, [this] {
+            retry.cancel();
+            lose({}, Retry::no);
+            asio::error_code ignored;
+            socket.close(ignored);
+        });
         if (ioThread.joinable()) ioThread.join();
     }
 
     // Sends a frame that expects an answer; nothing when none came in time.
     std::optional<std::string> exchange(Frame frame, std::chrono::milliseconds timeout) {
+        lastRefusal.clear();
         std::unique_lock<std::mutex> lock(mutex);
         if (lost) return std::nullopt;
         frame.id = nextId++;
         const std::uint32_t id = frame.id;
         answers[id];
+        if (frame.kind == Kind::Subscribe) subscriptions[frame.channel] = frame.text;
         const std::string what = frame.kind == Kind::Control
                                      ? "control command '" + frame.text + "'"
                                      : describe(frame.text);
@@ -74,21 +100,25 @@ struct ServiceChannel::Connection {
         send(std::move(frame));
         lock.lock();
         answered.wait_for(lock, timeout, [&] { return lost || answers[id].has_value(); });
-        std::optional<std::string> answer = std::move(answers[id]);
+        std::optional<Reply> reply = std::move(answers[id]);
         answers.erase(id);
-        const bool timedOut = !answer && !lost;
+        const bool timedOut = !reply && !lost;
         lock.unlock();
         if (timedOut) {
             report("no answer from the communications service to " + what + " within " +
                    std::to_string(timeout.count()) + " ms");
         }
-        return answer;
+        if (!reply) return std::nullopt;
+        lastRefusal = std::move(reply->refusal);
+        return std::move(reply->text);
     }
 
     bool post(Frame frame) {
+        lastRefusal.clear();
         {
             std::lock_guard<std::mutex> lock(mutex);
             if (lost) return false;
+            if (frame.kind == Kind::Protocol) protocol = frame.text;
         }
         send(std::move(frame));
         return true;
@@ -99,51 +129,71 @@ struct ServiceChannel::Connection {
         return lost;
     }
 
+    bool isClosing() const {
+        std::lock_guard<std::mutex> lock(mutex);
+        return closing;
+    }
+
     void send(Frame frame) {
-        asio::post(io, [this, bytes = wire::encode(frame)]() mutable {
-            outbox.push_back(std::move(bytes));
-            if (outbox.size() == 1) writeNext();
-        });
+        asio::post(io,
+                   [this, bytes = wire::encode(frame)]() mutable { enqueue(std::move(bytes)); });
+    }
+
+    // I/O thread. Frames for a connection that is gone are dropped; their callers have
+    // been released with a failure.
+    void enqueue(std::string bytes) {
+        if (away) return;
+        outbox.push_back(std::make_shared<std::string>(std::move(bytes)));
+        if (outbox.size() == 1) writeNext();
     }
 
     void writeNext() {
-        asio::async_write(socket, asio::buffer(outbox.front()),
-                          [this](const asio::error_code& error, std::size_t) {
-                              if (error) return lose("writing failed: " + error.message());
-                              outbox.pop_front();
-                              if (!outbox.empty()) writeNext();
-                          });
+        auto bytes = outbox.front();
+        asio::async_write(
+            socket, asio::buffer(*bytes),
+            [this, bytes, connection = generation](const asio::error_code& error, std::size_t) {
+                if (connection != generation) return;
+                if (error) return lose("writing failed: " + error.message());
+                outbox.pop_front();
+                if (!outbox.empty()) writeNext();
+            });
     }
 
     void readHeader() {
-        asio::async_read(socket, asio::buffer(header),
-                         [this](const asio::error_code& error, std::size_t) {
-                             if (error) return lose(readFailure(error));
-                             const std::uint32_t size = wire::bodySize(header.data());
-                             if (size > wire::kMaxBodySize) {
-                                 return lose("it announced a frame of " + std::to_string(size) +
-                                             " bytes, more than the limit of " +
-                                             std::to_string(wire::kMaxBodySize));
-                             }
-                             body.resize(size);
-                             readBody();
-                         });
+        asio::async_read(
+            socket, asio::buffer(header),
+            [this, connection = generation](const asio::error_code& error, std::size_t) {
+                if (connection != generation) return;
+                if (error) return lose(readFailure(error));
+                const std::uint32_t size = wire::bodySize(header.data());
+                if (size > wire::kMaxBodySize) {
+                    return lose("it announced a frame of " + std::to_string(size) +
+                                    " bytes, more than the limit of " +
+                                    std::to_string(wire::kMaxBodySize),
+                                Retry::no);
+                }
+                body.resize(size);
+                readBody();
+            });
     }
 
     void readBody() {
         asio::async_read(
-            socket, asio::buffer(body), [this](const asio::error_code& error, std::size_t) {
+            socket, asio::buffer(body),
+            [this, connection = generation](const asio::error_code& error, std::size_t) {
+                if (connection != generation) return;
                 if (error) return lose(readFailure(error));
                 std::string problem;
                 std::optional<Frame> frame = wire::decode(body, problem);
-                if (!frame) return lose("it sent a malformed frame: " + problem);
+                if (!frame) return lose("it sent a malformed frame: " + problem, Retry::no);
                 if (frame->kind == Kind::Event) {
                     events(std::move(frame->channel), std::move(frame->text));
                 } else if (frame->kind == Kind::Answer) {
-                    deliverAnswer(frame->id, std::move(frame->text));
+                    deliverAnswer(frame->id, {std::move(frame->text), std::move(frame->channel)});
                 } else {
                     return lose(std::string("it sent a ") + wire::kindName(frame->kind) +
-                                " frame, which only clients send");
+                                    " frame, which only clients send",
+                                Retry::no);
                 }
                 readHeader();
             });
@@ -154,28 +204,28 @@ struct ServiceChannel::Connection {
         return "reading failed: " + error.message();
     }
 
-    void deliverAnswer(std::uint32_t id, std::string text) {
+    void deliverAnswer(std::uint32_t id, Reply reply) {
         std::lock_guard<std::mutex> lock(mutex);
         // An answer nobody waits for any more came after its time-out: dropped.
         auto waiting = answers.find(id);
-        if (waiting != answers.end()) waiting->second = std::move(text);
+        if (waiting != answers.end()) waiting->second = std::move(reply);
         answered.notify_all();
     }
 
-    // Ends the connection for good. The loss is reported, unless the channel is being
-    // closed, before any waiting caller is released, so a caller that sees its request
-    // fail can already find the report.
-    void lose(const std::string& reason) {
-        if (losing) return;
-        losing = true;
-        bool wasClosing = false;
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            wasClosing = closing;
-        }
+    // Ends the connection. The loss is reported, unless the channel is being closed,
+    // before any waiting caller is released, so a caller that sees its request fail can
+    // already find the report.
+    void lose(const std::string& reason, Retry retrying = Retry::yes) {
+        if (away) return;
+        away = true;
+        ++generation;
+        const bool wasClosing = isClosing();
+        const bool comesBack = retrying == Retry::yes && !wasClosing;
         if (!wasClosing) {
             report("lost the connection to the communications service at " + socketPath + " (" +
-                   reason + "); from now on every request fails");
+                   reason + ")" +
+                   (comesBack ? "; requests fail until it is back"
+                              : "; from now on every request fails"));
         }
         {
             std::lock_guard<std::mutex> lock(mutex);
@@ -184,6 +234,45 @@ struct ServiceChannel::Connection {
         answered.notify_all();
         asio::error_code ignored;
         socket.close(ignored);
+        outbox.clear();
+        if (comesBack) scheduleReconnect(kFirstRetry);
+    }
+
+    void scheduleReconnect(std::chrono::milliseconds wait) {
+        retry.expires_after(wait);
+        retry.async_wait([this, wait](const asio::error_code& error) {
+            if (error || isClosing()) return;
+            socket.async_connect(asio::local::stream_protocol::endpoint(socketPath),
+                                 [this, wait](const asio::error_code& failed) {
+                                     if (isClosing()) return;
+                                     if (failed) {
+                                         asio::error_code ignored;
+                                         socket.close(ignored);
+                                         return scheduleReconnect(
+                                             std::min(wait * 2, kLongestRetry));
+                                     }
+                                     comeBack();
+                                 });
+        });
+    }
+
+    // I/O thread: the service is back. The protocol and the subscriptions go out before
+    // any request made from now on.
+    void comeBack() {
+        away = false;
+        readHeader();
+        std::size_t renewed = 0;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            if (!protocol.empty()) enqueue(wire::encode({Kind::Protocol, 0, {}, protocol}));
+            for (const auto& [channel, request] : subscriptions) {
+                enqueue(wire::encode({Kind::Subscribe, nextId++, channel, request}));
+                ++renewed;
+            }
+            lost = false;
+        }
+        report("the communications service at " + socketPath + " is back; " +
+               std::to_string(renewed) + " subscription" + (renewed == 1 ? "" : "s") + " renewed");
     }
 
     const std::string socketPath;
@@ -193,18 +282,23 @@ struct ServiceChannel::Connection {
 
     asio::io_context io;
     Socket socket{io};
+    asio::steady_timer retry{io};
     std::thread ioThread;
     std::array<unsigned char, wire::kHeaderSize> header{};
     std::string body;
-    std::deque<std::string> outbox;
+    std::deque<std::shared_ptr<std::string>> outbox;
+    bool away = false;       // I/O thread only
+    unsigned generation = 0; // I/O thread only; handlers of an earlier connection stop
 
     mutable std::mutex mutex;
     std::condition_variable answered;
-    std::map<std::uint32_t, std::optional<std::string>> answers;
+    std::map<std::uint32_t, std::optional<Reply>> answers;
     std::uint32_t nextId = 1;
     bool lost = false;
     bool closing = false;
-    bool losing = false; // I/O thread only
+    // What the connection renews when the service comes back.
+    std::string protocol;
+    std::map<std::string, std::string> subscriptions;
 };
 
 ServiceChannel::ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
@@ -267,5 +361,7 @@ std::string ServiceChannel::control(const std::string& command) {
 }
 
 bool ServiceChannel::connected() const { return !connection->isLost(); }
+
+std::string ServiceChannel::refusalOfLastRequest() const { return lastRefusal; }
 
 } // namespace desktop

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/desktop/Host.h"
 #include "Console.h"
 #include "EventRecorder.h"
-#include "CommunicationsService/desktop/Host.h"
 
 namespace kit {
 
@@ -35,12 +35,14 @@ public:
     CommunicationsServiceIfc& service() { return host->service(); }
     std::string control(const std::string& command) { return host->channel().control(command); }
 
-    // Runs console lines, with their expectations, and says which one failed.
+    // Runs console lines, with their expectations, and says which one failed; the printed
+    // lines are kept in the trace.
     ::testing::AssertionResult run(const std::vector<std::string>& lines) {
-        std::string trace;
+        console::Console::Settings settings;
+        settings.refusal = [this] { return host->channel().refusalOfLastRequest(); };
         console::Console console(
             service(), recorder, events, [this](const std::string& c) { return control(c); },
-            [&trace](const std::string& line) { trace += line + "\n"; }, {});
+            [this](const std::string& line) { trace += line + "\n"; }, settings);
         for (const std::string& line : lines) {
             if (!console.execute(line)) {
                 return ::testing::AssertionFailure() << "line '" << line << "' failed:\n" << trace;
@@ -48,6 +50,8 @@ public:
         }
         return ::testing::AssertionSuccess();
     }
+
+    std::string trace;
 
     std::vector<std::string> reports() {
         std::lock_guard<std::mutex> lock(reportMutex);

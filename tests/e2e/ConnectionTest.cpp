@@ -15,8 +15,8 @@
 #include <thread>
 
 #include "Client.h"
-#include "SimulatorProcess.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "SimulatorProcess.h"
 
 namespace {
 
@@ -149,6 +149,43 @@ TEST(LostService, CallersGetFailureAtOnceAndTheLossIsReportedOnce) {
     EXPECT_NE(reports[0].find("lost the connection to the communications service at " + socket),
               std::string::npos)
         << reports[0];
+}
+
+// Polls until the channel is or is not connected; false after five seconds.
+bool waitForConnected(kit::Client& client, bool connected) {
+    kit::Stopwatch clock;
+    while (client.host->channel().connected() != connected) {
+        if (clock.elapsedMs() > 5000) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return true;
+}
+
+TEST(Restart, TheSameSessionGoesOnReceivingEventsOnceTheServiceIsBack) {
+    kit::SimulatorProcess first;
+    kit::Client client(first.socketPath());
+    ASSERT_TRUE(client.run({"subscribe => sfiSuccess", "activate => sfiSuccess",
+                            "await onRegistrationStateChangeEvent lineId=1001 registered=true"}));
+    first.kill(SIGKILL);
+    ASSERT_TRUE(waitForConnected(client, false));
+    kit::Stopwatch clock;
+    EXPECT_EQ(client.service().activate(), sfiFailure);
+    EXPECT_LT(clock.elapsedMs(), 1000);
+
+    kit::SimulatorProcess second({}, first.socketPath());
+    ASSERT_TRUE(waitForConnected(client, true));
+    EXPECT_TRUE(client.run({"activate => sfiSuccess",
+                            "await onRegistrationStateChangeEvent lineId=1001 registered=true",
+                            "sim incomingCall 1001 2005", "await onIncomingCallEvent callId=1"}))
+        << second.log();
+
+    const std::vector<std::string> reports = client.reports();
+    ASSERT_EQ(reports.size(), 2u);
+    EXPECT_NE(reports[0].find("lost the connection to the communications service at " +
+                              first.socketPath()),
+              std::string::npos)
+        << reports[0];
+    EXPECT_NE(reports[1].find("is back; 1 subscription renewed"), std::string::npos) << reports[1];
 }
 
 TEST(Garbage, FromAClientCostsOnlyThatClient) {
@@ -331,6 +368,10 @@ TEST(Options, EveryMistakeExitsWithTwoAndNamesTheOption) {
         {simulator + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " control", "control needs a command"},
         {simulator + " --lines", "--lines needs a value"},
+        {simulator + " --lines 1001,,1002", "--lines: a line name is empty"},
+        {simulator + " --lines ''", "--lines: a line name is empty"},
+        {simulator + " --lines '1001,a b'", "--lines: 'a b' cannot name a line"},
+        {simulator + " --lines 1001,1001", "--lines: '1001' is named more than once"},
     };
     for (const OptionMistake& mistake : cases) {
         FILE* pipe = popen((mistake.command + " 2>&1 </dev/null").c_str(), "r");

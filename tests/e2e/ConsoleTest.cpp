@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Console.h"
 #include "EventRecorder.h"
+#include "LineCheck.h"
 #include "Operations.h"
 
 namespace {
@@ -50,6 +53,54 @@ TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
     }
 }
 
+TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"answerCal 1001 1", "no operation 'answerCal'; did you mean 'answerCall'? (try help)"},
+        {"answerCall 1001 1 => sfiSucess",
+         "answerCall gives no result 'sfiSucess'; did you mean 'sfiSuccess'?"},
+        {"isCallHoldPossible 1001 => sfiSuccess",
+         "isCallHoldPossible gives no result 'sfiSuccess'"},
+        {"getForwardingConfiguration 0 => sfiSuccess url=x",
+         "getForwardingConfiguration has no output 'url'; did you mean 'uri'?"},
+        {"answerCall 1001 1 =>", "'=>' needs the expected result, for example => sfiSuccess"},
+        {"answerCall 1001", "answerCall takes 2 arguments, not 1: answerCall <line> <callId:int>"},
+        {"await onCallHeld callId=1",
+         "await: no callback 'onCallHeld'; did you mean 'onCallHeldEvent'?"},
+        {"await onCallHeldEvent callid=1",
+         "await: onCallHeldEvent has no argument 'callid'; did you mean 'callId'?"},
+        {"await onCallHeldEvent within=soon", "await: within= takes milliseconds, not 'soon'"},
+        {"sim incomingcall 1001 2005",
+         "sim: no control command 'incomingcall'; did you mean 'incomingCall'?"},
+        {"help onCallHeldEvnt",
+         "no operation or callback 'onCallHeldEvnt'; did you mean 'onCallHeldEvent'? (try help)"},
+        {"echo 'unfinished", "bad line: unterminated ' quote"},
+    };
+    for (const auto& [line, problem] : cases)
+        EXPECT_EQ(console::checkLine(line).value_or("(none)"), problem) << line;
+    for (const char* line :
+         {"getForwardingConfiguration 0 => sfiSuccess uri=sip:2002 status=true",
+          "await onCallStateChangeEvent callState=4 callingParty=sip:2005 within=100", "sim reset",
+          "help onCallHeldEvent", "isCallHoldPossible 1001 => false", "# note", ""})
+        EXPECT_EQ(console::checkLine(line), std::nullopt) << line;
+}
+
+TEST(LineCheck, CompletesTheNamesThatMayComeNext) {
+    const auto has = [](const std::vector<std::string>& names, const std::string& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
+    EXPECT_TRUE(has(console::completions(""), "answerCall"));
+    EXPECT_TRUE(has(console::completions("  "), "await"));
+    EXPECT_TRUE(has(console::completions("sim "), "incomingCall"));
+    EXPECT_TRUE(has(console::completions("help "), "onCallHeldEvent"));
+    EXPECT_TRUE(has(console::completions("await "), "onBluetoothAudioStatusChanged"));
+    EXPECT_EQ(console::completions("await onCallHeldEvent lineId=1 "),
+              (std::vector<std::string>{"lineId=", "callId=", "within="}));
+    EXPECT_TRUE(has(console::completions("getForwardingConfiguration 0 => "), "uri="));
+    EXPECT_TRUE(has(console::completions("isCallHoldPossible 1001 => "), "true"));
+    EXPECT_TRUE(console::completions("answerCall ").empty());
+    EXPECT_TRUE(console::completions("await onNothing ").empty());
+}
+
 TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {
     const std::vector<std::pair<console::RecordedEvent, std::string>> cases = {
         {{"onCallStateChangeEvent", {{"callState", "4"}, {"name", "Erik Fischer"}}},
@@ -61,6 +112,16 @@ TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {
     };
     for (const auto& [event, line] : cases)
         EXPECT_EQ(console::describe(event), line);
+}
+
+TEST(EventLog, AnAwaitEndsEarlyWhenCancelled) {
+    console::EventLog log;
+    const auto start = std::chrono::steady_clock::now();
+    int asked = 0;
+    EXPECT_FALSE(
+        log.await("onCallHeldEvent", {}, std::chrono::seconds(10), [&] { return ++asked == 3; }));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    EXPECT_EQ(asked, 3);
 }
 
 TEST(EventLog, EachAwaitTakesItsOwnMatchingEvent) {

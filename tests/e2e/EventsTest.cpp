@@ -132,10 +132,10 @@ const std::vector<EventCase> kEvents = {
                         "<display-text>Anna Berg</display-text></user></users>"
                         "</conference-info>'"})},
     {"SecurityStatus",
-     withConnectedCall({"sim recording 1001 1 on",
-                        "makeSecurityChangeReinvite 1001 1 1 => sfiSuccess",
-                        "await onSecurityStatusChanged lineURI=1001 callId=1 securityStatus=2 "
-                        "callIdsRecorded=[1] callLineURIsRecorded='[\"sip:1001@pbx.example.com\"]'"})},
+     withConnectedCall(
+         {"sim recording 1001 1 on", "makeSecurityChangeReinvite 1001 1 1 => sfiSuccess",
+          "await onSecurityStatusChanged lineURI=1001 callId=1 securityStatus=2 "
+          "callIdsRecorded=[1] callLineURIsRecorded='[\"sip:1001@pbx.example.com\"]'"})},
     {"PreemptionStatus",
      withConnectedCall({"sim preempt 1001 1 6",
                         "await onPreemptionStatusChanged lineURI=1001 callId=1 priority=6 "

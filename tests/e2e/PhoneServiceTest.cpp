@@ -236,4 +236,22 @@ TEST(ControlScript, ReadsTimedStepsAndNamesTheFirstBadLine) {
     }
 }
 
+TEST_F(Service, ResetReturnsToTheStartAndDropsStepsScheduledBefore) {
+    const std::string start = service.control({"show"});
+    request("<Method>Activate</Method>");
+    EXPECT_EQ(call("2001"), "sfiSuccess"); // its far end answers later
+    request("<Method>SetDoNotDisturb</Method><Line>1002</Line><doNotDisturbOn>1</doNotDisturbOn>");
+    request("<Method>SetMicrophoneMute</Method><Status>1</Status>");
+    EXPECT_EQ(service.control({"reset"}), "ok");
+    EXPECT_EQ(service.control({"show"}), start);
+
+    request("<Method>Activate</Method>");
+    EXPECT_EQ(call("2002"), "sfiSuccess"); // call 1 again, ringing until answered
+    recorder.events.clear();
+    recorder.runDelayedSteps();
+    EXPECT_TRUE(recorder.callStates().empty());
+    EXPECT_NE(service.control({"show"}).find("call 1 on 1001 with 2002 in state 2"),
+              std::string::npos);
+}
+
 } // namespace

@@ -32,11 +32,12 @@ bool accepts(const std::string& path) {
 
 } // namespace
 
-SimulatorProcess::SimulatorProcess(std::vector<std::string> extraArguments) {
+SimulatorProcess::SimulatorProcess(std::vector<std::string> extraArguments,
+                                   std::string socketPath) {
     char pattern[] = "/tmp/comms-e2e.XXXXXX";
     if (mkdtemp(pattern) == nullptr) throw std::runtime_error("cannot make a temporary folder");
     folder = pattern;
-    socket = folder + "/service.sock";
+    socket = socketPath.empty() ? folder + "/service.sock" : std::move(socketPath);
     logPath = folder + "/simulator.log";
 
     std::vector<std::string> arguments = {SIMULATOR_PATH, "--socket", socket, "--ring-time", "100"};
@@ -81,7 +82,7 @@ SimulatorProcess::SimulatorProcess(std::vector<std::string> extraArguments) {
 SimulatorProcess::~SimulatorProcess() {
     kill(SIGTERM);
     std::remove(logPath.c_str());
-    std::remove(socket.c_str());
+    if (socket.compare(0, folder.size(), folder) == 0) std::remove(socket.c_str());
     rmdir(folder.c_str());
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// Runs comms-simulator as a child process on a socket in a fresh temporary folder, for
-// as long as the object lives.
+// Runs comms-simulator as a child process on a socket in a fresh temporary folder (or on
+// the socket path given), for as long as the object lives.
 
 #include <signal.h>
 
@@ -13,7 +13,8 @@ namespace kit {
 
 class SimulatorProcess {
 public:
-    explicit SimulatorProcess(std::vector<std::string> extraArguments = {});
+    explicit SimulatorProcess(std::vector<std::string> extraArguments = {},
+                              std::string socketPath = {});
     ~SimulatorProcess();
     SimulatorProcess(const SimulatorProcess&) = delete;
     SimulatorProcess& operator=(const SimulatorProcess&) = delete;

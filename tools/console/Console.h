@@ -34,6 +34,10 @@ public:
         bool echoCommands = false; // print each line before its result, for traces
         // Whether the service can still be reached; unset means always.
         std::function<bool()> connected;
+        // Why the service refused the last request, when it says; printed beside the result.
+        std::function<std::string()> refusal;
+        // Whether the user has asked to stop the await in progress (Ctrl-C at a terminal).
+        std::function<bool()> interrupted;
     };
 
     Console(CommunicationsServiceIfc& service, Executable& subscriber, EventLog& events,

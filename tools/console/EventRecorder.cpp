@@ -1,5 +1,6 @@
 #include "EventRecorder.h"
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 
@@ -52,7 +53,8 @@ void EventLog::add(const RecordedEvent& event) {
 
 std::optional<RecordedEvent> EventLog::await(const std::string& callback,
                                              const std::vector<NamedValue>& expected,
-                                             std::chrono::milliseconds timeout) {
+                                             std::chrono::milliseconds timeout,
+                                             const std::function<bool()>& cancelled) {
     auto matches = [&](const RecordedEvent& event) {
         if (event.callback != callback) return false;
         for (const NamedValue& wanted : expected) {
@@ -71,7 +73,13 @@ std::optional<RecordedEvent> EventLog::await(const std::string& callback,
         }
         return false;
     };
-    if (!arrived.wait_for(lock, timeout, search)) return std::nullopt;
+    constexpr std::chrono::milliseconds kCancelCheck{50};
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (!search()) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= deadline || (cancelled && cancelled())) return std::nullopt;
+        arrived.wait_until(lock, std::min(deadline, now + kCancelCheck));
+    }
     taken[found] = true;
     return events[found];
 }

@@ -46,10 +46,12 @@ public:
     void add(const RecordedEvent& event);
 
     // Waits for an event of the callback whose arguments hold the given values, and takes
-    // it out of the log so that the next wait needs another one.
+    // it out of the log so that the next wait needs another one. Gives up early once
+    // cancelled (asked every 50 ms) says so.
     std::optional<RecordedEvent> await(const std::string& callback,
                                        const std::vector<NamedValue>& expected,
-                                       std::chrono::milliseconds timeout);
+                                       std::chrono::milliseconds timeout,
+                                       const std::function<bool()>& cancelled = {});
 
     std::vector<RecordedEvent> all() const;
 

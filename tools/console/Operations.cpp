@@ -169,7 +169,16 @@ Operation describedOperation(const char* name,
          ...);
         return outcome;
     };
-    return {name, std::move(parameters), run};
+    using Result = typename protocol::agreement::Parameters<Op>::result;
+    std::vector<std::string> results;
+    if constexpr (std::is_void_v<Result>)
+        results = {"sent"};
+    else if constexpr (std::is_same_v<Result, bool>)
+        results = {"true", "false"};
+    else
+        results = resultNames();
+    const std::vector<std::string_view> outputs = outputNames(request.answer);
+    return {name, std::move(parameters), std::move(results), {outputs.begin(), outputs.end()}, run};
 }
 
 template <typename Op, typename Answer, typename... Fields>
@@ -235,19 +244,20 @@ std::vector<Operation> makeOperations() {
     static_assert(std::tuple_size_v<std::remove_const_t<decltype(requests::all)>> == 45,
                   "every request but Subscribe is an operation above");
     // Operations that the description does not carry as enveloped requests.
-    table.push_back({"processSignallingComponentEvent", {{"data", Kind::Text}}, [](S s, E, A a) {
-                         s.processSignallingComponentEvent(a.text(0).data(),
-                                                           static_cast<int>(a.text(0).size()));
-                         return Outcome{"sent", {}};
-                     }});
-    table.push_back({"subscribe", {}, [](S s, E subscriber, A) {
+    table.push_back(
+        {"processSignallingComponentEvent", {{"data", Kind::Text}}, {"sent"}, {}, [](S s, E, A a) {
+             s.processSignallingComponentEvent(a.text(0).data(),
+                                               static_cast<int>(a.text(0).size()));
+             return Outcome{"sent", {}};
+         }});
+    table.push_back({"subscribe", {}, resultNames(), {}, [](S s, E subscriber, A) {
                          return Outcome{resultName(s.subscribe(&subscriber)), {}};
                      }});
     table.push_back(
-        {"csCommunicationsService", {{"name", Kind::Text}}, [](S s, E, A a) {
+        {"csCommunicationsService", {{"name", Kind::Text}}, {"text"}, {"value"}, [](S s, E, A a) {
              return Outcome{"text", {{"value", s.csCommunicationsService(a.text(0).c_str())}}};
          }});
-    table.push_back({"activateStoredFwd", {}, [](S s, E, A) {
+    table.push_back({"activateStoredFwd", {}, {"done"}, {}, [](S s, E, A) {
                          s.activateStoredFwd();
                          return Outcome{"done", {}};
                      }});
@@ -313,6 +323,16 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
         }
     }
     return Arguments(words);
+}
+
+const std::vector<std::string>& resultNames() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (int code = sfiFailure; code <= sfiSuccess; ++code)
+            all.push_back(resultName(code));
+        return all;
+    }();
+    return names;
 }
 
 std::string resultName(int code) {

@@ -47,6 +47,9 @@ struct Outcome {
 struct Operation {
     const char* name;
     std::vector<Parameter> parameters;
+    // The result words it can give, and the names of its outputs.
+    std::vector<std::string> results;
+    std::vector<std::string> outputs;
     std::function<Outcome(CommunicationsServiceIfc& service, Executable& subscriber,
                           const Arguments& arguments)>
         run;
@@ -64,5 +67,8 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
 
 // The name of a result code: "sfiSuccess", ..., or the number when it has none.
 std::string resultName(int code);
+
+// The names of every result code.
+const std::vector<std::string>& resultNames();
 
 } // namespace console

@@ -5,10 +5,13 @@
 #include <poll.h>
 #include <readline/history.h>
 #include <readline/readline.h>
+#include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -16,6 +19,7 @@
 #include <fstream>
 #include <iostream>
 #include <mutex>
+#include <sstream>
 
 #include "../CommandLine.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
@@ -23,6 +27,7 @@
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/desktop/Host.h"
 #include "Console.h"
+#include "LineCheck.h"
 #include "Operations.h"
 
 namespace {
@@ -91,6 +96,9 @@ private:
 console::Console* activeConsole = nullptr;
 bool inputEnded = false;
 bool anyCheckFailed = false;
+int linesThisSession = 0;
+// A Ctrl-C at an empty prompt was the last thing typed; the next one quits.
+bool interruptedAtEmptyPrompt = false;
 
 void handleTerminalLine(char* line) {
     if (line == nullptr) {
@@ -98,7 +106,11 @@ void handleTerminalLine(char* line) {
         // Ctrl-D leaves the cursor behind the prompt.
         std::cout << std::endl;
     } else {
-        if (*line != '\0') add_history(line);
+        interruptedAtEmptyPrompt = false;
+        if (*line != '\0') {
+            add_history(line);
+            ++linesThisSession;
+        }
         if (!activeConsole->execute(line)) anyCheckFailed = true;
         std::free(line);
     }
@@ -106,21 +118,75 @@ void handleTerminalLine(char* line) {
     if (inputEnded || activeConsole->quitRequested()) rl_callback_handler_remove();
 }
 
-char* completeOperation(const char* prefix, int state) {
+// The candidates of the word being completed, from what stands before it.
+std::vector<std::string> completionCandidates;
+
+char* nextCandidate(const char* prefix, int state) {
     static std::size_t next = 0;
-    static std::vector<std::string> names;
-    if (state == 0) {
-        next = 0;
-        names = {"await", "sim", "echo", "help", "quit"};
-        for (const console::Operation& operation : console::operations()) {
-            names.push_back(operation.name);
-        }
-    }
-    while (next < names.size()) {
-        const std::string& name = names[next++];
+    if (state == 0) next = 0;
+    while (next < completionCandidates.size()) {
+        const std::string& name = completionCandidates[next++];
         if (name.compare(0, std::strlen(prefix), prefix) == 0) return strdup(name.c_str());
     }
     return nullptr;
+}
+
+char** completeWord(const char* text, int start, int /*end*/) {
+    rl_attempted_completion_over = 1; // names only, never file names
+    completionCandidates = console::completions(std::string(rl_line_buffer, start));
+    char** matches = rl_completion_matches(text, nextCandidate);
+    // "name=" goes on with its value, not with a blank.
+    const bool assignment =
+        matches != nullptr && matches[1] == nullptr && std::strchr(matches[0], '=') != nullptr;
+    rl_completion_append_character = assignment ? '\0' : ' ';
+    return matches;
+}
+
+// Ctrl-C at a terminal: counted by the handler, acted on by the input loop or an await.
+std::atomic<int> interrupts{0};
+int handledInterrupts = 0;
+int interruptPipe[2] = {-1, -1};
+void onInterrupt(int) {
+    ++interrupts;
+    const char wake = 1;
+    [[maybe_unused]] const ssize_t written = write(interruptPipe[1], &wake, 1);
+}
+
+// Whether a Ctrl-C came that nobody has acted on yet; acting on it now.
+bool takeInterrupt() {
+    const int seen = interrupts.load();
+    if (seen == handledInterrupts) return false;
+    handledInterrupts = seen;
+    return true;
+}
+
+void installInterruptHandler() {
+    if (pipe(interruptPipe) != 0) return;
+    struct sigaction action {};
+    action.sa_handler = onInterrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    rl_catch_signals = 0;
+}
+
+// Ctrl-C at the prompt drops the line being typed; at an empty prompt it warns once and
+// quits the second time.
+void interruptAtPrompt(Output& output) {
+    char drained[64];
+    [[maybe_unused]] const ssize_t ignored = read(interruptPipe[0], drained, sizeof drained);
+    if (!takeInterrupt()) return;
+    const bool typing = rl_end > 0;
+    rl_replace_line("", 0);
+    rl_crlf();
+    if (!typing && interruptedAtEmptyPrompt) {
+        inputEnded = true;
+        rl_callback_handler_remove();
+        return;
+    }
+    if (!typing) output.printNow("(Ctrl-C again at an empty prompt, or Ctrl-D, quits)");
+    interruptedAtEmptyPrompt = !typing;
+    rl_on_new_line();
+    rl_redisplay();
 }
 
 std::string historyPath() {
@@ -128,26 +194,55 @@ std::string historyPath() {
     return home != nullptr ? std::string(home) + "/.comms_console_history" : std::string();
 }
 
+// The history file is the console's own: a path that holds anything but a regular file
+// is left alone, and lines are only ever appended, so nothing in it is overwritten.
+bool usableHistory(const std::string& path, Output& output) {
+    struct stat status {};
+    if (path.empty()) return false;
+    if (lstat(path.c_str(), &status) != 0) return errno == ENOENT;
+    if (S_ISREG(status.st_mode)) return true;
+    output.printNow("! history " + path +
+                    " is not a regular file; it is left as it is and "
+                    "this session keeps no history");
+    return false;
+}
+
+void saveHistory(const std::string& path) {
+    if (linesThisSession == 0) return;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        write_history(path.c_str());
+    } else if (S_ISREG(status.st_mode)) {
+        append_history(linesThisSession, path.c_str());
+    }
+}
+
 int runTerminal(console::Console& console, Output& output) {
     activeConsole = &console;
-    const std::string history = historyPath();
+    std::string history = historyPath();
+    if (!usableHistory(history, output)) history.clear();
     if (!history.empty()) read_history(history.c_str());
-    rl_completion_entry_function = completeOperation;
+    rl_attempted_completion_function = completeWord;
     rl_callback_handler_install("comms> ", handleTerminalLine);
     while (!inputEnded && !console.quitRequested()) {
-        pollfd sources[2] = {{STDIN_FILENO, POLLIN, 0}, {output.wakeDescriptor(), POLLIN, 0}};
-        if (poll(sources, 2, -1) < 0) continue;
+        pollfd sources[3] = {{STDIN_FILENO, POLLIN, 0},
+                             {output.wakeDescriptor(), POLLIN, 0},
+                             {interruptPipe[0], POLLIN, 0}};
+        if (poll(sources, 3, -1) < 0) continue;
+        if (sources[2].revents != 0) interruptAtPrompt(output);
+        if (inputEnded) break;
         if (sources[1].revents != 0) output.flushAroundPrompt();
         if (sources[0].revents != 0) rl_callback_read_char();
     }
-    if (!history.empty()) write_history(history.c_str());
+    if (!history.empty()) saveHistory(history);
     // Like a script, a session with a failed line says so in its exit status.
     return anyCheckFailed ? 1 : 0;
 }
 
 // A script stops at its first failing line; its exit status says whether all passed.
-int runScript(console::Console& console, std::istream& input, const std::string& source,
+int runScript(console::Console& console, const std::string& text, const std::string& source,
               Output& output) {
+    std::istringstream input(text);
     std::string line;
     int lineNumber = 0;
     int steps = 0;
@@ -194,6 +289,7 @@ int main(int argc, char** argv) {
     int answerTimeout = 10000;
     int awaitTimeout = 5000;
     bool logging = false;
+    bool checkOnly = false;
     app.add_option("-p,--plugin", options.pluginPath, "The plug-in to load")->capture_default_str();
     app.add_option("-s,--socket", options.socketPath, "The service's Unix-domain socket")
         ->capture_default_str();
@@ -209,10 +305,34 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
     app.set_version_flag("--version", "comms-console " COMMUNICATIONS_SERVICE_VERSION);
+    app.add_flag("--check", checkOnly,
+                 "Check the script (--script, else standard input) without connecting");
     if (const std::optional<int> status = kit::parse(app, "comms-console", argc, argv))
         return *status;
 
-    const bool terminal = scriptPath.empty() && isatty(STDIN_FILENO) != 0;
+    const bool terminal = !checkOnly && scriptPath.empty() && isatty(STDIN_FILENO) != 0;
+    // A script is checked whole before anything connects or runs.
+    std::string script;
+    const std::string source = scriptPath.empty() ? "standard input" : scriptPath;
+    if (!terminal) {
+        std::ifstream file;
+        if (!scriptPath.empty()) file.open(scriptPath);
+        std::ostringstream text;
+        text << (scriptPath.empty() ? std::cin.rdbuf() : file.rdbuf());
+        script = text.str();
+        const std::vector<std::string> problems = console::checkScript(script, source);
+        for (const std::string& problem : problems)
+            std::cout << "! " << problem << "\n";
+        if (!problems.empty()) {
+            std::cout << "! " << source << ": " << problems.size() << " line"
+                      << (problems.size() == 1 ? "" : "s") << " cannot run; nothing was run\n";
+            return 1;
+        }
+        if (checkOnly) {
+            std::cout << "# " << source << ": every line can run\n";
+            return 0;
+        }
+    }
     Output output(terminal);
     console::EventLog events;
     console::EventRecorder recorder([&](const console::RecordedEvent& event) {
@@ -236,6 +356,11 @@ int main(int argc, char** argv) {
         settings.awaitTimeout = std::chrono::milliseconds(awaitTimeout);
         settings.echoCommands = !terminal;
         settings.connected = [&host] { return host.channel().connected(); };
+        settings.refusal = [&host] { return host.channel().refusalOfLastRequest(); };
+        if (terminal) {
+            installInterruptHandler();
+            settings.interrupted = takeInterrupt;
+        }
         console::Console console(
             host.service(), recorder, events,
             [&](const std::string& command) { return host.channel().control(command); },
@@ -245,9 +370,7 @@ int main(int argc, char** argv) {
                             channelName + "'; help lists the operations");
             return runTerminal(console, output);
         }
-        if (scriptPath.empty()) return runScript(console, std::cin, "standard input", output);
-        std::ifstream script(scriptPath);
-        return runScript(console, script, scriptPath, output);
+        return runScript(console, script, source, output);
     } catch (const std::exception& error) {
         std::cerr << "comms-console: " << error.what() << "\n";
         return 2;

@@ -62,6 +62,15 @@ std::string PhoneService::control(const std::vector<std::string>& words) {
     return "error: unknown control command '" + command + "' (try help)";
 }
 
+PhoneService::Call* PhoneService::commandCall(const std::vector<std::string>& words) {
+    const std::optional<int> id = toInt(words[2]);
+    return id ? findCall(words[1], *id) : nullptr;
+}
+
+std::string PhoneService::noCallError(const std::vector<std::string>& words) {
+    return "error: no call " + words[2] + " on line " + words[1];
+}
+
 std::string PhoneService::incomingCall(const std::vector<std::string>& words, bool missed) {
     if (words.size() < 3) {
         return usage(missed ? "missedCall LINE NUMBER [NAME]" : "incomingCall LINE NUMBER [NAME]");
@@ -163,8 +172,8 @@ std::string PhoneService::preempt(const std::vector<std::string>& words) {
     if (words.size() < 3 || words.size() > 4 || !id || !priority) {
         return usage("preempt LINE CALLID [PRIORITY]");
     }
-    Call* call = findCall(words[1], *id);
-    if (call == nullptr) return "error: no call " + words[2] + " on line " + words[1];
+    Call* call = commandCall(words);
+    if (call == nullptr) return noCallError(words);
     const std::string reason = "pre-empted by a call of higher precedence";
     events.publish(eventText(protocol::events::preemptionStatusChanged, call->line, call->id,
                              *priority, 1, reason));
@@ -180,9 +189,7 @@ std::string PhoneService::impactLevel(const std::vector<std::string>& words) {
     if (words.size() != 5 || !toInt(words[2]) || !toInt(words[3]) || !toInt(words[4])) {
         return usage("impactLevel LINE CALLID CALLLEVEL LOCALLEVEL");
     }
-    if (findCall(words[1], *toInt(words[2])) == nullptr) {
-        return "error: no call " + words[2] + " on line " + words[1];
-    }
+    if (commandCall(words) == nullptr) return noCallError(words);
     events.publish(eventText(protocol::events::impactLevelChanged, words[1], *toInt(words[2]),
                              *toInt(words[3]), *toInt(words[4])));
     return "ok";
@@ -191,8 +198,8 @@ std::string PhoneService::impactLevel(const std::vector<std::string>& words) {
 std::string PhoneService::recording(const std::vector<std::string>& words) {
     const std::optional<bool> on = words.size() == 4 ? toFlag(words[3]) : std::nullopt;
     if (!on || !toInt(words[2])) return usage("recording LINE CALLID on|off");
-    Call* call = findCall(words[1], *toInt(words[2]));
-    if (call == nullptr) return "error: no call " + words[2] + " on line " + words[1];
+    Call* call = commandCall(words);
+    if (call == nullptr) return noCallError(words);
     call->recorded = *on;
     events.publish(eventText(protocol::events::callRecordingStatus, call->line, call->id,
                              *on ? "true" : "false"));

@@ -1,5 +1,7 @@
 #include "ControlScript.h"
 
+#include "ControlCommandNames.h"
+
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
@@ -20,13 +22,7 @@ std::vector<std::string> splitWords(std::string_view line) {
 }
 
 bool isControlCommand(const std::string& name) {
-    static const std::vector<std::string> names = {
-        "incomingCall", "missedCall",       "hangup",    "answer",       "colleagueCall",
-        "voicemail",    "registrationLost", "register",  "preempt",      "impactLevel",
-        "recording",    "bluetooth",        "cstaEvent", "systemStatus", "addDevice",
-        "removeDevice", "calleeFree",       "show",      "lastRequest",  "nextAnswer",
-        "delayAnswers", "clients",          "help",
-    };
+    const std::vector<std::string>& names = controlCommandNames();
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 

@@ -213,6 +213,10 @@ private:
     std::string changeDevices(const std::vector<std::string>& words, bool add);
     std::string calleeFree(const std::vector<std::string>& words);
     std::string show();
+    // The call a command names as LINE CALLID in its second and third word, and the error
+    // when there is none.
+    Call* commandCall(const std::vector<std::string>& words);
+    static std::string noCallError(const std::vector<std::string>& words);
 
     // Notes why the request is refused and gives the failure answer.
     std::string refuse(const std::string& why);

@@ -2,7 +2,7 @@
 
 // Reads one request text as the communications service receives it from the proxy and
 // checks it against the protocol's description: method, fields in their order, each
-// value of its kind. Pure: no I/O, no global state.
+// value of its kind. Pure: no I/O, no mutable state.
 
 #include <string>
 #include <string_view>

@@ -1,13 +1,17 @@
 #include "Server.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <deque>
 #include <stdexcept>
 
+#include "CommunicationsService/protocol/Requests.h"
 #include "ControlScript.h"
 #include "RequestParser.h"
 
@@ -21,14 +25,30 @@ using Socket = asio::local::stream_protocol::socket;
 
 constexpr const char* kProtocol = "CommunicationsServiceProtocol";
 
-// Refuses to take over a socket that another simulator still serves; removes a stale one.
+// Removes nothing but a stale socket: a path that is not a socket is refused and left as
+// it is, and a socket that another service still serves is not taken over.
 void claimSocketPath(asio::io_context& io, const std::string& path) {
-    if (access(path.c_str(), F_OK) != 0) return;
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT) return;
+        throw std::runtime_error("cannot use --socket " + path + ": " + std::strerror(errno));
+    }
+    if (!S_ISSOCK(status.st_mode)) {
+        throw std::runtime_error("--socket " + path +
+                                 " exists and is not a socket; it is left as it is");
+    }
     Socket probe(io);
     asio::error_code error;
     probe.connect(asio::local::stream_protocol::endpoint(path), error);
     if (!error) throw std::runtime_error("another service already listens on " + path);
     ::unlink(path.c_str());
+}
+
+// The identity of the socket file at the path, if a socket is there.
+std::optional<std::pair<dev_t, ino_t>> socketIdentity(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return std::nullopt;
+    return std::make_pair(status.st_dev, status.st_ino);
 }
 
 } // namespace
@@ -126,6 +146,7 @@ Server::Server(asio::io_context& context, std::string path, Log logger, bool ver
         acceptor.open(endpoint.protocol());
         acceptor.bind(endpoint);
         acceptor.listen();
+        boundSocket = socketIdentity(socketPath);
     } catch (const asio::system_error& error) {
         throw std::runtime_error("cannot listen on " + socketPath + ": " + error.code().message());
     }
@@ -143,7 +164,8 @@ void Server::stop() {
     if (!acceptor.is_open()) return;
     asio::error_code ignored;
     acceptor.close(ignored);
-    ::unlink(socketPath.c_str());
+    // Whatever replaced the socket file since is someone else's.
+    if (boundSocket && socketIdentity(socketPath) == boundSocket) ::unlink(socketPath.c_str());
     for (auto& [number, session] : std::map<int, std::shared_ptr<Session>>(sessions)) {
         session->socket.close(ignored);
     }
@@ -180,11 +202,10 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         return;
     case Kind::Control: {
         holdingEvents = true;
-        // A command that changes the answer delay is itself answered under the old one.
-        const std::chrono::milliseconds delay = answerDelay;
+        // Answer steering is for service requests: control commands are answered at once.
         std::string reply = control(frame.text, session.get());
         if (verbose) log(client + " control '" + frame.text + "' -> " + reply);
-        answer(session, frame.id, std::move(reply), delay);
+        answer(session, frame.id, std::move(reply), std::chrono::milliseconds(0));
         flushEvents();
         return;
     }
@@ -210,7 +231,7 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     if (verbose) log(client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
         log(client + (awaited ? " -> sfiFailure: " : " -> ignored: ") + problem);
-        if (awaited) answer(session, frame.id, "sfiFailure", answerDelay);
+        if (awaited) answer(session, frame.id, "sfiFailure", answerDelay, problem);
     };
     if (awaited && session->forcedAnswer) {
         log(client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");
@@ -225,7 +246,8 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     }
     const ParsedRequest request = parseRequest(frame.text);
     if (!request.valid()) return refuse("malformed request: " + request.error);
-    const bool subscription = request.method == "Subscribe";
+    const bool subscription =
+        request.method == CommunicationsService::protocol::requests::subscribe.method;
     if (subscription != (frame.kind == Kind::Subscribe)) {
         return refuse(subscription ? "Subscribe sent without a channel name"
                                    : request.method + " sent as a subscription");
@@ -245,12 +267,15 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     } else if (verbose) {
         log(client + " answer " + reply.value_or("(none, one way)"));
     }
-    if (awaited) answer(session, frame.id, reply.value_or(std::string()), answerDelay);
+    if (awaited) {
+        answer(session, frame.id, reply.value_or(std::string()), answerDelay, service->refusal());
+    }
 }
 
 void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
-                    std::chrono::milliseconds delay) {
-    Frame frame{Kind::Answer, id, {}, std::move(text)};
+                    std::chrono::milliseconds delay, const std::string& refusal) {
+    // The answer text stays the service's; why it refused rides in the channel field.
+    Frame frame{Kind::Answer, id, refusal, std::move(text)};
     if (delay.count() == 0) return session->send(frame);
     auto timer = std::make_shared<asio::steady_timer>(io, delay);
     timer->async_wait([timer, session, frame](const asio::error_code&) { session->send(frame); });
@@ -317,6 +342,11 @@ std::string Server::control(const std::string& command, Session* session) {
         if (milliseconds < 0) return "error: usage: delayAnswers MS";
         answerDelay = std::chrono::milliseconds(milliseconds);
         return "ok";
+    }
+    if (name == "reset" && words.size() == 1) {
+        answerDelay = std::chrono::milliseconds(0);
+        for (auto& [number, client] : sessions)
+            client->forcedAnswer.reset();
     }
     if (name == "clients") {
         std::string list = "ok";

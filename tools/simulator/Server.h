@@ -4,12 +4,16 @@
 // frames, hands requests to the service and control commands to whoever runs them, and
 // sends answers and events back.
 
+#include <sys/types.h>
+
 #include <asio.hpp>
 #include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CommunicationsService/desktop/Wire.h"
@@ -45,12 +49,14 @@ private:
     void serveRequest(const std::shared_ptr<Session>& session, const desktop::wire::Frame& frame);
     std::string control(const std::string& command, Session* session);
     void answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
-                std::chrono::milliseconds delay);
+                std::chrono::milliseconds delay, const std::string& refusal = {});
     void flushEvents();
     void forget(int sessionNumber);
 
     asio::io_context& io;
     std::string socketPath;
+    // The socket file this server made, removed on stop only while it is still there.
+    std::optional<std::pair<dev_t, ino_t>> boundSocket;
     Log log;
     bool verbose;
     asio::local::stream_protocol::acceptor acceptor;

@@ -2,6 +2,7 @@
 // with the control subcommand, sends one control command to a running simulator.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <iostream>
@@ -14,6 +15,17 @@
 #include "Server.h"
 
 namespace {
+
+std::vector<std::string> splitLines(const std::string& text) {
+    std::vector<std::string> names;
+    std::size_t start = 0;
+    for (std::size_t comma; (comma = text.find(',', start)) != std::string::npos;
+         start = comma + 1) {
+        names.push_back(text.substr(start, comma - start));
+    }
+    names.push_back(text.substr(start));
+    return names;
+}
 
 void logLine(const std::string& line) { std::cerr << "simulator: " << line << std::endl; }
 
@@ -89,8 +101,9 @@ int main(int argc, char** argv) {
     bool verbose = false;
     app.add_option("-s,--socket", socketPath, "Unix-domain socket to listen on")
         ->capture_default_str();
-    app.add_option("-l,--lines", settings.lines, "The phone's lines, comma-separated")
-        ->delimiter(',')
+    // Read whole and split here: an empty name between commas is a mistake to report.
+    std::string lines = "1001,1002";
+    app.add_option("-l,--lines", lines, "The phone's lines, comma-separated")
         ->capture_default_str();
     app.add_option("--domain", settings.domain, "Domain of the SIP addresses")
         ->capture_default_str();
@@ -125,9 +138,17 @@ int main(int argc, char** argv) {
     }
 
     try {
+        settings.lines = splitLines(lines);
         for (const std::string& line : settings.lines) {
-            if (line.empty() || line.find_first_of("<>& \t") != std::string::npos) {
-                throw std::runtime_error("'" + line + "' cannot name a line");
+            if (std::count(settings.lines.begin(), settings.lines.end(), line) > 1)
+                throw std::runtime_error("--lines: '" + line + "' is named more than once");
+            if (line.empty()) {
+                throw std::runtime_error("--lines: a line name is empty (names are separated "
+                                         "by single commas, for example 1001,1002)");
+            }
+            if (line.find_first_of("<>& \t") != std::string::npos) {
+                throw std::runtime_error("--lines: '" + line +
+                                         "' cannot name a line (no blanks, <, > or &)");
             }
         }
         std::vector<simulator::ScriptStep> steps;

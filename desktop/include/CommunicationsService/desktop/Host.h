@@ -42,8 +42,11 @@ private:
 };
 
 // The request channel to the service process. It connects on construction (throwing
-// std::runtime_error when it cannot) and never reconnects: once the connection is lost,
-// which is reported once, every request gets an empty answer at once.
+// std::runtime_error when it cannot). When the service goes away the loss is reported
+// once and every request gets an empty answer at once; the channel tries to connect again,
+// at growing intervals of up to a second, and when the service is back reports that once,
+// selects the protocol again and renews every subscription it made. A peer that sends
+// what is not a frame is not tried again.
 //
 // Time-outs are in milliseconds: sendRequestTimed and sendSubscribe wait at most their
 // timeout argument for the answer (a value of 0 or less means the channel's default),
@@ -72,6 +75,10 @@ public:
     std::string control(const std::string& command);
 
     bool connected() const;
+
+    // Why the service refused the last request or command this thread sent, as the
+    // simulator tells it beside its answer; empty when it did not refuse, or did not say.
+    std::string refusalOfLastRequest() const;
 
 private:
     struct Connection;

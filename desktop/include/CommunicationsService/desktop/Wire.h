@@ -19,7 +19,8 @@ enum class Kind : char {
     Subscribe = 'S', // client: subscription request for the channel; answered like a request
     OneWay = 'O',    // client: message text; never answered
     Control = 'C',   // client: command to a simulator; answered like a request
-    Answer = 'A',    // service: answer text for the request with the same id
+    Answer = 'A',    // service: answer text for the request with the same id; its channel
+                     // field says why the service refused the request, if it did
     Event = 'E',     // service: event text for the subscriber on the channel
 };
 

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -96,6 +97,45 @@ inline std::string callbackName(std::string_view method) {
 }
 
 namespace events = CommunicationsService::protocol::events;
+
+/// The names a CallPartyInfo's nine fields are recorded under, in the record's order.
+inline constexpr const char* kPartyFieldNames[] = {
+    "reservedText1",   "reservedText2", "reservedText3",    "reservedText4", "reservedValue",
+    "calledPartyName", "calledParty",   "callingPartyName", "callingParty"};
+
+/// A callback and the names its arguments are recorded under.
+struct CallbackArguments {
+    std::string callback;               ///< the callback's name
+    std::vector<std::string> arguments; ///< its arguments' names, in order
+};
+
+/// Every callback in the events' order, for tools that check or complete names.
+inline const std::vector<CallbackArguments>& recordedCallbacks() {
+    static const std::vector<CallbackArguments> all = std::apply(
+        [](const auto&... event) {
+            auto describe = [](const auto& entry) {
+                CallbackArguments named{callbackName(entry.method), {}};
+                std::apply(
+                    [&](const auto&... fields) {
+                        (
+                            [&](const auto& field) {
+                                if (field.kind == CommunicationsService::protocol::Kind::parties)
+                                    named.arguments.insert(named.arguments.end(),
+                                                           std::begin(kPartyFieldNames),
+                                                           std::end(kPartyFieldNames));
+                                else
+                                    named.arguments.emplace_back(field.argument);
+                            }(fields),
+                            ...);
+                    },
+                    entry.fields);
+                return named;
+            };
+            return std::vector<CallbackArguments>{describe(event)...};
+        },
+        events::all);
+    return all;
+}
 
 /// A subscriber that turns every callback into a NamedCall and hands it to recorded(),
 /// its one sink: the recording subscriber keeps the calls, the console prints them.
@@ -279,17 +319,13 @@ private:
 
     static void add(std::vector<NamedValue>& arguments, std::string_view name,
                     CallPartyInfo* info) {
-        static const char* const kFields[] = {
-            "reservedText1", "reservedText2",    "reservedText3",
-            "reservedText4", "reservedValue",    "calledPartyName",
-            "calledParty",   "callingPartyName", "callingParty"};
         if (info == nullptr) {
             arguments.push_back({std::string(name), "null"});
             return;
         }
         const std::vector<std::string> texts = toTexts(info);
         for (std::size_t i = 0; i < texts.size(); ++i)
-            arguments.push_back({kFields[i], texts[i]});
+            arguments.push_back({kPartyFieldNames[i], texts[i]});
     }
 
     template <typename Callback, typename... Fields, typename... Values>

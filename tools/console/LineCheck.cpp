@@ -1,0 +1,221 @@
+#include "LineCheck.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <sstream>
+#include <stdexcept>
+
+#include "CommunicationsService/testing/CallbackRecorder.h"
+#include "Console.h"
+#include "ControlCommandNames.h"
+#include "Operations.h"
+
+namespace console {
+
+namespace {
+
+std::size_t editDistance(const std::string& from, const std::string& to) {
+    std::vector<std::size_t> previous(to.size() + 1), current(to.size() + 1);
+    for (std::size_t j = 0; j <= to.size(); ++j)
+        previous[j] = j;
+    for (std::size_t i = 1; i <= from.size(); ++i) {
+        current[0] = i;
+        for (std::size_t j = 1; j <= to.size(); ++j) {
+            const bool same = std::tolower(static_cast<unsigned char>(from[i - 1])) ==
+                              std::tolower(static_cast<unsigned char>(to[j - 1]));
+            current[j] =
+                std::min({previous[j] + 1, current[j - 1] + 1, previous[j - 1] + (same ? 0 : 1)});
+        }
+        previous.swap(current);
+    }
+    return previous[to.size()];
+}
+
+bool known(const std::string& name, const std::vector<std::string>& names) {
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string unknown(const std::string& what, const std::string& word,
+                    const std::vector<std::string>& names) {
+    return "no " + what + " '" + word + "'" + didYouMean(word, names);
+}
+
+std::vector<std::string> operationNames() {
+    std::vector<std::string> names;
+    for (const Operation& operation : operations())
+        names.push_back(operation.name);
+    return names;
+}
+
+std::optional<std::string> checkAwait(const std::vector<std::string>& words) {
+    if (words.size() < 2)
+        return "await takes a callback name: await CALLBACK [name=value...] [within=MS]";
+    const std::vector<std::string>* arguments = callbackArguments(words[1]);
+    if (arguments == nullptr) return "await: " + unknown("callback", words[1], callbackNames());
+    for (std::size_t i = 2; i < words.size(); ++i) {
+        const std::size_t equals = words[i].find('=');
+        if (equals == std::string::npos || equals == 0)
+            return "await: '" + words[i] + "' is not name=value";
+        const std::string name = words[i].substr(0, equals);
+        const std::string value = words[i].substr(equals + 1);
+        if (name == "within") {
+            int milliseconds = -1;
+            const auto parsed =
+                std::from_chars(value.data(), value.data() + value.size(), milliseconds);
+            if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() ||
+                milliseconds < 0) {
+                return "await: within= takes milliseconds, not '" + value + "'";
+            }
+        } else if (!known(name, *arguments)) {
+            return "await: " + words[1] + " has no argument '" + name + "'" +
+                   didYouMean(name, *arguments);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> checkOperation(const std::vector<std::string>& words) {
+    const Operation* operation = findOperation(words.front());
+    if (operation == nullptr) {
+        std::vector<std::string> names = operationNames();
+        names.insert(names.end(), {"await", "sim", "echo", "help", "quit"});
+        return unknown("operation", words.front(), names) + " (try help)";
+    }
+    const auto marker = std::find(words.begin() + 1, words.end(), "=>");
+    try {
+        bindArguments(*operation, {words.begin() + 1, marker});
+    } catch (const std::invalid_argument& error) {
+        return std::string(error.what());
+    }
+    if (marker == words.end()) return std::nullopt;
+    if (marker + 1 == words.end())
+        return "'=>' needs the expected result, for example => sfiSuccess";
+    for (auto word = marker + 1; word != words.end(); ++word) {
+        const std::size_t equals = word->find('=');
+        if (equals == std::string::npos || equals == 0) {
+            if (!known(*word, operation->results)) {
+                return std::string(operation->name) + " gives no result '" + *word + "'" +
+                       didYouMean(*word, operation->results);
+            }
+        } else if (const std::string name = word->substr(0, equals);
+                   !known(name, operation->outputs)) {
+            return std::string(operation->name) + " has no output '" + name + "'" +
+                   didYouMean(name, operation->outputs);
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
+    const std::string* best = nullptr;
+    std::size_t bestDistance = std::max<std::size_t>(2, word.size() / 3) + 1;
+    for (const std::string& name : names) {
+        const std::size_t distance = editDistance(word, name);
+        if (distance < bestDistance) {
+            best = &name;
+            bestDistance = distance;
+        }
+    }
+    if (best == nullptr) {
+        // A word cut short, such as onCallHeld for onCallHeldEvent, names the one it begins.
+        for (const std::string& name : names) {
+            if (!word.empty() && name.compare(0, word.size(), word) == 0) {
+                if (best != nullptr) return {};
+                best = &name;
+            }
+        }
+    }
+    return best != nullptr ? "; did you mean '" + *best + "'?" : std::string();
+}
+
+const std::vector<std::string>& callbackNames() {
+    static const std::vector<std::string> names = [] {
+        std::vector<std::string> all;
+        for (const auto& callback : communications::testing::recordedCallbacks())
+            all.push_back(callback.callback);
+        return all;
+    }();
+    return names;
+}
+
+const std::vector<std::string>* callbackArguments(const std::string& callback) {
+    for (const auto& entry : communications::testing::recordedCallbacks()) {
+        if (entry.callback == callback) return &entry.arguments;
+    }
+    return nullptr;
+}
+
+std::optional<std::string> checkLine(const std::string& line) {
+    std::vector<std::string> words;
+    try {
+        words = tokenize(line);
+    } catch (const std::invalid_argument& error) {
+        return std::string("bad line: ") + error.what();
+    }
+    if (words.empty()) return std::nullopt;
+    const std::string& command = words.front();
+    if (command == "quit" || command == "exit" || command == "echo") return std::nullopt;
+    if (command == "help") {
+        if (words.size() == 1 || findOperation(words[1]) != nullptr ||
+            callbackArguments(words[1]) != nullptr) {
+            return std::nullopt;
+        }
+        std::vector<std::string> names = operationNames();
+        names.insert(names.end(), callbackNames().begin(), callbackNames().end());
+        return unknown("operation or callback", words[1], names) + " (try help)";
+    }
+    if (command == "await") return checkAwait(words);
+    if (command == "sim") {
+        if (words.size() < 2) return "sim takes a control command (try sim help)";
+        if (!known(words[1], simulator::controlCommandNames()))
+            return "sim: " + unknown("control command", words[1], simulator::controlCommandNames());
+        return std::nullopt;
+    }
+    return checkOperation(words);
+}
+
+std::vector<std::string> completions(const std::string& lineStart) {
+    std::vector<std::string> words;
+    std::istringstream split(lineStart);
+    for (std::string word; split >> word;)
+        words.push_back(word);
+    std::vector<std::string> names;
+    if (words.empty()) {
+        names = operationNames();
+        names.insert(names.end(), {"await", "sim", "echo", "help", "quit"});
+    } else if (words.front() == "sim" && words.size() == 1) {
+        names = simulator::controlCommandNames();
+    } else if (words.front() == "help" && words.size() == 1) {
+        names = operationNames();
+        names.insert(names.end(), callbackNames().begin(), callbackNames().end());
+    } else if (words.front() == "await") {
+        if (words.size() == 1) return callbackNames();
+        if (const std::vector<std::string>* arguments = callbackArguments(words[1])) {
+            for (const std::string& argument : *arguments)
+                names.push_back(argument + "=");
+            names.push_back("within=");
+        }
+    } else if (const Operation* operation = findOperation(words.front());
+               operation != nullptr && std::find(words.begin(), words.end(), "=>") != words.end()) {
+        names = operation->results;
+        for (const std::string& output : operation->outputs)
+            names.push_back(output + "=");
+    }
+    return names;
+}
+
+std::vector<std::string> checkScript(const std::string& text, const std::string& source) {
+    std::vector<std::string> problems;
+    std::istringstream lines(text);
+    std::string line;
+    for (int number = 1; std::getline(lines, line); ++number) {
+        if (const std::optional<std::string> problem = checkLine(line))
+            problems.push_back(source + ":" + std::to_string(number) + ": " + *problem);
+    }
+    return problems;
+}
+
+} // namespace console
