@@ -394,7 +394,8 @@ constexpr std::array<Delivery, kEvents> kDeliveries =
 using RouteSet = std::uint32_t;
 static_assert(kEvents <= 32, "one bit per route");
 
-// The rows whose method name begins with each byte: only those are compared with a name.
+// Speed, under the contract of MessageFormat.h. First byte: the rows whose method name
+// begins with each byte; only those are compared with a name.
 struct RoutesByFirstByte {
     RouteSet rows[256] = {};
 };

@@ -193,7 +193,7 @@ private:
                 break;
             }
             const char* const value = stop + 2 + name.size;
-            // Most values are a digit or two: those bytes are looked at before memchr.
+            // Short values: the two bytes behind the start tag are looked at before memchr.
             const char* close = value;
             if (close != last && *close != '<' && ++close != last && *close != '<')
                 close = findOpening(close + 1, last);
