@@ -337,14 +337,18 @@ template <typename Fields> struct Storage {
         lists;
 };
 
+// An entry's row in the description's list, found by its method name; a name that two
+// entries share fails the build here.
 template <const auto& event> constexpr std::size_t rowOf() {
-    std::size_t row = kEvents;
+    std::size_t row = 0;
+    std::size_t found = 0;
     std::apply(
         [&](const auto&... each) {
             std::size_t at = 0;
-            ((row = static_cast<const void*>(&each) == static_cast<const void*>(&event) ? at : row, ++at), ...);
+            ((each.method == event.method ? (row = at, ++found) : 0, ++at), ...);
         },
         events::all);
+    if (found != 1) throw "an entry's method name must be unique in the list";
     return row;
 }
 

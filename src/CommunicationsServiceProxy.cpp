@@ -326,17 +326,18 @@ int readTagged(const std::string& response, const RequestLayout& layout, void* c
     return resultOf(valueOf(response, spans[count]));
 }
 
+// An entry's row in the description's list, found by its method name; a name that two
+// entries share fails the build here.
 template <const auto& request> constexpr std::size_t rowOf() {
-    std::size_t row = kRequests;
+    std::size_t row = 0;
+    std::size_t found = 0;
     std::apply(
         [&](const auto&... each) {
             std::size_t at = 0;
-            ((row = static_cast<const void*>(&each) == static_cast<const void*>(&request) ? at
-                                                                                          : row,
-              ++at),
-             ...);
+            ((each.method == request.method ? (row = at, ++found) : 0, ++at), ...);
         },
         requests::all);
+    if (found != 1) throw "an entry's method name must be unique in the list";
     return row;
 }
 
