@@ -172,11 +172,14 @@ PartyRecord newPartyRecord() {
 }
 
 // Copies up to the value's first NUL, cut to fit the field with its terminator.
+// An empty view may hold the null pointer, which memchr and memcpy must never see.
 void copyInto(char (&field)[65], std::string_view value) {
     std::size_t length = std::min(value.size(), sizeof field - 1);
-    if (const void* nul = std::memchr(value.data(), '\0', length))
-        length = static_cast<std::size_t>(static_cast<const char*>(nul) - value.data());
-    std::memcpy(field, value.data(), length);
+    if (length != 0) {
+        if (const void* nul = std::memchr(value.data(), '\0', length))
+            length = static_cast<std::size_t>(static_cast<const char*>(nul) - value.data());
+        std::memcpy(field, value.data(), length);
+    }
     field[length] = '\0';
 }
 
