@@ -56,6 +56,9 @@ struct Bounds {
 };
 
 constexpr Bounds bounds() {
+    std::size_t partyBytes = 0;
+    for (const std::string_view tag : protocol::kPartyTags)
+        partyBytes += tag.size() + 1;
     Bounds most;
     most.names = protocol::kMethodOpen.size();
     std::apply(
@@ -65,7 +68,9 @@ constexpr Bounds bounds() {
                 std::size_t elements = 0;
                 std::apply(
                     [&](const auto&... field) {
-                        ((elements += elementsOf(field.kind), most.names += field.tag.size() + 1),
+                        ((elements += elementsOf(field.kind),
+                          most.names += field.tag.size() + 1 +
+                                        (field.kind == Kind::parties ? partyBytes : 0)),
                          ...);
                     },
                     one.fields);
@@ -75,8 +80,6 @@ constexpr Bounds bounds() {
             (measure(event), ...);
         },
         events::all);
-    for (const std::string_view tag : protocol::kPartyTags)
-        most.names += tag.size() + 1;
     return most;
 }
 

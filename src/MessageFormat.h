@@ -153,9 +153,8 @@ struct ElementNames {
     std::size_t count;
 };
 
-// A pool built at compile time from the names of a description: a name whose bytes are
-// already in the pool is not added again. `Capacity` bounds the names' total size with
-// a byte for each name's '>'.
+// A pool built at compile time from the names of a description. `Capacity` bounds the
+// names' total size with a byte for each element name's '>'.
 template <std::size_t Capacity> struct NamePool {
     char bytes[Capacity + 8] = {};
     std::size_t size = 0;
@@ -175,25 +174,13 @@ template <std::size_t Capacity> struct NamePool {
     }
 
 private:
-    // The name's bytes, and '>' when `stored` is one more, found in the pool or added.
+    // The name's bytes, and '>' when `stored` is one more.
     constexpr ElementName place(std::string_view name, std::size_t stored) {
         if (name.empty() || name.size() > 255) throw "unusable element name";
-        const auto matches = [&](std::size_t at) {
-            for (std::size_t i = 0; i < stored; ++i) {
-                if (bytes[at + i] != (i < name.size() ? name[i] : '>')) return false;
-            }
-            return true;
-        };
-        std::size_t at = 0;
-        while (at + stored <= size && !matches(at))
-            ++at;
-        if (at + stored > size) {
-            if (size + stored > Capacity) throw "the pool is too small";
-            at = size;
-            for (std::size_t i = 0; i < stored; ++i)
-                bytes[size++] = i < name.size() ? name[i] : '>';
-        }
-        if (at > 0xFFFF) throw "the pool is too large";
+        if (size + stored > Capacity || size > 0xFFFF) throw "the pool is too small";
+        const std::size_t at = size;
+        for (std::size_t i = 0; i < stored; ++i)
+            bytes[size++] = i < name.size() ? name[i] : '>';
         return {static_cast<std::uint16_t>(at), static_cast<std::uint8_t>(name.size())};
     }
 };
