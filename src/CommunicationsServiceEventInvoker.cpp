@@ -343,18 +343,21 @@ template <typename Fields> struct Storage {
         lists;
 };
 
+template <std::size_t... Row>
+constexpr std::array<std::string_view, sizeof...(Row)> methodNames(std::index_sequence<Row...>) {
+    return {std::get<Row>(events::all).method...};
+}
+
 // An entry's row in the description's list, found by its method name; a name that two
 // entries share fails the build here.
 template <const auto& event> constexpr std::size_t rowOf() {
-    std::size_t row = 0;
-    std::size_t found = 0;
-    std::apply(
-        [&](const auto&... each) {
-            std::size_t at = 0;
-            ((each.method == event.method ? (row = at, ++found) : 0, ++at), ...);
-        },
-        events::all);
-    if (found != 1) throw "an entry's method name must be unique in the list";
+    constexpr auto names = methodNames(std::make_index_sequence<kEvents>());
+    std::size_t row = names.size();
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        if (names[at] != event.method) continue;
+        if (row != names.size()) throw "an entry's method name must be unique in the list";
+        row = at;
+    }
     return row;
 }
 
