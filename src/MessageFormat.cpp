@@ -259,7 +259,7 @@ private:
         return nextOpening(next + 3 + sizeOf(i));
     }
 
-    // Last element: when one element is left, each '<' is compared with its name only.
+    // Last element: when one element is left, only its own tags are looked for.
     void lastElement(const char* open) {
         std::size_t i = 0;
         while (spans[i].found())
@@ -273,8 +273,13 @@ private:
                 break;
             }
         }
-        for (; open != nullptr; open = findOpening(open + 1, end)) {
-            if (closes(i, open)) return settle(i, open);
+        // Its end tag is found by its '/', which values hold more rarely than '<'.
+        if (open == nullptr) return;
+        for (const char* slash = open + 1; slash < end; ++slash) {
+            slash = static_cast<const char*>(
+                std::memchr(slash, '/', static_cast<std::size_t>(end - slash)));
+            if (slash == nullptr) return;
+            if (slash[-1] == '<' && nameAt(i, slash + 1)) return settle(i, slash - 1);
         }
     }
 

@@ -56,7 +56,8 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 //   for behind the method element;
 // - short values: most values are a digit or two, so the two bytes behind a start tag are
 //   looked at before memchr is called;
-// - last element: when one element is left, each '<' is compared with its name only;
+// - last element: when one element is left, only its own tags are looked for, its end
+//   tag by the '/' in it, which values hold more rarely than '<';
 // - word compare: a name and its '>' are compared eight bytes at a time with the text,
 //   from a pool of names that may be read a word past its end, instead of calls of memcmp;
 // - word copy: the request writer copies short pieces as two overlapping words instead
