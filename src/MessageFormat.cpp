@@ -94,6 +94,12 @@ inline std::uint64_t loadWord(const char* bytes) {
     return word;
 }
 
+inline std::uint32_t loadHalf(const char* bytes) {
+    std::uint32_t half;
+    std::memcpy(&half, bytes, sizeof half);
+    return half;
+}
+
 // The first `count` (1 to 8) bytes of a word as it was read from memory.
 inline std::uint64_t leadingBytes(std::size_t count) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
@@ -127,8 +133,13 @@ inline bool standsAt(const char* pool, ElementName name, const char* at, const c
     const char* const bytes = pool + name.offset;
     const auto room = static_cast<std::size_t>(end - at);
     if (room >= 8 && room >= size) return sameWords(at, bytes, size);
-    // Near the end of the text, where a whole word cannot be read.
+    // Near the end of the text, where a whole word cannot be read: up to seven bytes, as
+    // two halves that overlap.
     if (room < size) return false;
+    if (size >= 4) {
+        return loadHalf(at) == loadHalf(bytes) &&
+               loadHalf(at + size - 4) == loadHalf(bytes + size - 4);
+    }
     for (std::size_t i = 0; i < size; ++i) {
         if (at[i] != bytes[i]) return false;
     }
