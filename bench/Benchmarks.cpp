@@ -431,7 +431,7 @@ private:
 int main(int argc, char** argv) {
     std::string folder = COMMS_BENCH_FOLDER;
     std::vector<char*> arguments{argv[0]};
-    static char repetitions[] = "--benchmark_repetitions=5";
+    static char repetitions[] = "--benchmark_repetitions=9";
     static char minTime[] = "--benchmark_min_time=0.05";
     static char interleave[] = "--benchmark_enable_random_interleaving=true";
     static char aggregates[] = "--benchmark_report_aggregates_only=true";

@@ -1,6 +1,7 @@
 #include "CommunicationsServiceProxy.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <stdexcept>
@@ -153,7 +154,7 @@ struct Argument {
     bool missing = false; // a null C string
 };
 
-template <typename Field, typename Value> Argument argumentOf(const Field&, const Value& value) {
+template <typename Field, typename Value> Argument argumentOf(const Value& value) {
     if constexpr (Field::encoding == Encoding::stateName) {
         return {serviceStateName(value)};
     } else if constexpr (Field::encoding == Encoding::text || Field::encoding == Encoding::payload) {
@@ -326,19 +327,25 @@ int readTagged(const std::string& response, const RequestLayout& layout, void* c
     return resultOf(valueOf(response, spans[count]));
 }
 
+template <std::size_t... Row>
+constexpr std::array<std::string_view, sizeof...(Row)> methodNames(std::index_sequence<Row...>) {
+    return {std::get<Row>(requests::all).method...};
+}
+
+// An entry's row in the description's list, found by its method name; a name that two
+// entries share fails the build here.
 template <const auto& request> constexpr std::size_t rowOf() {
-    std::size_t row = kRequests;
-    std::apply(
-        [&](const auto&... each) {
-            std::size_t at = 0;
-            ((row = static_cast<const void*>(&each) == static_cast<const void*>(&request) ? at
-                                                                                          : row,
-              ++at),
-             ...);
-        },
-        requests::all);
+    constexpr auto names = methodNames(std::make_index_sequence<kRequests>());
+    std::size_t row = names.size();
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        if (names[at] != request.method) continue;
+        if (row != names.size()) throw "an entry's method name must be unique in the list";
+        row = at;
+    }
     return row;
 }
+
+constexpr std::size_t kSubscribeRow = rowOf<requests::subscribe>();
 
 // One request of the description: writes its fields from the leading arguments, sends it
 // by its carrier and reads the answer into the remaining arguments.
@@ -349,7 +356,8 @@ auto exchangeWith(ProxyRequest& channel, std::tuple<Args&...> all, std::index_se
     static_assert(row < kRequests, "every request is in the description's list");
     const RequestLayout& layout = kCatalogue.requests[row];
     const Argument arguments[sizeof...(In) + 1] = {
-        argumentOf(std::get<In>(request.fields), std::get<In>(all))...};
+        argumentOf<std::tuple_element_t<In, std::decay_t<decltype(request.fields)>>>(
+            std::get<In>(all))...};
     constexpr Shape shape = shapeOf<std::decay_t<decltype(request.answer)>>();
     if constexpr (shape == Shape::none) {
         post(channel, layout, arguments);
@@ -437,7 +445,7 @@ int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
     log(277, "subscribe start");
     if (subscriber == nullptr) return sfiFailure;
     const std::string request =
-        requestText(kCatalogue.requests[rowOf<requests::subscribe>()], nullptr);
+        requestText(kCatalogue.requests[kSubscribeRow], nullptr);
     std::string response;
     const std::string channelName = requestChannel->context->findChannel(subscriber);
     try {

@@ -94,6 +94,12 @@ inline std::uint64_t loadWord(const char* bytes) {
     return word;
 }
 
+inline std::uint32_t loadHalf(const char* bytes) {
+    std::uint32_t half;
+    std::memcpy(&half, bytes, sizeof half);
+    return half;
+}
+
 // The first `count` (1 to 8) bytes of a word as it was read from memory.
 inline std::uint64_t leadingBytes(std::size_t count) {
 #if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
@@ -127,8 +133,13 @@ inline bool standsAt(const char* pool, ElementName name, const char* at, const c
     const char* const bytes = pool + name.offset;
     const auto room = static_cast<std::size_t>(end - at);
     if (room >= 8 && room >= size) return sameWords(at, bytes, size);
-    // Near the end of the text, where a whole word cannot be read.
+    // Near the end of the text, where a whole word cannot be read: up to seven bytes, as
+    // two halves that overlap.
     if (room < size) return false;
+    if (size >= 4) {
+        return loadHalf(at) == loadHalf(bytes) &&
+               loadHalf(at + size - 4) == loadHalf(bytes + size - 4);
+    }
     for (std::size_t i = 0; i < size; ++i) {
         if (at[i] != bytes[i]) return false;
     }
@@ -193,7 +204,7 @@ private:
                 break;
             }
             const char* const value = stop + 2 + name.size;
-            // Most values are a digit or two: those bytes are looked at before memchr.
+            // Short values: the two bytes behind the start tag are looked at before memchr.
             const char* close = value;
             if (close != last && *close != '<' && ++close != last && *close != '<')
                 close = findOpening(close + 1, last);
@@ -259,7 +270,7 @@ private:
         return nextOpening(next + 3 + sizeOf(i));
     }
 
-    // Last element: when one element is left, each '<' is compared with its name only.
+    // Last element: when one element is left, only its own tags are looked for.
     void lastElement(const char* open) {
         std::size_t i = 0;
         while (spans[i].found())
@@ -273,8 +284,13 @@ private:
                 break;
             }
         }
-        for (; open != nullptr; open = findOpening(open + 1, end)) {
-            if (closes(i, open)) return settle(i, open);
+        // Its end tag is found by its '/', which values hold more rarely than '<'.
+        if (open == nullptr) return;
+        for (const char* slash = open + 1; slash < end; ++slash) {
+            slash = static_cast<const char*>(
+                std::memchr(slash, '/', static_cast<std::size_t>(end - slash)));
+            if (slash == nullptr) return;
+            if (slash[-1] == '<' && nameAt(i, slash + 1)) return settle(i, slash - 1);
         }
     }
 
