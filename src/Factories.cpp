@@ -4,9 +4,9 @@
 // FrameworkContext::findChannel) come from its headers and are emitted here with them.
 // The version function tells hosts and applications which build they loaded.
 
+#include "CommunicationsService/Version.h"
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
-#include "CommunicationsService/Version.h"
 
 extern "C" FRAMEWORK_API Proxy* createCommunicationsServiceProxy() {
     return new CommunicationsServiceProxy();

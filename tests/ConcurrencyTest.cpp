@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
-#include "CommunicationsService/testing/RecordingSubscriber.h"
 
 namespace {
 

@@ -9,8 +9,8 @@
 #include <cstring>
 #include <type_traits>
 
-#include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsServiceEventInvoker.h"
 #include "support/VirtualSlot.h"
 
 namespace {

@@ -9,8 +9,8 @@
 #include <functional>
 #include <stdexcept>
 
-#include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsServiceEventInvoker.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "CommunicationsServiceEventInvoker.h"
 
 namespace {
 

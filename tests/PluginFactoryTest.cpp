@@ -24,21 +24,21 @@ protected:
     void TearDown() override {
         if (handle != nullptr) dlclose(handle);
     }
-    template <class Factory> Factory factory(const char *name) {
+    template <class Factory> Factory factory(const char* name) {
         return reinterpret_cast<Factory>(dlsym(handle, name));
     }
-    void *handle = nullptr;
+    void* handle = nullptr;
 };
 
 TEST_F(PluginFactory, CreatesAProxyThatSendsRequestsAndMapsAnswers) {
-    const auto create = factory<Proxy *(*)()>("createCommunicationsServiceProxy");
+    const auto create = factory<Proxy* (*)()>("createCommunicationsServiceProxy");
     ASSERT_NE(create, nullptr);
-    Proxy *proxy = create();
+    Proxy* proxy = create();
     ASSERT_NE(proxy, nullptr);
 
     RecordingChannel channel("sfiFailureCallBackInvalidState");
     proxy->initProxy(channel);
-    auto *service = dynamic_cast<CommunicationsServiceIfc *>(proxy);
+    auto* service = dynamic_cast<CommunicationsServiceIfc*>(proxy);
     ASSERT_NE(service, nullptr);
     EXPECT_EQ(service->answerCall("1001", 12), 1);
 
@@ -59,14 +59,14 @@ TEST_F(PluginFactory, CreatesAProxyThatSendsRequestsAndMapsAnswers) {
     EXPECT_EQ(channel.calls[2].text,
               "<Method>getForwardingConfiguration</Method><fwType>2</fwType>");
 
-    Executable *owned = proxy;
+    Executable* owned = proxy;
     delete owned;
 }
 
 TEST_F(PluginFactory, CreatesAnEventInvoker) {
-    const auto create = factory<Invoker *(*)()>("createCommunicationsServiceEventInvoker");
+    const auto create = factory<Invoker* (*)()>("createCommunicationsServiceEventInvoker");
     ASSERT_NE(create, nullptr);
-    Invoker *invoker = create();
+    Invoker* invoker = create();
     ASSERT_NE(invoker, nullptr);
     invoker->initInvoker(nullptr);
     delete invoker;
@@ -75,7 +75,7 @@ TEST_F(PluginFactory, CreatesAnEventInvoker) {
 // The text the plug-in reports is the one its headers were generated with, and spells the
 // three numbers that applications compare against.
 TEST_F(PluginFactory, TellsTheVersionItWasBuiltAs) {
-    const auto version = factory<const char *(*)()>("communicationsServiceVersion");
+    const auto version = factory<const char* (*)()>("communicationsServiceVersion");
     ASSERT_NE(version, nullptr);
     EXPECT_STREQ(version(), COMMUNICATIONS_SERVICE_VERSION);
     EXPECT_EQ(version(), std::to_string(COMMUNICATIONS_SERVICE_VERSION_MAJOR) + "." +

@@ -8,9 +8,9 @@
 
 #include <gtest/gtest.h>
 
-#include "CommunicationsServiceProxy.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
+#include "CommunicationsServiceProxy.h"
 #include "support/VirtualSlot.h"
 
 namespace {

@@ -19,7 +19,7 @@ namespace {
 
 // A proxy bound to a channel that gives one answer.
 struct Answered {
-    explicit Answered(const std::string &answer, Answering mode = Answering::Replaces)
+    explicit Answered(const std::string& answer, Answering mode = Answering::Replaces)
         : channel(answer, mode) {
         proxy.initProxy(channel);
     }
@@ -45,7 +45,7 @@ TEST(ProxyAnswers, GetResultComparesTheWholeTextWithTheResultWords) {
         {"<sfiResult>sfiSuccess</sfiResult>", 0},
     };
     CommunicationsServiceProxy proxy;
-    for (const auto &[text, code] : cases) {
+    for (const auto& [text, code] : cases) {
         std::string response = text;
         EXPECT_EQ(proxy.getResult(response), code) << '"' << text << '"';
         EXPECT_EQ(response, text);
@@ -73,7 +73,7 @@ TEST(ProxyAnswers, FlagQueriesFailOnAFailureWordAnywhereAndElseLookForTrue) {
         {"true sfiFailureCallBackToMany", 0, -1},
         {"sfifailure true", 5, 1},
     };
-    for (const Case &c : cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.answer);
         for (const bool before : {false, true}) {
             const bool expected = c.flag < 0 ? before : c.flag == 1;
@@ -93,7 +93,7 @@ TEST(ProxyAnswers, FlagQueriesFailOnAFailureWordAnywhereAndElseLookForTrue) {
 TEST(ProxyAnswers, DoNotDisturbOnAnAppendingChannelReadsThePresetFalseInFront) {
     const std::tuple<std::string, int, bool> cases[] = {
         {"", 5, false}, {"true", 5, true}, {"sfiSuccess", 5, false}, {"sfiFailure", 0, true}};
-    for (const auto &[answer, result, flag] : cases) {
+    for (const auto& [answer, result, flag] : cases) {
         Answered dnd(answer, Answering::Appends);
         bool on = true;
         EXPECT_EQ(dnd.proxy.getDoNotDisturb("1001", on), result) << answer;
@@ -124,7 +124,7 @@ TEST(ProxyAnswers, GetServiceStateTakesTheFirstStateNameInTableOrder) {
         {"", Answering::Appends, 0, -1},
         {"sfiFailure", Answering::Appends, 0, -1},
     };
-    for (const Case &c : cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.answer);
         Answered query(c.answer, c.mode);
         sfiServiceState state = sfiServiceState(9);
@@ -163,7 +163,7 @@ TEST(ProxyAnswers, GetForwardingConfigurationFillsEveryOutputWhateverTheResult) 
         {"<sfiResult> sfiSuccess</sfiResult><status>0</status>", 0, false, "", -1},
         {"<sfiResult>sfiFailure</sfiResult><sfiResult>sfiSuccess</sfiResult>", 0, true, "", -1},
     };
-    for (const Case &c : cases) {
+    for (const Case& c : cases) {
         SCOPED_TRACE(c.answer);
         Answered query(c.answer);
         bool status = !c.status;
@@ -188,10 +188,10 @@ struct Waiting {
         return std::tie(type, newMsgs, oldMsgs, newUrgMsgs, oldUrgMsgs, returnType, availableInfo,
                         messagesWaiting, voiceMailNumber);
     }
-    bool operator==(const Waiting &other) const { return tied() == other.tied(); }
+    bool operator==(const Waiting& other) const { return tied() == other.tied(); }
 };
 
-std::ostream &operator<<(std::ostream &out, const Waiting &w) {
+std::ostream& operator<<(std::ostream& out, const Waiting& w) {
     return out << "{" << w.type << ", " << w.newMsgs << ", " << w.oldMsgs << ", " << w.newUrgMsgs
                << ", " << w.oldUrgMsgs << ", " << w.returnType << ", " << w.availableInfo << ", "
                << w.messagesWaiting << ", \"" << w.voiceMailNumber << "\"}";
@@ -224,7 +224,7 @@ TEST(ProxyAnswers, GetMessageWaitingIndicatorStoresEveryFieldAsThePhonesLongWoul
          {0, 0, 0, 0, 0, 0, 0, 0, "*86"}},
         {"<func_return_val>sfiSuccess", 5, {0, 0, 0, 0, 0, 0, 0, 0, ""}},
     };
-    for (const auto &[answer, result, expected] : cases) {
+    for (const auto& [answer, result, expected] : cases) {
         SCOPED_TRACE(answer);
         Answered query(answer);
         Waiting got{55, 55, 55, 55, 55, 55, 55, 55, "previous"};
@@ -250,7 +250,7 @@ TEST(ProxyAnswers, GetDevicesAppendsEveryBracketedItemUnlessTheAnswerIsExactlyAF
         {"sfiFailure<a>", 5, {"a"}},
         {" sfiFailure", 5, {}},
     };
-    for (const auto &[answer, result, added] : cases) {
+    for (const auto& [answer, result, added] : cases) {
         SCOPED_TRACE(answer);
         Answered query(answer);
         Items devices = {"kept"};
@@ -267,7 +267,7 @@ TEST(ProxyAnswers, HoldQueriesAreTrueOnlyForTheWholeAnswerTrue) {
         {"TRUE", false},       {"truetrue", false},   {"", false},
         {"sfiFailure", false}, {"sfiSuccess", false}, {"true\0"s, false},
     };
-    for (const auto &[answer, expected] : cases) {
+    for (const auto& [answer, expected] : cases) {
         SCOPED_TRACE(answer);
         Answered hold(answer), manual(answer);
         EXPECT_EQ(hold.proxy.isCallHoldPossible("1001"), expected);

@@ -21,7 +21,7 @@ using Ifc = CommunicationsServiceIfc;
 namespace {
 
 struct Subscriber : Executable {
-    void init(Context &) override {}
+    void init(Context&) override {}
     void shutdown() override {}
 } subscriber;
 
@@ -30,18 +30,18 @@ const std::string kAnswer = "sfiFailureCallBackToMany";
 constexpr int kMapped = 3;
 
 struct WireVector {
-    const char *name;
-    std::function<int(Ifc &)> call;
+    const char* name;
+    std::function<int(Ifc&)> call;
     std::string wire;
     std::optional<Op> via; // nothing sent when empty
     int result = kMapped;  // not checked for one-way operations
-    const char *preset = "";
+    const char* preset = "";
 };
 
-std::ostream &operator<<(std::ostream &out, const WireVector &row) { return out << row.name; }
+std::ostream& operator<<(std::ostream& out, const WireVector& row) { return out << row.name; }
 
-template <class F> std::function<int(Ifc &)> noResult(F f) {
-    return [f](Ifc &p) {
+template <class F> std::function<int(Ifc&)> noResult(F f) {
+    return [f](Ifc& p) {
         f(p);
         return 0;
     };
@@ -49,131 +49,131 @@ template <class F> std::function<int(Ifc &)> noResult(F f) {
 
 const WireVector kWireVectors[] = {
     // Lifecycle and signalling.
-    {"Activate", [](Ifc &p) { return p.activate(); }, "<Method>Activate</Method>",
+    {"Activate", [](Ifc& p) { return p.activate(); }, "<Method>Activate</Method>",
      Op::SendRequestTimed},
-    {"DeactivateAllowingAutoActivate", [](Ifc &p) { return p.deactivate(true); },
+    {"DeactivateAllowingAutoActivate", [](Ifc& p) { return p.deactivate(true); },
      "<Method>Deactivate</Method><AllowAutoActivate>1</AllowAutoActivate>", Op::SendRequest},
-    {"DeactivateForbiddingAutoActivate", [](Ifc &p) { return p.deactivate(false); },
+    {"DeactivateForbiddingAutoActivate", [](Ifc& p) { return p.deactivate(false); },
      "<Method>Deactivate</Method><AllowAutoActivate>0</AllowAutoActivate>", Op::SendRequest},
-    {"Subscribe", [](Ifc &p) { return p.subscribe(&subscriber); }, "<Method>Subscribe</Method>",
+    {"Subscribe", [](Ifc& p) { return p.subscribe(&subscriber); }, "<Method>Subscribe</Method>",
      Op::SendSubscribe},
     {"SignallingEventWithZeroByte",
-     noResult([](Ifc &p) { p.processSignallingComponentEvent("ab\0c", 4); }), "SigEvent:ab\0c"s,
+     noResult([](Ifc& p) { p.processSignallingComponentEvent("ab\0c", 4); }), "SigEvent:ab\0c"s,
      Op::SendOneWay},
     {"SignallingEventOfLengthZero",
-     noResult([](Ifc &p) { p.processSignallingComponentEvent("ignored", 0); }),
+     noResult([](Ifc& p) { p.processSignallingComponentEvent("ignored", 0); }),
      "SigEvent:", Op::SendOneWay},
-    {"SignallingEventReadsOnlyLengthBytes", noResult([](Ifc &p) {
+    {"SignallingEventReadsOnlyLengthBytes", noResult([](Ifc& p) {
          static const char unterminated[3] = {'x', '<', 'z'};
          p.processSignallingComponentEvent(unterminated, 2);
      }),
      "SigEvent:x<", Op::SendOneWay},
-    {"CsCommunicationsServiceSendsNothing", noResult([](Ifc &p) {
+    {"CsCommunicationsServiceSendsNothing", noResult([](Ifc& p) {
          EXPECT_EQ(p.csCommunicationsService("any"), "");
          EXPECT_EQ(p.csCommunicationsService(nullptr), "");
      }),
      "", std::nullopt},
-    {"ActivateStoredFwdSendsNothing", noResult([](Ifc &p) { p.activateStoredFwd(); }), "",
+    {"ActivateStoredFwdSendsNothing", noResult([](Ifc& p) { p.activateStoredFwd(); }), "",
      std::nullopt},
 
     // Call control.
     {"OutgoingCallMake",
-     [](Ifc &p) { return p.outgoingCallMake("1001", 12, "2002", true, false, true); },
+     [](Ifc& p) { return p.outgoingCallMake("1001", 12, "2002", true, false, true); },
      "<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>12</CallID>"
      "<Destination>2002</Destination><DSSDirectCall>1</DSSDirectCall><BridgeCall>0</BridgeCall>"
      "<CallCompletionCall>1</CallCompletionCall>",
      Op::SendRequest},
     {"OutgoingCallMakeWithEmptyTextsNegativeCallAndFlagsOff",
-     [](Ifc &p) { return p.outgoingCallMake("", -1, "", false, false, false); },
+     [](Ifc& p) { return p.outgoingCallMake("", -1, "", false, false, false); },
      "<Method>OutgoingCallMakeRequest</Method><Line></Line><CallID>-1</CallID>"
      "<Destination></Destination><DSSDirectCall>0</DSSDirectCall><BridgeCall>0</BridgeCall>"
      "<CallCompletionCall>0</CallCompletionCall>",
      Op::SendRequest},
     {"OutgoingCallMakeWithNullDestinationDropsTheFlags",
-     [](Ifc &p) { return p.outgoingCallMake("1001", 12, nullptr, true, true, true); },
+     [](Ifc& p) { return p.outgoingCallMake("1001", 12, nullptr, true, true, true); },
      "<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>12</CallID><Destination>",
      Op::SendRequest},
-    {"AcceptCall", [](Ifc &p) { return p.acceptCall("1001", 12, true); },
+    {"AcceptCall", [](Ifc& p) { return p.acceptCall("1001", 12, true); },
      "<Method>AcceptCall</Method><Line>1001</Line><CallID>12</CallID><AutoAnswer>1</AutoAnswer>",
      Op::SendRequest},
-    {"AnswerCall", [](Ifc &p) { return p.answerCall("1001", 12); },
+    {"AnswerCall", [](Ifc& p) { return p.answerCall("1001", 12); },
      "<Method>AnswerCall</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
     {"AnswerCallWithTagsAndZeroByteInLine",
-     [](Ifc &p) { return p.answerCall("a</Line><x>\0b"s, INT_MIN); },
+     [](Ifc& p) { return p.answerCall("a</Line><x>\0b"s, INT_MIN); },
      "<Method>AnswerCall</Method><Line>a</Line><x>\0b</Line><CallID>-2147483648</CallID>"s,
      Op::SendRequest},
-    {"DeflectCall", [](Ifc &p) { return p.deflectCall("1001", 12, "2002"); },
+    {"DeflectCall", [](Ifc& p) { return p.deflectCall("1001", 12, "2002"); },
      "<Method>DeflectCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<Destination>2002</Destination>",
      Op::SendRequest},
-    {"HoldCall", [](Ifc &p) { return p.holdCall("1001", 12, sfiFeature(1), true); },
+    {"HoldCall", [](Ifc& p) { return p.holdCall("1001", 12, sfiFeature(1), true); },
      "<Method>HoldCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<HoldCallReason>1</HoldCallReason><Manual>1</Manual>",
      Op::SendRequest},
-    {"RetrieveCall", [](Ifc &p) { return p.retrieveCall("1001", 12); },
+    {"RetrieveCall", [](Ifc& p) { return p.retrieveCall("1001", 12); },
      "<Method>RetrieveCall</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
-    {"CallClear", [](Ifc &p) { return p.callClear("1001", 12, CSTAEventCause(1)); },
+    {"CallClear", [](Ifc& p) { return p.callClear("1001", 12, CSTAEventCause(1)); },
      "<Method>CallClearRequest</Method><Line>1001</Line><CallID>12</CallID><Cause>1</Cause>",
      Op::SendRequest},
-    {"ConsultationCall", [](Ifc &p) { return p.consultationCall("1001", 12, "2002"); },
+    {"ConsultationCall", [](Ifc& p) { return p.consultationCall("1001", 12, "2002"); },
      "<Method>Consult</Method><Line>1001</Line><CallID>12</CallID><Destination>2002</Destination>",
      Op::SendRequest},
-    {"AttendedTransferCall", [](Ifc &p) { return p.attendedTransferCall("1001", 12, 7); },
+    {"AttendedTransferCall", [](Ifc& p) { return p.attendedTransferCall("1001", 12, 7); },
      "<Method>AttendedTransfer</Method><Line>1001</Line><activeCall>12</activeCall>"
      "<heldCall>7</heldCall>",
      Op::SendRequest},
-    {"BlindTransferCall", [](Ifc &p) { return p.blindTransferCall("1001", 12, "2002"); },
+    {"BlindTransferCall", [](Ifc& p) { return p.blindTransferCall("1001", 12, "2002"); },
      "<Method>BlindTransfer</Method><Line>1001</Line><CallID>12</CallID>"
      "<Destination>2002</Destination>",
      Op::SendRequest},
-    {"RefuseCall", [](Ifc &p) { return p.refuseCall("1001", 12, sfiRefuseCall(1)); },
+    {"RefuseCall", [](Ifc& p) { return p.refuseCall("1001", 12, sfiRefuseCall(1)); },
      "<Method>RefuseCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<RefuseCallReason>1</RefuseCallReason>",
      Op::SendRequest},
-    {"AlternateCalls", [](Ifc &p) { return p.alternateCalls("1001"); },
+    {"AlternateCalls", [](Ifc& p) { return p.alternateCalls("1001"); },
      "<Method>AlternateCalls</Method><Line>1001</Line>", Op::SendRequest},
-    {"AlternateCallsWithEmptyLine", [](Ifc &p) { return p.alternateCalls(""); },
+    {"AlternateCallsWithEmptyLine", [](Ifc& p) { return p.alternateCalls(""); },
      "<Method>AlternateCalls</Method><Line></Line>", Op::SendRequest},
-    {"ConferenceCall", [](Ifc &p) { return p.conferenceCall("1001", 12, 7, sfiFeature(1)); },
+    {"ConferenceCall", [](Ifc& p) { return p.conferenceCall("1001", 12, 7, sfiFeature(1)); },
      "<Method>ConferenceCall</Method><Line>1001</Line><activeCall>12</activeCall>"
      "<heldCall>7</heldCall><feature>1</feature>",
      Op::SendRequest},
-    {"GenerateDigits", [](Ifc &p) { return p.generateDigits("1001", 12, "12#"); },
+    {"GenerateDigits", [](Ifc& p) { return p.generateDigits("1001", 12, "12#"); },
      "<Method>GenerateDigits</Method><Line>1001</Line><activeCall>12</activeCall>"
      "<digits>12#</digits>",
      Op::SendRequest},
-    {"DirectedPickupCall", [](Ifc &p) { return p.directedPickupCall("1001", 12, "3003", true); },
+    {"DirectedPickupCall", [](Ifc& p) { return p.directedPickupCall("1001", 12, "3003", true); },
      "<Method>DirectedPickupCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<CallToBePickedUp>3003</CallToBePickedUp><BLFPickup>1</BLFPickup>",
      Op::SendRequest},
     {"DirectedPickupCallWithoutBlf",
-     [](Ifc &p) { return p.directedPickupCall("1001", 12, "", false); },
+     [](Ifc& p) { return p.directedPickupCall("1001", 12, "", false); },
      "<Method>DirectedPickupCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<CallToBePickedUp></CallToBePickedUp><BLFPickup>0</BLFPickup>",
      Op::SendRequest},
-    {"GroupPickupCall", [](Ifc &p) { return p.groupPickupCall("1001", 12); },
+    {"GroupPickupCall", [](Ifc& p) { return p.groupPickupCall("1001", 12); },
      "<Method>GroupPickupCall</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
 
     // Features and settings.
-    {"ActivateCallbackRinging", [](Ifc &p) { return p.activateCallbackRinging("1001", 12); },
+    {"ActivateCallbackRinging", [](Ifc& p) { return p.activateCallbackRinging("1001", 12); },
      "<Method>ActivateCallbackRinging</Method><Line>1001</Line><CallID>12</CallID>",
      Op::SendRequest},
-    {"ActivateCallbackBusy", [](Ifc &p) { return p.activateCallbackBusy("1001", 12); },
+    {"ActivateCallbackBusy", [](Ifc& p) { return p.activateCallbackBusy("1001", 12); },
      "<Method>ActivateCallbackBusy</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
     {"CancelCallbacks",
-     [](Ifc &p) {
+     [](Ifc& p) {
          return p.cancelCallbacks("1001", 12, "sip:2002", sfiCancelCallBackType(1), true);
      },
      "<Method>CancelCallbacks</Method><Line>1001</Line><CallID>12</CallID><URI>sip:2002</URI>"
      "<CancelCallBackType>1</CancelCallBackType><DisplayOutcomeCallUI>1</DisplayOutcomeCallUI>",
      Op::SendRequest},
-    {"SetMicrophoneMute", [](Ifc &p) { return p.setMicrophoneMute(true); },
+    {"SetMicrophoneMute", [](Ifc& p) { return p.setMicrophoneMute(true); },
      "<Method>SetMicrophoneMute</Method><Status>1</Status>", Op::SendRequest},
-    {"SetDoNotDisturb", [](Ifc &p) { return p.setDoNotDisturb("1001", true); },
+    {"SetDoNotDisturb", [](Ifc& p) { return p.setDoNotDisturb("1001", true); },
      "<Method>SetDoNotDisturb</Method><Line>1001</Line><doNotDisturbOn>1</doNotDisturbOn>",
      Op::SendRequest},
     {"SetForwardingConfiguration",
-     [](Ifc &p) {
+     [](Ifc& p) {
          return p.setForwardingConfiguration("1001", sfiForwardingType(1), true, "sip:2002", 4,
                                              true);
      },
@@ -182,73 +182,73 @@ const WireVector kWireVectors[] = {
      "<forceTKVSUpdate>1</forceTKVSUpdate>",
      Op::SendRequest},
     {"SetForwardingConfigurationOffKeepsEveryField",
-     [](Ifc &p) {
+     [](Ifc& p) {
          return p.setForwardingConfiguration("1001", sfiForwardingType(0), false, "", 0, false);
      },
      "<Method>setForwardingConfiguration</Method><Line>1001</Line><fwType>0</fwType>"
      "<status>0</status><uri></uri><cfnrRingCount>0</cfnrRingCount>"
      "<forceTKVSUpdate>0</forceTKVSUpdate>",
      Op::SendRequest},
-    {"SetAssociatedCalls", [](Ifc &p) { return p.setAssociatedCalls(true); },
+    {"SetAssociatedCalls", [](Ifc& p) { return p.setAssociatedCalls(true); },
      "<Method>setAssociatedCalls</Method><associated>1</associated>", Op::SendRequest},
-    {"SetLampMode", [](Ifc &p) { return p.setLampMode("1001", "lamp3", 2); },
+    {"SetLampMode", [](Ifc& p) { return p.setLampMode("1001", "lamp3", 2); },
      "<Method>setLampMode</Method><Line>1001</Line><lampId>lamp3</lampId><lampMode>2</lampMode>",
      Op::SendRequest},
     {"MakeSecurityChangeReinvite",
-     [](Ifc &p) { return p.makeSecurityChangeReinvite("1001", 12, true); },
+     [](Ifc& p) { return p.makeSecurityChangeReinvite("1001", 12, true); },
      "<Method>makeSecurityChangeReinvite</Method><Line>1001</Line><CallID>12</CallID>"
      "<forceFlag>1</forceFlag>",
      Op::SendRequest},
     {"SetIsInServiceInitiatedState",
-     noResult([](Ifc &p) { p.setIsInServiceInitiatedState("1001", true); }),
+     noResult([](Ifc& p) { p.setIsInServiceInitiatedState("1001", true); }),
      "<Method>setIsInServiceInitiatedState</Method><Line>1001</Line>"
      "<IsInServiceInitiatedState>TRUE</IsInServiceInitiatedState>",
      Op::SendOneWay},
     {"SetIsInServiceInitiatedStateOff",
-     noResult([](Ifc &p) { p.setIsInServiceInitiatedState("1001", false); }),
+     noResult([](Ifc& p) { p.setIsInServiceInitiatedState("1001", false); }),
      "<Method>setIsInServiceInitiatedState</Method><Line>1001</Line>"
      "<IsInServiceInitiatedState>FALSE</IsInServiceInitiatedState>",
      Op::SendOneWay},
-    {"SystemStatus", [](Ifc &p) { return p.systemStatus("DEGRADED", "backup"); },
+    {"SystemStatus", [](Ifc& p) { return p.systemStatus("DEGRADED", "backup"); },
      "<Method>SystemStatus</Method><SystemStatus>DEGRADED</SystemStatus>"
      "<SystemStatusInfo>backup</SystemStatusInfo>",
      Op::SendRequest},
-    {"SystemStatusWithNullStatus", [](Ifc &p) { return p.systemStatus(nullptr, "backup"); },
+    {"SystemStatusWithNullStatus", [](Ifc& p) { return p.systemStatus(nullptr, "backup"); },
      "<Method>SystemStatus</Method><SystemStatus>", Op::SendRequest},
-    {"SystemStatusWithNullInfo", [](Ifc &p) { return p.systemStatus("DEGRADED", nullptr); },
+    {"SystemStatusWithNullInfo", [](Ifc& p) { return p.systemStatus("DEGRADED", nullptr); },
      "<Method>SystemStatus</Method><SystemStatus>DEGRADED</SystemStatus><SystemStatusInfo>",
      Op::SendRequest},
-    {"SetServiceStateInService", [](Ifc &p) { return p.setServiceState(sfiServiceInService); },
+    {"SetServiceStateInService", [](Ifc& p) { return p.setServiceState(sfiServiceInService); },
      "<Method>SetServiceState</Method><state>sfiServiceInService</state>", Op::SendRequest},
     {"SetServiceStateDoNotDisturb",
-     [](Ifc &p) { return p.setServiceState(sfiServiceDoNotDisturb); },
+     [](Ifc& p) { return p.setServiceState(sfiServiceDoNotDisturb); },
      "<Method>SetServiceState</Method><state>sfiServiceDoNotDisturb</state>", Op::SendRequest},
-    {"SetServiceStateUnknown", [](Ifc &p) { return p.setServiceState(sfiServiceState(3)); },
+    {"SetServiceStateUnknown", [](Ifc& p) { return p.setServiceState(sfiServiceState(3)); },
      "<Method>SetServiceState</Method><state></state>", Op::SendRequest},
-    {"SetServiceStateNegative", [](Ifc &p) { return p.setServiceState(sfiServiceState(-1)); },
+    {"SetServiceStateNegative", [](Ifc& p) { return p.setServiceState(sfiServiceState(-1)); },
      "<Method>SetServiceState</Method><state></state>", Op::SendRequest},
 
     // Queries; the results on this answer follow each query's own reading.
     {"GetMicrophoneMute",
-     [](Ifc &p) {
+     [](Ifc& p) {
          bool muted = false;
          return p.getMicrophoneMute(muted);
      },
      "<Method>GetMicrophoneMute</Method>", Op::SendRequest, 0},
     {"GetDoNotDisturb",
-     [](Ifc &p) {
+     [](Ifc& p) {
          bool on = false;
          return p.getDoNotDisturb("1001", on);
      },
      "<Method>GetDoNotDisturb</Method><deviceID>1001</deviceID>", Op::SendRequest, 0, "false"},
     {"GetServiceState",
-     [](Ifc &p) {
+     [](Ifc& p) {
          sfiServiceState state = sfiServiceInService;
          return p.getServiceState(state);
      },
      "<Method>GetServiceState</Method>", Op::SendRequest, 0, "false"},
     {"GetForwardingConfiguration",
-     [](Ifc &p) {
+     [](Ifc& p) {
          bool status = false;
          std::string uri;
          int count = 0;
@@ -256,7 +256,7 @@ const WireVector kWireVectors[] = {
      },
      "<Method>getForwardingConfiguration</Method><fwType>-2</fwType>", Op::SendRequest, 0},
     {"GetMessageWaitingIndicator",
-     [](Ifc &p) {
+     [](Ifc& p) {
          int i = 0;
          unsigned u = 0;
          std::string s;
@@ -264,24 +264,24 @@ const WireVector kWireVectors[] = {
      },
      "<Method>GetMessageWaitingIndicator</Method>", Op::SendRequest, 0},
     {"GetDevices",
-     [](Ifc &p) {
+     [](Ifc& p) {
          std::vector<std::string> devices;
          return p.getDevices(devices);
      },
      "<Method>GetDevices</Method>", Op::SendRequest, 5},
-    {"IsCallHoldPossible", [](Ifc &p) { return int{p.isCallHoldPossible("1001")}; },
+    {"IsCallHoldPossible", [](Ifc& p) { return int{p.isCallHoldPossible("1001")}; },
      "<Method>isCallHoldPossible</Method><Line>1001</Line>", Op::SendRequest, 0},
-    {"GetManualHoldIndication", [](Ifc &p) { return int{p.getManualHoldIndication("1001", 12)}; },
+    {"GetManualHoldIndication", [](Ifc& p) { return int{p.getManualHoldIndication("1001", 12)}; },
      "<Method>getManualHoldIndication</Method><Line>1001</Line><CallID>12</CallID>",
      Op::SendRequest, 0},
 
     // Server features and CSTA pass-through.
-    {"SendCSTARequest", [](Ifc &p) { return p.SendCSTARequest("1001", "PAYLOAD"); },
+    {"SendCSTARequest", [](Ifc& p) { return p.SendCSTARequest("1001", "PAYLOAD"); },
      "<Method>SendCSTARequest</Method><Line>1001</Line>PAYLOAD", Op::SendRequest},
-    {"SendCSTARequestWithEmptyPayload", [](Ifc &p) { return p.SendCSTARequest("1001", ""); },
+    {"SendCSTARequestWithEmptyPayload", [](Ifc& p) { return p.SendCSTARequest("1001", ""); },
      "<Method>SendCSTARequest</Method><Line>1001</Line>", Op::SendRequest},
     {"SendCSTARequestWithZeroBytes",
-     [](Ifc &p) {
+     [](Ifc& p) {
          return p.SendCSTARequest("10\0"s
                                   "1",
                                   "<a>\0</a>"s);
@@ -289,46 +289,46 @@ const WireVector kWireVectors[] = {
      "<Method>SendCSTARequest</Method><Line>10\0"s
      "1</Line><a>\0</a>"s,
      Op::SendRequest},
-    {"SendUACSTAServerMessage", noResult([](Ifc &p) {
+    {"SendUACSTAServerMessage", noResult([](Ifc& p) {
          std::string line = "1001", message = "PAYLOAD";
          p.sendUACSTAServerMessage(line, message);
          EXPECT_EQ(line, "1001");
          EXPECT_EQ(message, "PAYLOAD");
      }),
      "<Method>SendUACSTAServerMessage</Method><Line>1001</Line>PAYLOAD", Op::SendOneWay},
-    {"SendUACSTAServerMessageWithZeroByte", noResult([](Ifc &p) {
+    {"SendUACSTAServerMessageWithZeroByte", noResult([](Ifc& p) {
          std::string line, message = "x\0y"s;
          p.sendUACSTAServerMessage(line, message);
      }),
      "<Method>SendUACSTAServerMessage</Method><Line></Line>x\0y"s, Op::SendOneWay},
     {"InitializeServerFeatures",
-     noResult([](Ifc &p) { p.InitializeOrFinalizeServerFeatures("1001", true); }),
+     noResult([](Ifc& p) { p.InitializeOrFinalizeServerFeatures("1001", true); }),
      "<Method>InitializeOrFinalizeServerFeatures</Method><Line>1001</Line>"
      "<initialize>1</initialize>",
      Op::SendOneWay},
     {"FinalizeServerFeatures",
-     noResult([](Ifc &p) { p.InitializeOrFinalizeServerFeatures("1001", false); }),
+     noResult([](Ifc& p) { p.InitializeOrFinalizeServerFeatures("1001", false); }),
      "<Method>InitializeOrFinalizeServerFeatures</Method><Line>1001</Line>"
      "<initialize>0</initialize>",
      Op::SendOneWay},
-    {"CallbackDOFeatureCallID", noResult([](Ifc &p) { p.callbackDOFeatureCallID("12", 3); }),
+    {"CallbackDOFeatureCallID", noResult([](Ifc& p) { p.callbackDOFeatureCallID("12", 3); }),
      "<Method>callbackDOFeatureCallID</Method><CallID>12</CallID><instanceId>3</instanceId>",
      Op::SendOneWay},
     {"CallbackDOFeatureCallIDKeepsTextVerbatim",
-     noResult([](Ifc &p) { p.callbackDOFeatureCallID("12 \0x"s, -5); }),
+     noResult([](Ifc& p) { p.callbackDOFeatureCallID("12 \0x"s, -5); }),
      "<Method>callbackDOFeatureCallID</Method><CallID>12 \0x</CallID><instanceId>-5</instanceId>"s,
      Op::SendOneWay},
-    {"SetAgentState", [](Ifc &p) { return p.setAgentState("1001", "ready"); },
+    {"SetAgentState", [](Ifc& p) { return p.setAgentState("1001", "ready"); },
      "<Method>SetAgentState</Method><Line>1001</Line><agentState>ready</agentState>",
      Op::SendRequest},
-    {"SetAgentStateWithZeroByte", [](Ifc &p) { return p.setAgentState("", "a\0b"s); },
+    {"SetAgentStateWithZeroByte", [](Ifc& p) { return p.setAgentState("", "a\0b"s); },
      "<Method>SetAgentState</Method><Line></Line><agentState>a\0b</agentState>"s, Op::SendRequest},
-    {"RemoveConfParticipant", noResult([](Ifc &p) { p.RemoveConfParticipant(12, "2002", "5"); }),
+    {"RemoveConfParticipant", noResult([](Ifc& p) { p.RemoveConfParticipant(12, "2002", "5"); }),
      "<Method>RemoveConfParticipant</Method><callID>12</callID>"
      "<remoteParticipant>2002</remoteParticipant><conferenceMemberId>5</conferenceMemberId>",
      Op::SendOneWay},
     {"RemoveConfParticipantWithNegativeCall",
-     noResult([](Ifc &p) { p.RemoveConfParticipant(-1, "", "m\0"s); }),
+     noResult([](Ifc& p) { p.RemoveConfParticipant(-1, "", "m\0"s); }),
      "<Method>RemoveConfParticipant</Method><callID>-1</callID>"
      "<remoteParticipant></remoteParticipant><conferenceMemberId>m\0</conferenceMemberId>"s,
      Op::SendOneWay},
@@ -337,7 +337,7 @@ const WireVector kWireVectors[] = {
 class ProxyRequests : public testing::TestWithParam<WireVector> {};
 
 TEST_P(ProxyRequests, AreWrittenByteForByteAndCarriedByTheirChannelOperation) {
-    const WireVector &row = GetParam();
+    const WireVector& row = GetParam();
     RecordingChannel channel(kAnswer);
     CommunicationsServiceProxy proxy;
     proxy.initProxy(channel);
@@ -350,7 +350,7 @@ TEST_P(ProxyRequests, AreWrittenByteForByteAndCarriedByTheirChannelOperation) {
         return;
     }
     ASSERT_EQ(channel.calls.size(), 1u);
-    const RecordingChannel::Call &call = channel.calls[0];
+    const RecordingChannel::Call& call = channel.calls[0];
     EXPECT_EQ(call.operation, *row.via);
     EXPECT_EQ(call.text, row.wire);
     const bool timed =
@@ -363,7 +363,7 @@ TEST_P(ProxyRequests, AreWrittenByteForByteAndCarriedByTheirChannelOperation) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EveryOperation, ProxyRequests, testing::ValuesIn(kWireVectors),
-                         [](const testing::TestParamInfo<WireVector> &info) {
+                         [](const testing::TestParamInfo<WireVector>& info) {
                              return std::string(info.param.name);
                          });
 
@@ -376,7 +376,7 @@ TEST(ProxySignalling, NegativeLengthThrowsTheAppendLengthErrorAndSendsNothing) {
         try {
             proxy.processSignallingComponentEvent("abc", length);
             ADD_FAILURE() << "no exception for length " << length;
-        } catch (const std::length_error &error) {
+        } catch (const std::length_error& error) {
             EXPECT_STREQ(error.what(), "basic_string::append");
         }
         EXPECT_TRUE(channel.calls.empty());

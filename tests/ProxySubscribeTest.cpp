@@ -8,32 +8,32 @@
 
 #include <gtest/gtest.h>
 
-#include "CommunicationsServiceProxy.h"
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsServiceProxy.h"
 #include "support/RecordingChannel.h"
 
 using testsupport::RecordingChannel;
 
 namespace {
 
-constexpr const char *kComponent = "SIP Communications Service";
-constexpr const char *kSourceFile = "./src/CommunicationsServiceProxy.cpp";
+constexpr const char* kComponent = "SIP Communications Service";
+constexpr const char* kSourceFile = "./src/CommunicationsServiceProxy.cpp";
 
 struct Subscriber : Executable {
-    void init(Context &) override {}
+    void init(Context&) override {}
     void shutdown() override {}
 };
 
 class NamingContext : public FrameworkContext {
 public:
-    std::string findChannel(Executable *executable) override {
+    std::string findChannel(Executable* executable) override {
         asked.push_back(executable);
         if (onFind) onFind();
         return name;
     }
     std::string name = "app.events";
-    std::vector<Executable *> asked;
+    std::vector<Executable*> asked;
     std::function<void()> onFind;
 };
 
@@ -41,18 +41,18 @@ struct Written {
     std::string component, sourceFile;
     int level, line;
     std::string message;
-    bool operator==(const Written &o) const {
+    bool operator==(const Written& o) const {
         return std::tie(component, sourceFile, level, line, message) ==
                std::tie(o.component, o.sourceFile, o.level, o.line, o.message);
     }
 };
 
-std::ostream &operator<<(std::ostream &out, const Written &w) {
+std::ostream& operator<<(std::ostream& out, const Written& w) {
     return out << w.component << " " << w.sourceFile << " level " << w.level << " line " << w.line
                << ": " << w.message;
 }
 
-Written logged(int line, const char *message) {
+Written logged(int line, const char* message) {
     return {kComponent, kSourceFile, 5, line, message};
 }
 
@@ -72,22 +72,22 @@ protected:
         desktop::setLogging(false);
     }
 
-    void asked(const char *component, int level) override {
+    void asked(const char* component, int level) override {
         EXPECT_STREQ(component, kComponent);
         EXPECT_EQ(level, 5);
         ++questions;
     }
-    void written(const char *component, const char *sourceFile, int level, int line,
-                 const char *message) override {
+    void written(const char* component, const char* sourceFile, int level, int line,
+                 const char* message) override {
         log.push_back({component, sourceFile, level, line, message});
     }
 
     // Throws a MarloException from the channel's subscription and remembers the object.
     void failSubscriptionWithMarloException() {
-        channel.onCall = [this](const RecordingChannel::Call &) {
+        channel.onCall = [this](const RecordingChannel::Call&) {
             try {
                 throw MarloException("service unreachable");
-            } catch (MarloException &original) {
+            } catch (MarloException& original) {
                 thrown = &original;
                 throw;
             }
@@ -100,7 +100,7 @@ protected:
     Subscriber subscriber;
     int questions = 0;
     std::vector<Written> log;
-    const void *thrown = nullptr;
+    const void* thrown = nullptr;
 };
 
 TEST_F(ProxySubscribe, NullSubscriberReturnsZeroSendsNothingAndLogsOnlyTheStart) {
@@ -119,7 +119,7 @@ TEST_F(ProxySubscribe, NullSubscriberReturnsZeroSendsNothingAndLogsOnlyTheStart)
 TEST_F(ProxySubscribe, RegistersTheSubscribersChannelNameAndMapsTheAnswer) {
     const std::tuple<bool, std::string, int> cases[] = {
         {true, "sfiSuccess", 5}, {false, "sfiFailureCallBackNoCallInfo", 2}, {true, "", 0}};
-    for (const auto &[logging, answer, result] : cases) {
+    for (const auto& [logging, answer, result] : cases) {
         desktop::setLogging(logging);
         questions = 0;
         log.clear();
@@ -128,7 +128,7 @@ TEST_F(ProxySubscribe, RegistersTheSubscribersChannelNameAndMapsTheAnswer) {
         channel.answer = answer;
 
         EXPECT_EQ(proxy.subscribe(&subscriber), result);
-        EXPECT_EQ(context.asked, std::vector<Executable *>{&subscriber});
+        EXPECT_EQ(context.asked, std::vector<Executable*>{&subscriber});
         ASSERT_EQ(channel.calls.size(), 1u);
         EXPECT_EQ(channel.calls[0].operation, RecordingChannel::Operation::SendSubscribe);
         EXPECT_EQ(channel.calls[0].text, "<Method>Subscribe</Method>");
@@ -159,8 +159,8 @@ TEST_F(ProxySubscribe, MarloExceptionFromTheSubscriptionIsLoggedAndThrownAsACopy
         try {
             proxy.subscribe(&subscriber);
             ADD_FAILURE() << "subscribe returned";
-        } catch (const MarloException &copy) {
-            EXPECT_NE(static_cast<const void *>(&copy), thrown);
+        } catch (const MarloException& copy) {
+            EXPECT_NE(static_cast<const void*>(&copy), thrown);
             EXPECT_STREQ(copy.what(), "service unreachable");
         }
         EXPECT_EQ(log, whenLogging(logging, {logged(277, "subscribe start"),
@@ -170,10 +170,10 @@ TEST_F(ProxySubscribe, MarloExceptionFromTheSubscriptionIsLoggedAndThrownAsACopy
 
 TEST_F(ProxySubscribe, OtherExceptionsFromTheSubscriptionPassUnlogged) {
     desktop::setLogging(true);
-    channel.onCall = [this](const RecordingChannel::Call &) {
+    channel.onCall = [this](const RecordingChannel::Call&) {
         try {
             throw std::runtime_error("channel closed");
-        } catch (std::runtime_error &original) {
+        } catch (std::runtime_error& original) {
             thrown = &original;
             throw;
         }
@@ -181,8 +181,8 @@ TEST_F(ProxySubscribe, OtherExceptionsFromTheSubscriptionPassUnlogged) {
     try {
         proxy.subscribe(&subscriber);
         ADD_FAILURE() << "subscribe returned";
-    } catch (const std::runtime_error &passed) {
-        EXPECT_EQ(static_cast<const void *>(&passed), thrown);
+    } catch (const std::runtime_error& passed) {
+        EXPECT_EQ(static_cast<const void*>(&passed), thrown);
     }
     EXPECT_EQ(log, std::vector<Written>{logged(277, "subscribe start")});
 }
@@ -192,7 +192,7 @@ TEST_F(ProxySubscribe, ExceptionsFromFindChannelPassUnloggedEvenAMarloException)
     context.onFind = [this] {
         try {
             throw MarloException("no such executable");
-        } catch (MarloException &original) {
+        } catch (MarloException& original) {
             thrown = &original;
             throw;
         }
@@ -200,8 +200,8 @@ TEST_F(ProxySubscribe, ExceptionsFromFindChannelPassUnloggedEvenAMarloException)
     try {
         proxy.subscribe(&subscriber);
         ADD_FAILURE() << "subscribe returned";
-    } catch (const MarloException &passed) {
-        EXPECT_EQ(static_cast<const void *>(&passed), thrown);
+    } catch (const MarloException& passed) {
+        EXPECT_EQ(static_cast<const void*>(&passed), thrown);
     }
     EXPECT_TRUE(channel.calls.empty());
     EXPECT_EQ(log, std::vector<Written>{logged(277, "subscribe start")});

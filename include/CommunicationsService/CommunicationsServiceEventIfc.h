@@ -128,9 +128,9 @@ public:
     /// @param isVideoCall       whether the call offers video.
     virtual void onIncomingCallEvent(const std::string& lineId, int callId, const std::string& uri,
                                      const std::string& name, const std::string& fullPai,
-                                     const std::string& alertUri,
-                                     const std::string& alertInfoParam, bool alertAutoAnswer,
-                                     int callType, const std::string& diversionUri,
+                                     const std::string& alertUri, const std::string& alertInfoParam,
+                                     bool alertAutoAnswer, int callType,
+                                     const std::string& diversionUri,
                                      const std::string& diversionName, int diversionReason,
                                      bool zipAutoAnswer, int resourcePriority, int ilCallLevel,
                                      int ilLocalLevel, bool isVideoCall) = 0;
@@ -249,8 +249,8 @@ public:
     /// @param securityStatus        its security status now.
     /// @param callIdsRecorded       the calls that are recorded.
     /// @param callLineURIsRecorded  the lines of the recorded calls.
-    virtual void onSecurityStatusChanged(const std::string& lineURI, int callId,
-                                         int securityStatus, std::vector<int>& callIdsRecorded,
+    virtual void onSecurityStatusChanged(const std::string& lineURI, int callId, int securityStatus,
+                                         std::vector<int>& callIdsRecorded,
                                          std::vector<std::string>& callLineURIsRecorded) = 0;
     /// The recording of call @p callId on line @p lineId changed; @p callRecorded is the
     /// service's text for the recording status.

@@ -5,8 +5,8 @@
 #include <sstream>
 #include <string>
 
-#include "RemoteSubscriber.h"
 #include "CommunicationsService/testing/RecordingSubscriber.h"
+#include "RemoteSubscriber.h"
 
 namespace {
 

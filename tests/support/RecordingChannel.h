@@ -28,32 +28,32 @@ public:
 
     explicit RecordingChannel(std::string answerText = "",
                               Answering answering = Answering::Replaces,
-                              FrameworkContext *owner = nullptr)
+                              FrameworkContext* owner = nullptr)
         : answer(std::move(answerText)), mode(answering) {
         context = owner != nullptr ? owner : &defaultContext;
     }
-    RecordingChannel(const RecordingChannel &) = delete;
-    RecordingChannel &operator=(const RecordingChannel &) = delete;
+    RecordingChannel(const RecordingChannel&) = delete;
+    RecordingChannel& operator=(const RecordingChannel&) = delete;
 
-    int sendRequest(const std::string &request, std::string &response) override {
+    int sendRequest(const std::string& request, std::string& response) override {
         record({Operation::SendRequest, request, response, {}, -1}, response);
         return 0;
     }
-    int sendRequestTimed(const std::string &request, std::string &response, int timeout) override {
+    int sendRequestTimed(const std::string& request, std::string& response, int timeout) override {
         record({Operation::SendRequestTimed, request, response, {}, timeout}, response);
         return 0;
     }
-    int sendSubscribe(const std::string &request, std::string &response,
-                      const std::string &channelName, int timeout) override {
+    int sendSubscribe(const std::string& request, std::string& response,
+                      const std::string& channelName, int timeout) override {
         record({Operation::SendSubscribe, request, response, channelName, timeout}, response);
         return 0;
     }
-    int sendOneWay(const std::string &message) override {
+    int sendOneWay(const std::string& message) override {
         calls.push_back({Operation::SendOneWay, message, {}, {}, -1});
         if (onCall) onCall(calls.back());
         return 0;
     }
-    int setProtocol(const std::string &protocolName) override {
+    int setProtocol(const std::string& protocolName) override {
         calls.push_back({Operation::SetProtocol, protocolName, {}, {}, -1});
         return 0;
     }
@@ -62,10 +62,10 @@ public:
     Answering mode;
     std::vector<Call> calls;
     // Runs after a send has been recorded and before it is answered; may throw.
-    std::function<void(const Call &)> onCall;
+    std::function<void(const Call&)> onCall;
 
 private:
-    void record(Call call, std::string &response) {
+    void record(Call call, std::string& response) {
         calls.push_back(std::move(call));
         if (onCall) onCall(calls.back());
         if (mode == Answering::Appends) {
@@ -78,8 +78,8 @@ private:
     FrameworkContext defaultContext;
 };
 
-inline std::ostream &operator<<(std::ostream &out, RecordingChannel::Operation operation) {
-    static const char *const names[] = {"sendRequest", "sendRequestTimed", "sendSubscribe",
+inline std::ostream& operator<<(std::ostream& out, RecordingChannel::Operation operation) {
+    static const char* const names[] = {"sendRequest", "sendRequestTimed", "sendSubscribe",
                                         "sendOneWay", "setProtocol"};
     return out << names[static_cast<int>(operation)];
 }

@@ -20,7 +20,9 @@ public:
     virtual void reservedSlot4() {}
     /// Names the channel on which @p executable receives messages; the empty text unless a
     /// framework overrides it.
-    FRAMEWORK_DEFAULT_BODY virtual std::string findChannel(Executable* /*executable*/) { return {}; }
+    FRAMEWORK_DEFAULT_BODY virtual std::string findChannel(Executable* /*executable*/) {
+        return {};
+    }
 };
 
 /// The request channel handed to Proxy::initProxy. The library calls the operations in

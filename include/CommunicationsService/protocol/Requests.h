@@ -25,7 +25,6 @@ using namespace request_fields;
 using answers::Reading;
 using Ifc = CommunicationsServiceIfc;
 
-
 constexpr Carrier ask = Carrier::sendRequest;
 constexpr Carrier post = Carrier::sendOneWay;
 constexpr answers::ResultWord result{};
