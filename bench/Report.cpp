@@ -71,6 +71,24 @@ std::vector<Goal> goals(const Results& results) {
     }
     all.push_back({"Every event against its own floor", "worst: " + worstEvent, "",
                    fixed(worst, 2) + "x the floor", "<= 2x", worst <= 2});
+    // The same two goals in instructions, which the load of the machine does not change.
+    const auto& counted = results.instructions;
+    const double callStateCount = at(counted, "event/" + kCallState);
+    const double floorCount = at(counted, "floor/" + kCallState);
+    all.push_back({"Call-state event against its floor, in instructions", count(callStateCount),
+                   count(floorCount), fixed(callStateCount / floorCount, 2) + "x the floor",
+                   "<= 1.5x", callStateCount / floorCount <= 1.5});
+    double worstCount = 0;
+    std::string worstCounted;
+    for (const std::string& event : results.eventNames) {
+        const double ratio = at(counted, "event/" + event) / at(counted, "floor/" + event);
+        if (!(ratio <= worstCount)) {
+            worstCount = ratio;
+            worstCounted = event;
+        }
+    }
+    all.push_back({"Every event against its own floor, in instructions", "worst: " + worstCounted,
+                   "", fixed(worstCount, 2) + "x the floor", "<= 2x", worstCount <= 2});
     all.push_back({"Call-state event against the straightforward way", ns(callState),
                    ns(straightforward), fixed(straightforward / callState, 1) + "x faster",
                    ">= 8x faster", straightforward / callState >= 8});
@@ -216,14 +234,16 @@ std::string markdown(const Results& results) {
            "tag (59 instructions fewer on the conference event, but 208 ns against 188 ns).\n";
     out << "\n### Events (handleMessage, subscriber with empty callbacks)\n\n"
            "| Event | handleMessage | Instructions | Floor | Instructions | Against floor | "
-           "Straightforward | Ratio | Allocations | Budget |\n"
-           "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
+           "In instructions | Straightforward | Ratio | Allocations | Budget |\n"
+           "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n";
     for (const std::string& event : results.eventNames) {
         const double mine = at(time, "event/" + event);
         const double base = at(time, "floor/" + event);
         const double plain = at(time, "straightforward/" + event);
         out << "| " << event << " | " << ns(mine) << " | " << instr("event/" + event) << " | "
             << ns(base) << " | " << instr("floor/" + event) << " | " << fixed(mine / base, 2)
+            << "x | "
+            << fixed(at(instructions, "event/" + event) / at(instructions, "floor/" + event), 2)
             << "x | " << ns(plain) << " | " << fixed(plain / mine, 1) << "x | "
             << count(at(allocations, "event/" + event)) << " | "
             << count(at(results.budgets, "event/" + event)) << " |\n";
