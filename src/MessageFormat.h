@@ -65,7 +65,8 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 // - in-place numbers: decimal32 reads a number where it stands instead of converting a
 //   copy of it;
 // - first byte: the invoker finds the handlers whose method name begins with the name's
-//   first byte in a table made at compile time, and compares only those.
+//   first byte in a table made at compile time, and compares only those, each at its
+//   last byte first.
 // ---------------------------------------------------------------------------------------
 
 // Word copy: copies `piece` to `out` and gives the end of the copy. Short pieces, as tags
