@@ -18,15 +18,15 @@
 #include <stdexcept>
 
 #include "AllocationCounter.h"
-#include "CommunicationsServiceEventInvoker.h"
-#include "CommunicationsServiceProxy.h"
-#include "EventMessages.h"
-#include "References.h"
-#include "Report.h"
-#include "EventFloor.h"
-#include "PlainInvoker.h"
 #include "CommunicationsService/framework/Utilities.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
+#include "CommunicationsServiceEventInvoker.h"
+#include "CommunicationsServiceProxy.h"
+#include "EventFloor.h"
+#include "EventMessages.h"
+#include "PlainInvoker.h"
+#include "References.h"
+#include "Report.h"
 
 namespace {
 
@@ -380,8 +380,8 @@ void readInstructions(const std::string& folder) {
             if (line.compare(0, trigger.size(), trigger) == 0) name = line.substr(trigger.size());
             for (const char* total : {"totals: ", "summary: "}) {
                 if (!name.empty() && line.compare(0, std::strlen(total), total) == 0)
-                    results.instructions[name] = std::stod(line.substr(std::strlen(total))) /
-                                                 kCountedCalls;
+                    results.instructions[name] =
+                        std::stod(line.substr(std::strlen(total))) / kCountedCalls;
             }
         }
     }

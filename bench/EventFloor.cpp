@@ -23,7 +23,8 @@ struct FreeRecord {
 void copyParty(char (&field)[65], std::string_view value) {
     const std::size_t limit = std::min<std::size_t>(value.size(), 64);
     const void* nul = std::memchr(value.data(), '\0', limit);
-    const std::size_t length = nul != nullptr ? static_cast<const char*>(nul) - value.data() : limit;
+    const std::size_t length =
+        nul != nullptr ? static_cast<const char*>(nul) - value.data() : limit;
     std::memcpy(field, value.data(), length);
     field[length] = '\0';
 }
@@ -127,8 +128,8 @@ bool EventFloor::learn(const std::string& method, const std::string& message) {
 EventFloor::EventFloor(const std::string& message) {
     const std::string method = plainText("Method", message);
     learnAny(method, message,
-             std::make_index_sequence<std::tuple_size_v<
-                 std::decay_t<decltype(protocol::events::all)>>>());
+             std::make_index_sequence<
+                 std::tuple_size_v<std::decay_t<decltype(protocol::events::all)>>>());
     if (runner == nullptr) throw std::logic_error("no event is named " + method);
 }
 

@@ -24,8 +24,8 @@ public:
 
 private:
     using Run = void (*)(const EventFloor&, Executable*, const char*, InvokerResponse*);
-    template <std::size_t I> static void run(const EventFloor&, Executable*, const char*,
-                                             InvokerResponse*);
+    template <std::size_t I>
+    static void run(const EventFloor&, Executable*, const char*, InvokerResponse*);
 
     template <std::size_t I> bool learn(const std::string& method, const std::string& message);
     template <std::size_t... I>

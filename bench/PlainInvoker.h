@@ -26,12 +26,8 @@ namespace plain {
 namespace protocol = CommunicationsService::protocol;
 using protocol::Kind;
 
-inline std::string open(std::string_view tag) {
-    return std::string("<").append(tag).append(">");
-}
-inline std::string close(std::string_view tag) {
-    return std::string("</").append(tag).append(">");
-}
+inline std::string open(std::string_view tag) { return std::string("<").append(tag).append(">"); }
+inline std::string close(std::string_view tag) { return std::string("</").append(tag).append(">"); }
 inline std::string text(std::string_view tag, const std::string& message) {
     return eventText(open(tag), message, close(tag));
 }
@@ -52,7 +48,8 @@ struct FreeRecord {
 };
 using Record = std::unique_ptr<CallPartyInfo, FreeRecord>;
 
-template <typename Field> auto read(const Field& field, std::string& message, CallPartyInfo* record) {
+template <typename Field>
+auto read(const Field& field, std::string& message, CallPartyInfo* record) {
     if constexpr (Field::kind == Kind::text) {
         return text(field.tag, message);
     } else if constexpr (Field::kind == Kind::number) {
@@ -88,8 +85,8 @@ template <typename Field> auto read(const Field& field, std::string& message, Ca
     }
 }
 
-template <typename Event> void deliver(const Event& event, CommunicationsServiceEventIfc* subscriber,
-                                       std::string& message) {
+template <typename Event>
+void deliver(const Event& event, CommunicationsServiceEventIfc* subscriber, std::string& message) {
     std::apply(
         [&](const auto&... field) {
             Record record;
@@ -104,9 +101,9 @@ template <typename Event> void deliver(const Event& event, CommunicationsService
 }
 
 template <typename Event> bool matches(const Event& event, const std::string& method) {
-    return event.match == protocol::Match::exact ? method == event.method
-                                                 : method.compare(0, event.method.size(),
-                                                                  event.method) == 0;
+    return event.match == protocol::Match::exact
+               ? method == event.method
+               : method.compare(0, event.method.size(), event.method) == 0;
 }
 
 // Every event whose name matches is chosen first, then each runs on the same text.

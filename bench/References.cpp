@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <sstream>
 
-#include "MessageFormat.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
+#include "MessageFormat.h"
 
 namespace bench {
 

@@ -9,9 +9,9 @@ namespace bench {
 // What one run measured, by benchmark name ("event/CallHeldEvent", "request/holdCall",
 // "straightforward/...", "floor/...", "pugixml/...", "scan/...", "ostringstream/...").
 struct Results {
-    std::map<std::string, double> nanoseconds; // median time per call
-    std::map<std::string, double> allocations; // per call, from the counting run
-    std::map<std::string, double> budgets;     // allowed allocations per call
+    std::map<std::string, double> nanoseconds;  // median time per call
+    std::map<std::string, double> allocations;  // per call, from the counting run
+    std::map<std::string, double> budgets;      // allowed allocations per call
     std::map<std::string, double> instructions; // per call, counted by callgrind
     struct Size {
         std::string build; // "x86-64", "armhf", "x86-64 straightforward"
@@ -20,8 +20,8 @@ struct Results {
         double bss;
     };
     std::vector<Size> sizes;
-    std::vector<std::string> eventNames;       // dispatch order
-    std::vector<std::string> operationNames;   // interface order
+    std::vector<std::string> eventNames;     // dispatch order
+    std::vector<std::string> operationNames; // interface order
 };
 
 // Whether every benchmark ran, as it does unless a filter was given.

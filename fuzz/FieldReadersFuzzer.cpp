@@ -19,13 +19,16 @@ namespace {
 // The fuzzed name among names of the service that share first bytes and begin with one
 // another, since the scans read a set of names at once.
 void expectScansEqualPlainReaders(const std::string& name, const std::string& message) {
-    std::vector<std::string_view> names = {"CallID",       "CallState",        "CallingParty",
-                                           "GPUCLG",       "GPUCLGName",       "CallingPartyName",
+    std::vector<std::string_view> names = {"CallID",
+                                           "CallState",
+                                           "CallingParty",
+                                           "GPUCLG",
+                                           "GPUCLGName",
+                                           "CallingPartyName",
                                            "CallBackFearureAvailable"};
     const bool usable =
         !name.empty() && name.front() != '/' && name.find_first_of("<>") == std::string::npos;
-    if (usable && std::find(names.begin(), names.end(), name) == names.end())
-        names.push_back(name);
+    if (usable && std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
     const ElementNameSet prepared(names);
     const ElementNames index = prepared.view();
     std::vector<ElementSpan> events(names.size());

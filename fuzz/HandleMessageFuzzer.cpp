@@ -10,9 +10,9 @@
 #include <string>
 
 #include "Check.h"
+#include "CommunicationsService/testing/RecordingSubscriber.h"
 #include "CommunicationsServiceEventInvoker.h"
 #include "PlainInvoker.h"
-#include "CommunicationsService/testing/RecordingSubscriber.h"
 
 namespace {
 

@@ -128,9 +128,9 @@ void exchange(const Entry& entry, CommunicationsServiceProxy& proxy, Channel& ch
                 expectedOutputs);
             check::equal(static_cast<int>(result), wanted, what + ": result");
             if (expectedOutputs != actualOutputs) check::equal(what, "", "outputs");
-            const Channel::Operation carrier =
-                entry.carrier == Carrier::sendRequestTimed ? Channel::Operation::SendRequestTimed
-                                                           : Channel::Operation::SendRequest;
+            const Channel::Operation carrier = entry.carrier == Carrier::sendRequestTimed
+                                                   ? Channel::Operation::SendRequestTimed
+                                                   : Channel::Operation::SendRequest;
             check::equal(int(sent.operation), int(carrier), what + ": carrier");
         }
     }
@@ -143,7 +143,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     operations::Source source{input};
     // A few operations per input, each answered with its own text.
     for (int call = 0; call < 4 && input.remaining_bytes() > 0; ++call) {
-        const std::size_t operation = input.ConsumeIntegralInRange<std::size_t>(0, operations::kRequests + 2);
+        const std::size_t operation =
+            input.ConsumeIntegralInRange<std::size_t>(0, operations::kRequests + 2);
         const bool appends = input.ConsumeIntegralInRange(0, 7) == 0;
         Channel channel(input.ConsumeRandomLengthString(512),
                         appends ? Channel::Answering::Appends : Channel::Answering::Replaces);
@@ -156,13 +157,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             service.processSignallingComponentEvent(bytes.data(), static_cast<int>(bytes.size()));
             check::equal(channel.calls.at(0).text, "SigEvent:" + bytes, "signalling");
         } else if (operation == operations::kRequests + 1) {
-            check::equal(service.csCommunicationsService("name"), std::string(), "csCommunicationsService");
+            check::equal(service.csCommunicationsService("name"), std::string(),
+                         "csCommunicationsService");
             service.activateStoredFwd();
             check::equal(channel.calls.size(), 0u, "channel use");
         } else {
-            operations::withRequest(operation, [&](const auto& entry) {
-                exchange(entry, proxy, channel, source);
-            });
+            operations::withRequest(
+                operation, [&](const auto& entry) { exchange(entry, proxy, channel, source); });
         }
     }
     return 0;

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string_view>
 #include <tuple>
@@ -69,8 +69,8 @@ constexpr Bounds bounds() {
                 std::apply(
                     [&](const auto&... field) {
                         ((elements += elementsOf(field.kind),
-                          most.names += field.tag.size() + 1 +
-                                        (field.kind == Kind::parties ? partyBytes : 0)),
+                          most.names +=
+                          field.tag.size() + 1 + (field.kind == Kind::parties ? partyBytes : 0)),
                          ...);
                     },
                     one.fields);
@@ -139,8 +139,9 @@ constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool
 constexpr Catalogue catalogue() {
     Catalogue built{};
     std::size_t row = 0;
-    std::apply([&](const auto&... event) { ((built.events[row++] = layoutOf(event, built.pool)), ...); },
-               events::all);
+    std::apply(
+        [&](const auto&... event) { ((built.events[row++] = layoutOf(event, built.pool)), ...); },
+        events::all);
     return built;
 }
 
@@ -232,8 +233,8 @@ struct Values {
 // Reads every field of an event in the order the callback takes them. Returns where a
 // payload begins: behind its closing text, the position computed in 32 bits as the phone
 // does, so that a missing closing text (not found, plus its nine bytes) wraps to 8.
-std::uint32_t readFields(const std::string& message, const EventLayout& layout,
-                         std::size_t from, const Values& values) {
+std::uint32_t readFields(const std::string& message, const EventLayout& layout, std::size_t from,
+                         const Values& values) {
     // Left uninitialised: findElements writes every span it is given.
     alignas(ElementSpan) unsigned char spanBytes[sizeof(ElementSpan) * kBounds.elements];
     auto* const spans = reinterpret_cast<ElementSpan*>(spanBytes);
@@ -362,8 +363,7 @@ template <const auto& event> constexpr std::size_t rowOf() {
 }
 
 template <const auto& event, typename Message, std::size_t... I>
-void deliverFields(Ifc* subscriber, Message& message, std::size_t from,
-                   std::index_sequence<I...>) {
+void deliverFields(Ifc* subscriber, Message& message, std::size_t from, std::index_sequence<I...>) {
     using Fields = std::decay_t<decltype(event.fields)>;
     constexpr std::size_t row = rowOf<event>();
     static_assert(row < kEvents, "every event is in the description's list");
@@ -373,8 +373,9 @@ void deliverFields(Ifc* subscriber, Message& message, std::size_t from,
     Storage<Fields> storage;
     Lists* lists = nullptr;
     if constexpr (std::is_same_v<decltype(storage.lists), Lists>) lists = &storage.lists;
-    const std::uint32_t cut = readFields(message, kCatalogue.events[row], from,
-                                         {storage.texts.slots(), storage.numbers, lists, record.get()});
+    const std::uint32_t cut =
+        readFields(message, kCatalogue.events[row], from,
+                   {storage.texts.slots(), storage.numbers, lists, record.get()});
     if constexpr (has<Fields>(Kind::payload)) message.erase(0, cut);
     (void)cut;
     constexpr auto callback = event.callback;
@@ -416,8 +417,8 @@ struct RoutesByFirstByte {
 constexpr RoutesByFirstByte routesByFirstByte() {
     RoutesByFirstByte table;
     for (std::size_t row = 0; row < kEvents; ++row) {
-        const auto first = static_cast<unsigned char>(
-            kCatalogue.pool.text(kCatalogue.events[row].method).front());
+        const auto first =
+            static_cast<unsigned char>(kCatalogue.pool.text(kCatalogue.events[row].method).front());
         table.rows[first] |= RouteSet{1} << row;
     }
     return table;
@@ -462,7 +463,6 @@ void CommunicationsServiceEventInvoker::handleMessage(Executable* subscriber, co
         const auto row = static_cast<std::size_t>(__builtin_ctz(matching));
         kDeliveries[row](events, text, fields);
         fields = 0; // a pass-through event may have cut the text
-
     }
     if (response != nullptr) response->messageHandled();
 }

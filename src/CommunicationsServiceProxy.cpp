@@ -34,16 +34,31 @@ constexpr std::size_t kRequests = std::tuple_size_v<std::decay_t<decltype(reques
 // request; each operation's own code only gathers its arguments and outputs.
 // ---------------------------------------------------------------------------------------
 
-enum class Shape : std::uint8_t { none, resultWord, flagWord, stateWord, trueWord, itemList, tagged };
+enum class Shape : std::uint8_t {
+    none,
+    resultWord,
+    flagWord,
+    stateWord,
+    trueWord,
+    itemList,
+    tagged
+};
 
 template <typename Answer> constexpr Shape shapeOf() {
-    if constexpr (std::is_same_v<Answer, answers::None>) return Shape::none;
-    else if constexpr (std::is_same_v<Answer, answers::ResultWord>) return Shape::resultWord;
-    else if constexpr (std::is_same_v<Answer, answers::FlagWord>) return Shape::flagWord;
-    else if constexpr (std::is_same_v<Answer, answers::StateWord>) return Shape::stateWord;
-    else if constexpr (std::is_same_v<Answer, answers::TrueWord>) return Shape::trueWord;
-    else if constexpr (std::is_same_v<Answer, answers::ItemList>) return Shape::itemList;
-    else return Shape::tagged;
+    if constexpr (std::is_same_v<Answer, answers::None>)
+        return Shape::none;
+    else if constexpr (std::is_same_v<Answer, answers::ResultWord>)
+        return Shape::resultWord;
+    else if constexpr (std::is_same_v<Answer, answers::FlagWord>)
+        return Shape::flagWord;
+    else if constexpr (std::is_same_v<Answer, answers::StateWord>)
+        return Shape::stateWord;
+    else if constexpr (std::is_same_v<Answer, answers::TrueWord>)
+        return Shape::trueWord;
+    else if constexpr (std::is_same_v<Answer, answers::ItemList>)
+        return Shape::itemList;
+    else
+        return Shape::tagged;
 }
 
 struct Bounds {
@@ -67,8 +82,8 @@ constexpr Bounds bounds() {
                     std::apply(
                         [&](const auto&... field) { ((most.names += field.tag.size() + 1), ...); },
                         one.answer.fields);
-                    most.answerFields = std::max(most.answerFields,
-                                                 std::tuple_size_v<decltype(one.answer.fields)>);
+                    most.answerFields =
+                        std::max(most.answerFields, std::tuple_size_v<decltype(one.answer.fields)>);
                 }
             };
             (measure(request), ...);
@@ -113,7 +128,8 @@ constexpr RequestLayout layoutOf(const Entry& request, NamePool<kBounds.names>& 
     std::apply(
         [&](const auto&... field) {
             ((layout.field[layout.fields++] =
-                  FieldLayout{field.encoding, field.tag.empty() ? ElementName{} : pool.add(field.tag)}),
+                  FieldLayout{field.encoding,
+                              field.tag.empty() ? ElementName{} : pool.add(field.tag)}),
              ...);
         },
         request.fields);
@@ -157,7 +173,8 @@ struct Argument {
 template <typename Field, typename Value> Argument argumentOf(const Value& value) {
     if constexpr (Field::encoding == Encoding::stateName) {
         return {serviceStateName(value)};
-    } else if constexpr (Field::encoding == Encoding::text || Field::encoding == Encoding::payload) {
+    } else if constexpr (Field::encoding == Encoding::text ||
+                         Field::encoding == Encoding::payload) {
         if constexpr (std::is_same_v<Value, const char*>) {
             if (value == nullptr) return {{}, 0, true};
         }
@@ -444,8 +461,7 @@ void CommunicationsServiceProxy::processSignallingComponentEvent(const char* dat
 int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
     log(277, "subscribe start");
     if (subscriber == nullptr) return sfiFailure;
-    const std::string request =
-        requestText(kCatalogue.requests[kSubscribeRow], nullptr);
+    const std::string request = requestText(kCatalogue.requests[kSubscribeRow], nullptr);
     std::string response;
     const std::string channelName = requestChannel->context->findChannel(subscriber);
     try {

@@ -319,15 +319,14 @@ ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
                 list.begin() + static_cast<std::ptrdiff_t>(i) ||
             pool.size() + name.size() > 0xFFFF)
             throw std::invalid_argument("unusable element name");
-        names.push_back({static_cast<std::uint16_t>(pool.size()),
-                         static_cast<std::uint8_t>(name.size())});
+        names.push_back(
+            {static_cast<std::uint16_t>(pool.size()), static_cast<std::uint8_t>(name.size())});
         pool.append(name).append(1, '>');
     }
     pool.append(8, '\0');
 }
 
-void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
-                  std::size_t from) {
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans, std::size_t from) {
     ElementScan(text, names, spans).run(from);
 }
 

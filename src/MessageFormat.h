@@ -93,8 +93,8 @@ inline char* copyShort(char* out, std::string_view piece) {
     return out + size;
 }
 
-// In-place numbers: strtol32 on `digits` where they stand. Conversion stops at the first byte that is not part of
-// the number, a NUL included.
+// In-place numbers: strtol32 on `digits` where they stand. Conversion stops at the first byte that
+// is not part of the number, a NUL included.
 inline long decimal32(std::string_view digits) {
     const char* at = digits.data();
     const char* const end = at + digits.size();
@@ -166,7 +166,8 @@ template <std::size_t Capacity> struct NamePool {
 
     // A name of the scans, which must keep to their rules; it is followed by '>'.
     constexpr ElementName element(std::string_view name) {
-        if (name.empty() || name.front() == '/' || name.find_first_of("<>") != std::string_view::npos)
+        if (name.empty() || name.front() == '/' ||
+            name.find_first_of("<>") != std::string_view::npos)
             throw "unusable element name";
         return place(name, name.size() + 1);
     }
