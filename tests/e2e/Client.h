@@ -39,6 +39,9 @@ public:
     // lines are kept in the trace.
     ::testing::AssertionResult run(const std::vector<std::string>& lines) {
         console::Console::Settings settings;
+        // Generous, so that a loaded machine (sanitizers, two cores) does not fail a step;
+        // a step that succeeds ends as soon as its event arrives.
+        settings.awaitTimeout = std::chrono::seconds(20);
         settings.refusal = [this] { return host->channel().refusalOfLastRequest(); };
         console::Console console(
             service(), recorder, events, [this](const std::string& c) { return control(c); },
