@@ -49,7 +49,7 @@ public:
     // What happened, once `last` has; empty after the timeout.
     std::vector<std::string> awaitNote(const std::string& last) {
         std::unique_lock<std::mutex> lock(mutex);
-        const bool seen = noted.wait_for(lock, std::chrono::seconds(5),
+        const bool seen = noted.wait_for(lock, std::chrono::seconds(20),
                                          [&] { return !notes.empty() && notes.back() == last; });
         return seen ? notes : std::vector<std::string>();
     }

@@ -64,7 +64,7 @@ SimulatorProcess::SimulatorProcess(std::vector<std::string> extraArguments,
         _exit(127);
     }
 
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!accepts(socket)) {
         int status = 0;
         if (waitpid(pid, &status, WNOHANG) == pid) {
