@@ -3,8 +3,6 @@
 // and a plug-in or service that is not there.
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -16,6 +14,7 @@
 
 #include "Client.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "RawSocket.h"
 #include "SimulatorProcess.h"
 
 namespace {
@@ -23,60 +22,7 @@ namespace {
 using desktop::wire::Frame;
 using desktop::wire::Kind;
 
-// A client that speaks raw bytes to a socket, for what no well-behaved host sends.
-class RawSocket {
-public:
-    explicit RawSocket(const std::string& path) : descriptor(socket(AF_UNIX, SOCK_STREAM, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        connected = connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-    }
-    ~RawSocket() { close(descriptor); }
-
-    bool send(const std::string& bytes) {
-        return ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
-               static_cast<ssize_t>(bytes.size());
-    }
-
-    // Reads one frame's text; nothing when the peer closes or sends none in time.
-    std::optional<std::string> receiveText() {
-        timeval timeout{5, 0};
-        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-        unsigned char header[desktop::wire::kHeaderSize];
-        if (!receiveAll(header, sizeof header)) return std::nullopt;
-        std::string body(desktop::wire::bodySize(header), '\0');
-        if (!receiveAll(body.data(), body.size())) return std::nullopt;
-        std::string problem;
-        auto frame = desktop::wire::decode(body, problem);
-        return frame ? std::optional<std::string>(frame->text) : std::nullopt;
-    }
-
-    // True once the peer has closed its end (a reset when it left our bytes unread).
-    bool closedByPeer() {
-        char byte = 0;
-        timeval timeout{5, 0};
-        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-        const ssize_t got = recv(descriptor, &byte, 1, 0);
-        return got == 0 || (got < 0 && errno == ECONNRESET);
-    }
-
-    bool connected = false;
-
-private:
-    bool receiveAll(void* buffer, std::size_t size) {
-        auto* bytes = static_cast<char*>(buffer);
-        while (size > 0) {
-            const ssize_t got = recv(descriptor, bytes, size, 0);
-            if (got <= 0) return false;
-            bytes += got;
-            size -= static_cast<std::size_t>(got);
-        }
-        return true;
-    }
-
-    int descriptor;
-};
+using kit::RawSocket;
 
 std::string frame(Kind kind, std::uint32_t id, const std::string& text) {
     return desktop::wire::encode({kind, id, {}, text});

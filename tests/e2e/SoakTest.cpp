@@ -5,8 +5,6 @@
 // Bounded in count and time; it reports requests per second and the worst answer time.
 
 #include <gtest/gtest.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +18,7 @@
 #include <thread>
 
 #include "CommunicationsService/desktop/Wire.h"
+#include "RawSocket.h"
 #include "SimulatorProcess.h"
 
 namespace {
@@ -32,52 +31,6 @@ constexpr int kClients = 50;
 constexpr int kRequestsPerClient = 1000;
 constexpr int kEvents = 1000;
 constexpr int kFirstLine = 1000;
-
-// One connection, read and written whole frames at a time; every read gives up after
-// ten seconds, so a lost frame fails the test instead of hanging it.
-class FrameSocket {
-public:
-    explicit FrameSocket(const std::string& path) : descriptor(socket(AF_UNIX, SOCK_STREAM, 0)) {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        path.copy(address.sun_path, sizeof address.sun_path - 1);
-        connected = connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        timeval timeout{10, 0};
-        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-    }
-    ~FrameSocket() { close(descriptor); }
-
-    bool send(const Frame& frame) {
-        const std::string bytes = desktop::wire::encode(frame);
-        return ::send(descriptor, bytes.data(), bytes.size(), MSG_NOSIGNAL) ==
-               static_cast<ssize_t>(bytes.size());
-    }
-
-    std::optional<Frame> receive() {
-        unsigned char header[desktop::wire::kHeaderSize];
-        if (!receiveAll(header, sizeof header)) return std::nullopt;
-        std::string body(desktop::wire::bodySize(header), '\0');
-        if (!receiveAll(body.data(), body.size())) return std::nullopt;
-        std::string problem;
-        return desktop::wire::decode(body, problem);
-    }
-
-    bool connected = false;
-
-private:
-    bool receiveAll(void* into, std::size_t size) {
-        auto* bytes = static_cast<char*>(into);
-        while (size > 0) {
-            const ssize_t got = recv(descriptor, bytes, size, 0);
-            if (got <= 0) return false;
-            bytes += got;
-            size -= static_cast<std::size_t>(got);
-        }
-        return true;
-    }
-
-    int descriptor;
-};
 
 // Counts down once per subscribed client; the publisher waits for all of them.
 class Latch {
@@ -217,7 +170,7 @@ private:
         result.events.push_back(sequence);
     }
 
-    FrameSocket socket;
+    kit::RawSocket socket;
     const int number;
     std::uint32_t nextId = 1;
     std::set<std::uint32_t> answeredIds;
@@ -250,7 +203,7 @@ TEST(Soak, EveryAnswerAndEventReachesItsClientOnceAndInOrder) {
             publisherProblem = "not every client subscribed within 30 s";
             return;
         }
-        FrameSocket control(simulator.socketPath());
+        kit::RawSocket control(simulator.socketPath());
         for (int n = 0; n < kEvents && publisherProblem.empty(); ++n) {
             control.send({Kind::Control,
                           static_cast<std::uint32_t>(n + 1),
