@@ -344,28 +344,10 @@ template <typename Fields> struct Storage {
         lists;
 };
 
-template <std::size_t... Row>
-constexpr std::array<std::string_view, sizeof...(Row)> methodNames(std::index_sequence<Row...>) {
-    return {std::get<Row>(events::all).method...};
-}
-
-// An entry's row in the description's list, found by its method name; a name that two
-// entries share fails the build here.
-template <const auto& event> constexpr std::size_t rowOf() {
-    constexpr auto names = methodNames(std::make_index_sequence<kEvents>());
-    std::size_t row = names.size();
-    for (std::size_t at = 0; at < names.size(); ++at) {
-        if (names[at] != event.method) continue;
-        if (row != names.size()) throw "an entry's method name must be unique in the list";
-        row = at;
-    }
-    return row;
-}
-
 template <const auto& event, typename Message, std::size_t... I>
 void deliverFields(Ifc* subscriber, Message& message, std::size_t from, std::index_sequence<I...>) {
     using Fields = std::decay_t<decltype(event.fields)>;
-    constexpr std::size_t row = rowOf<event>();
+    constexpr std::size_t row = protocol::rowOf(events::all, event.method);
     static_assert(row < kEvents, "every event is in the description's list");
     // The record is allocated before any field is read, as the phone has always done.
     PartyRecord record;

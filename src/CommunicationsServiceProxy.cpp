@@ -344,32 +344,14 @@ int readTagged(const std::string& response, const RequestLayout& layout, void* c
     return resultOf(valueOf(response, spans[count]));
 }
 
-template <std::size_t... Row>
-constexpr std::array<std::string_view, sizeof...(Row)> methodNames(std::index_sequence<Row...>) {
-    return {std::get<Row>(requests::all).method...};
-}
-
-// An entry's row in the description's list, found by its method name; a name that two
-// entries share fails the build here.
-template <const auto& request> constexpr std::size_t rowOf() {
-    constexpr auto names = methodNames(std::make_index_sequence<kRequests>());
-    std::size_t row = names.size();
-    for (std::size_t at = 0; at < names.size(); ++at) {
-        if (names[at] != request.method) continue;
-        if (row != names.size()) throw "an entry's method name must be unique in the list";
-        row = at;
-    }
-    return row;
-}
-
-constexpr std::size_t kSubscribeRow = rowOf<requests::subscribe>();
+constexpr std::size_t kSubscribeRow = protocol::rowOf(requests::all, requests::subscribe.method);
 
 // One request of the description: writes its fields from the leading arguments, sends it
 // by its carrier and reads the answer into the remaining arguments.
 template <const auto& request, typename... Args, std::size_t... In, std::size_t... Out>
 auto exchangeWith(ProxyRequest& channel, std::tuple<Args&...> all, std::index_sequence<In...>,
                   std::index_sequence<Out...>) {
-    constexpr std::size_t row = rowOf<request>();
+    constexpr std::size_t row = protocol::rowOf(requests::all, request.method);
     static_assert(row < kRequests, "every request is in the description's list");
     const RequestLayout& layout = kCatalogue.requests[row];
     const Argument arguments[sizeof...(In) + 1] = {

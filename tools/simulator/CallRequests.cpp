@@ -88,15 +88,21 @@ std::optional<std::string> PhoneService::clearCall(const ParsedRequest& request)
     return kSuccess;
 }
 
-std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
-    Call* call = requestedCall(request);
-    const std::string& destination = request.text("Destination");
+std::optional<std::string>
+PhoneService::refusalToMoveOn(const Call* call, const std::string& destination, int feature) {
     if (call == nullptr) return kFailure;
     if (destination.empty()) return refuse("the request names no destination");
     if (call->state != kConnected && call->state != kHeld) {
-        publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
+        publishFeatureFailure(call->line, call->id, feature, kFailureInvalidState);
         return refuse(notInState(*call, "connected or held"));
     }
+    return std::nullopt;
+}
+
+std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
+    Call* call = requestedCall(request);
+    const std::string& destination = request.text("Destination");
+    if (auto refusal = refusalToMoveOn(call, destination, kFeatureHold)) return refusal;
     if (call->state == kConnected) hold(*call, false);
     dial(call->line, allocateCallId(0), partyFor(destination));
     return kSuccess;
@@ -125,12 +131,7 @@ std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& r
 std::optional<std::string> PhoneService::blindTransfer(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     const std::string& destination = request.text("Destination");
-    if (call == nullptr) return kFailure;
-    if (destination.empty()) return refuse("the request names no destination");
-    if (call->state != kConnected && call->state != kHeld) {
-        publishFeatureFailure(call->line, call->id, kFeatureTransfer, kFailureInvalidState);
-        return refuse(notInState(*call, "connected or held"));
-    }
+    if (auto refusal = refusalToMoveOn(call, destination, kFeatureTransfer)) return refusal;
     const Outcome outcome = outcomeFor(partyFor(destination).number);
     if (outcome == Outcome::Busy || outcome == Outcome::Rejects) {
         publishFeatureFailure(call->line, call->id, kFeatureTransfer,

@@ -233,6 +233,10 @@ private:
     // the refusal says why (with the call's role, if given) and the result is null.
     Call* requestedCall(const ParsedRequest& request, const char* idTag = "CallID",
                         const char* role = "");
+    // Why a connected or held call cannot move on to `destination` for `feature` (a
+    // consultation or a transfer), as the answer to give; nothing when it can.
+    std::optional<std::string> refusalToMoveOn(const Call* call, const std::string& destination,
+                                               int feature);
     // Runs the step later unless the service has been reset in between.
     void schedule(std::chrono::milliseconds delay, std::function<void()> step);
     int allocateCallId(int wanted);

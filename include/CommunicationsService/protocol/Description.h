@@ -342,4 +342,25 @@ template <typename Callback, typename... Fields> struct Event {
         : callback(call), method(name), match(rule), fields(read...) {}
 };
 
+/// The row of the entry with the method name `method` in a table such as requests::all or
+/// events::all. Method names are unique in each table; a name that two entries share fails
+/// the build where the row is asked for at compile time.
+template <typename Table> constexpr std::size_t rowOf(const Table& table, std::string_view method) {
+    constexpr std::size_t kRows = std::tuple_size_v<Table>;
+    std::string_view names[kRows] = {};
+    std::apply(
+        [&](const auto&... entry) {
+            std::size_t at = 0;
+            ((names[at++] = entry.method), ...);
+        },
+        table);
+    std::size_t row = kRows;
+    for (std::size_t at = 0; at < kRows; ++at) {
+        if (names[at] != method) continue;
+        if (row != kRows) throw "an entry's method name must be unique in its table";
+        row = at;
+    }
+    return row;
+}
+
 } // namespace CommunicationsService::protocol
