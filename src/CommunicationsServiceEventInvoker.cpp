@@ -58,7 +58,7 @@ struct Bounds {
 constexpr Bounds bounds() {
     std::size_t partyBytes = 0;
     for (const std::string_view tag : protocol::kPartyTags)
-        partyBytes += tag.size() + 1;
+        partyBytes += 2 * tag.size() + 5;
     Bounds most;
     most.names = protocol::kMethodOpen.size();
     std::apply(
@@ -69,8 +69,9 @@ constexpr Bounds bounds() {
                 std::apply(
                     [&](const auto&... field) {
                         ((elements += elementsOf(field.kind),
-                          most.names +=
-                          field.tag.size() + 1 + (field.kind == Kind::parties ? partyBytes : 0)),
+                          most.names += field.kind == Kind::parties   ? partyBytes
+                                        : field.kind == Kind::payload ? field.tag.size()
+                                                                      : 2 * field.tag.size() + 5),
                          ...);
                     },
                     one.fields);
@@ -105,18 +106,19 @@ constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool
     EventLayout layout;
     layout.method = pool.add(event.method);
     layout.match = event.match;
+    std::string_view names[kBounds.elements] = {};
     std::apply(
         [&](const auto&... field) {
             [[maybe_unused]] const auto add = [&](Kind kind, std::string_view tag) {
                 layout.kinds[layout.fields++] = kind;
                 if (kind == Kind::parties) {
                     for (const std::string_view party : protocol::kPartyTags)
-                        layout.names[layout.elements++] = pool.element(party);
+                        names[layout.elements++] = party;
                 } else if (kind == Kind::payload) {
                     layout.closing = pool.add(tag);
                 } else {
                     if (tag == "Method") throw "no field may be named Method";
-                    layout.names[layout.elements++] = pool.element(tag);
+                    names[layout.elements++] = tag;
                 }
             };
             (add(field.kind, field.tag), ...);
@@ -124,10 +126,10 @@ constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool
         event.fields);
     for (std::size_t i = 0; i < layout.elements; ++i) {
         for (std::size_t j = 0; j < i; ++j) {
-            if (pool.text(layout.names[i]) == pool.text(layout.names[j]))
-                throw "duplicate element name";
+            if (names[i] == names[j]) throw "duplicate element name";
         }
     }
+    pool.elements(names, layout.elements, layout.names);
     if (layout.fields != 0 && layout.kinds[layout.fields - 1] != Kind::payload) {
         for (std::size_t i = 0; i < layout.fields; ++i) {
             if (layout.kinds[i] == Kind::payload) throw "a payload is read last";

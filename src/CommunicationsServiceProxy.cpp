@@ -137,11 +137,11 @@ constexpr RequestLayout layoutOf(const Entry& request, NamePool<kBounds.names>& 
         std::apply(
             [&](const auto&... field) {
                 ((layout.readings[layout.answerFields] = field.reading,
-                  layout.answerNames[layout.answerFields++] = pool.element(field.tag)),
+                  layout.answerNames[layout.answerFields++] = pool.answerName(field.tag)),
                  ...);
             },
             request.answer.fields);
-        layout.answerNames[layout.answerFields] = pool.element(request.answer.resultTag);
+        layout.answerNames[layout.answerFields] = pool.answerName(request.answer.resultTag);
     }
     return layout;
 }

@@ -4,6 +4,10 @@
 #include <cstring>
 #include <stdexcept>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 struct ResultWord {
@@ -126,11 +130,9 @@ inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
     return loadWord(at + size - 8) == loadWord(bytes + size - 8);
 }
 
-// Whether `name` followed by '>' stands at `at`, with `end` the end of the text. The pool
-// holds the '>' behind the name, so both are compared at once.
-inline bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
-    const std::size_t size = name.size + std::size_t{1};
-    const char* const bytes = pool + name.offset;
+// Whether the `size` bytes at `bytes`, which lie in a pool of names, stand at `at`, with
+// `end` the end of the text.
+inline bool sameBytes(const char* at, const char* bytes, std::size_t size, const char* end) {
     const auto room = static_cast<std::size_t>(end - at);
     if (room >= 8 && room >= size) return sameWords(at, bytes, size);
     // Near the end of the text, where a whole word cannot be read: up to seven bytes, as
@@ -146,6 +148,108 @@ inline bool standsAt(const char* pool, ElementName name, const char* at, const c
     return true;
 }
 
+// Whether `name` followed by '>' stands at `at`. The pool holds the '>' behind the name,
+// so both are compared at once.
+inline bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
+    return sameBytes(at, pool + name.offset, name.size + std::size_t{1}, end);
+}
+
+// Openings in blocks: every '<' of 64 bytes at once as a bit mask, the way simdjson finds
+// the structural characters of JSON, so that the places of an event's tags are all known
+// before any of them is compared, and the compares do not wait on one another.
+#if defined(__SSE2__)
+std::uint64_t openingsOf64(const char* bytes) {
+    const __m128i openings = _mm_set1_epi8('<');
+    std::uint64_t mask = 0;
+    for (int part = 0; part < 4; ++part) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + 16 * part));
+        const auto bits =
+            static_cast<std::uint16_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, openings)));
+        mask |= std::uint64_t{bits} << (16 * part);
+    }
+    return mask;
+}
+#else
+// Eight bytes at a time: a byte is '<' when it is zero after the exclusive or, found
+// without a carry crossing into the next byte; the multiplication gathers the eight
+// marks into the top byte, the first byte's mark lowest.
+std::uint64_t openingsOf64(const char* bytes) {
+    constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F;
+    constexpr std::uint64_t kOpenings = 0x0101010101010101 * std::uint64_t{'<'};
+    std::uint64_t mask = 0;
+    for (int part = 0; part < 8; ++part) {
+        std::uint64_t word = loadWord(bytes + 8 * part);
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+        word = __builtin_bswap64(word);
+#endif
+        word ^= kOpenings;
+        const std::uint64_t marks = ~(((word & kLow7) + kLow7) | word | kLow7) >> 7;
+        mask |= ((marks * 0x0102040810204080) >> 56) << (8 * part);
+    }
+    return mask;
+}
+#endif
+
+// The '<' of a text from a place on, in order, 64 bytes at a time. A last short block is
+// read as the end of the 64 bytes before the end of the text, when the text has that many.
+class Openings {
+public:
+    Openings(const char* text, const char* from, const char* end)
+        : text(text), block(from), end(end), mask(from < end ? maskAt(from) : 0) {}
+
+    // The next '<', or nullptr when there is none.
+    const char* next() {
+        if (!refill()) return nullptr;
+        const char* const at = block + static_cast<unsigned>(__builtin_ctzll(mask));
+        mask &= mask - 1;
+        return at;
+    }
+
+    // Passes over the next '<', whose place is known.
+    void skip() {
+        if (refill()) mask &= mask - 1;
+    }
+
+private:
+    // Whether a '<' is left, with the mask on the block that holds it.
+    bool refill() {
+        while (mask == 0) {
+            if (end - block <= 64) return false;
+            block += 64;
+            mask = maskAt(block);
+        }
+        return true;
+    }
+
+    std::uint64_t maskAt(const char* bytes) const {
+        const auto room = static_cast<std::size_t>(end - bytes);
+        if (room >= 64) return openingsOf64(bytes);
+        if (end - text >= 64) return openingsOf64(end - 64) >> (64 - room);
+        char tail[64] = {};
+        std::memcpy(tail, bytes, room);
+        return openingsOf64(tail);
+    }
+
+    const char* const text;
+    const char* block;
+    const char* const end;
+    std::uint64_t mask;
+};
+
+// The bytes between two values, at a place of the text with room for them: the first and
+// the last word, then the words between.
+inline bool sameBetween(const char* at, const char* bytes, std::size_t size, const char* end) {
+    if (size < 8 || static_cast<std::size_t>(end - at) < size)
+        return sameBytes(at, bytes, size, end);
+    if (((loadWord(at) ^ loadWord(bytes)) |
+         (loadWord(at + size - 8) ^ loadWord(bytes + size - 8))) != 0)
+        return false;
+    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
+        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
+    }
+    return true;
+}
+
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 // The scan of one event: each '<' is looked at once, from left to right.
@@ -157,7 +261,7 @@ public:
 
     void run(std::size_t from) {
         if (unsettled == 0) return;
-        const char* open = inOrder(findOpening(begin + from, end));
+        const char* open = inOrder(begin + from);
         // The elements the expected order did not reach.
         for (std::size_t i = reached; i < names.count; ++i)
             spans[i] = ElementSpan{};
@@ -187,47 +291,40 @@ private:
         return end - open > 2 && open[1] == '/' && nameAt(i, open + 2);
     }
 
-    // Expected order: while `open` starts the next element in order and the '<' after it
-    // ends that element, each '<' costs one compare.
-    const char* inOrder(const char* open) {
+    // Expected order: while each element's value is followed by the bytes between it and
+    // the next value, every element costs one compare; with the '<' found 64 bytes at a
+    // time, the compares do not wait on one another. Gives the '<' where the scan goes on.
+    const char* inOrder(const char* first) {
         // Locals, so that writing a span never makes the compiler read the members again.
         const char* const pool = names.pool;
-        const ElementName* const list = names.names;
-        ElementSpan* const out = spans;
+        const char* const text = begin;
         const char* const last = end;
-        std::size_t next = expected;
-        const char* stop = open;
-        for (; stop != nullptr && next < names.count; ++next) {
-            const ElementName name = list[next];
-            if (!standsAt(pool, name, stop + 1, last)) {
-                out[next] = ElementSpan{};
-                break;
-            }
-            const char* const value = stop + 2 + name.size;
-            // Short values: the two bytes behind the start tag are looked at before memchr.
-            const char* close = value;
-            if (close != last && *close != '<' && ++close != last && *close != '<')
-                close = findOpening(close + 1, last);
-            else if (close == last)
-                close = nullptr;
-            if (close == nullptr || last - close < 2 || close[1] != '/' ||
-                !standsAt(pool, name, close + 2, last)) {
-                out[next] = {static_cast<std::size_t>(value - begin), std::string_view::npos};
-                stop = close;
+        const ElementName* name = names.names;
+        const ElementName* const beyond = name + names.count;
+        Openings openings(text, first, last);
+        const char* const open = openings.next();
+        if (open == nullptr || !standsAt(pool, *name, open + 1, last)) return open;
+        const char* value = open + 2 + name->size;
+        for (ElementSpan* out = spans;; ++out) {
+            const char* const close = openings.next();
+            out->value = static_cast<std::size_t>(value - text);
+            if (close == nullptr ||
+                !sameBetween(close, pool + name->offset + name->size + 1, name->following, last)) {
+                const auto next = static_cast<std::size_t>(name - names.names);
+                out->end = std::string_view::npos;
                 reached = next + 1;
                 expected = next;
                 unsettled = names.count - next;
-                return stop;
+                return close;
             }
-            out[next] = {static_cast<std::size_t>(value - begin),
-                         static_cast<std::size_t>(close - begin)};
-            stop = close + 3 + name.size;
-            if (stop == last || *stop != '<') stop = findOpening(stop, last);
+            out->end = static_cast<std::size_t>(close - text);
+            value = close + name->following;
+            if (++name == beyond) break;
+            openings.skip(); // the next start tag's, compared with the bytes between
         }
-        reached = stop != nullptr && next < names.count ? next + 1 : next;
-        expected = next;
-        unsettled = names.count - next;
-        return stop;
+        reached = names.count;
+        unsettled = 0;
+        return nullptr;
     }
 
     // `open` starts "</": settles the element still waiting for this end tag, if any.
@@ -284,13 +381,15 @@ private:
                 break;
             }
         }
-        // Its end tag is found by its '/', which values hold more rarely than '<'.
+        // Its end tag is found by the first byte of its name: in the long values that end
+        // an event, XML documents, that byte stands more rarely than '<' or '/'.
         if (open == nullptr) return;
-        for (const char* slash = open + 1; slash < end; ++slash) {
-            slash = static_cast<const char*>(
-                std::memchr(slash, '/', static_cast<std::size_t>(end - slash)));
-            if (slash == nullptr) return;
-            if (slash[-1] == '<' && nameAt(i, slash + 1)) return settle(i, slash - 1);
+        const char first = names.pool[names.names[i].offset];
+        for (const char* at = open + 2; at < end; ++at) {
+            at = static_cast<const char*>(
+                std::memchr(at, first, static_cast<std::size_t>(end - at)));
+            if (at == nullptr) return;
+            if (at[-2] == '<' && at[-1] == '/' && nameAt(i, at)) return settle(i, at - 2);
         }
     }
 
@@ -317,11 +416,14 @@ ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
             name.find_first_of("<>") != std::string_view::npos ||
             std::find(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(i), name) !=
                 list.begin() + static_cast<std::ptrdiff_t>(i) ||
-            pool.size() + name.size() > 0xFFFF)
+            pool.size() + 2 * name.size() + 5 > 0xFFFF)
             throw std::invalid_argument("unusable element name");
-        names.push_back(
-            {static_cast<std::uint16_t>(pool.size()), static_cast<std::uint8_t>(name.size())});
-        pool.append(name).append(1, '>');
+        const std::size_t following =
+            name.size() + 3 + (i + 1 < list.size() ? list[i + 1].size() + 2 : 0);
+        names.push_back({static_cast<std::uint16_t>(pool.size() + 1),
+                         static_cast<std::uint8_t>(name.size()),
+                         static_cast<std::uint16_t>(following)});
+        pool.append("<").append(name).append("></").append(name).append(">");
     }
     pool.append(8, '\0');
 }
@@ -336,13 +438,14 @@ constexpr std::string_view kMethodOpen = "<Method>";
 constexpr std::string_view kMethodClose = "</Method>";
 
 struct MethodName {
-    NamePool<kMethodOpen.size()> pool;
+    NamePool<kMethodOpen.size() + kMethodClose.size()> pool;
     ElementName name;
 };
 
 constexpr MethodName methodName() {
     MethodName method;
-    method.name = method.pool.element(kMethodOpen.substr(1, kMethodOpen.size() - 2));
+    const std::string_view name = kMethodOpen.substr(1, kMethodOpen.size() - 2);
+    method.pool.elements(&name, 1, &method.name);
     return method;
 }
 
@@ -351,15 +454,17 @@ constexpr MethodName kMethod = methodName();
 } // namespace
 
 ElementSpan findMethod(std::string_view text, std::size_t& fields) {
-    // Expected order: the service begins every event with its method element.
+    // Expected order: the service begins every event with its method element. Its tags are
+    // compared as words: "<Method>" is one, "</Method>" one and a byte.
+    static_assert(kMethodOpen.size() == 8 && kMethodClose.size() == 9);
     const char* const begin = text.data();
     const char* const end = begin + text.size();
     fields = 0;
     if (text.size() >= kMethodOpen.size() + kMethodClose.size() &&
-        std::memcmp(begin, kMethodOpen.data(), kMethodOpen.size()) == 0) {
+        loadWord(begin) == loadWord(kMethodOpen.data())) {
         const char* const close = findOpening(begin + kMethodOpen.size(), end);
         if (close != nullptr && static_cast<std::size_t>(end - close) >= kMethodClose.size() &&
-            std::memcmp(close, kMethodClose.data(), kMethodClose.size()) == 0) {
+            loadWord(close) == loadWord(kMethodClose.data()) && close[8] == kMethodClose[8]) {
             const auto value = static_cast<std::size_t>(close - begin);
             fields = value + kMethodClose.size();
             return {kMethodOpen.size(), value};

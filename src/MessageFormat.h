@@ -51,15 +51,18 @@ long eventNumber(std::string_view startTag, std::string_view message, std::strin
 // - one pass: every '<' of the text is looked at once (found with memchr), instead of
 //   one search from the start per field;
 // - expected order: the service begins an event with its method element and writes the
-//   fields in the order a handler reads them, so while each '<' opens the next field and
-//   the '<' after it closes that field, nothing else is tried, and the fields are looked
-//   for behind the method element;
-// - short values: most values are a digit or two, so the two bytes behind a start tag are
-//   looked at before memchr is called;
+//   fields in the order a handler reads them, each element's end tag followed at once by
+//   the next one's start tag. The names of a scan lie in their pool as that text with
+//   empty values ("<a></a><b></b>"), so while the first '<' behind each value starts
+//   the bytes that stand between it and the next value ("</a><b>"), one compare settles
+//   the element and opens the next; the fields are looked for behind the method element;
+// - one word first: most values are short, so the eight bytes behind a start tag are
+//   searched for '<' in a register before memchr is called;
 // - last element: when one element is left, only its own tags are looked for, its end
 //   tag by the '/' in it, which values hold more rarely than '<';
-// - word compare: a name and its '>' are compared eight bytes at a time with the text,
-//   from a pool of names that may be read a word past its end, instead of calls of memcmp;
+// - word compare: names and the bytes between values are compared eight bytes at a time
+//   with the text, from a pool that may be read a word past its end, instead of calls of
+//   memcmp;
 // - word copy: the request writer copies short pieces as two overlapping words instead
 //   of calls of memcpy;
 // - in-place numbers: decimal32 reads a number where it stands instead of converting a
@@ -139,16 +142,20 @@ inline long numberOf(std::string_view text, ElementSpan span) {
     return span.found() ? decimal32(valueOf(text, span)) : -1;
 }
 
-// A name as the bytes at `offset` of a pool of names.
+// A name as the bytes at `offset` of a pool of names. In a scan's pool, `following`
+// bytes stand behind the name's '>': its end tag and the next name's start tag, in the
+// order the service writes them ("</a><b>"), or only its end tag for the last name.
 struct ElementName {
     std::uint16_t offset = 0;
     std::uint8_t size = 0;
+    std::uint16_t following = 0;
 };
 
 // The names one scan looks for. Names must be non-empty, hold no '<' or '>' (so that no
 // tag begins inside another), not begin with '/', and be distinct; every tag of the
 // service keeps to that. In the pool each name is followed by '>', so that a name and the
 // end of its tag are compared as one, and the pool can be read eight bytes past its end.
+// For findElements the names lie in the pool as NamePool::elements lays them out.
 struct ElementNames {
     const char* pool;
     const ElementName* names;
@@ -164,12 +171,24 @@ template <std::size_t Capacity> struct NamePool {
     // Any text, such as a method name.
     constexpr ElementName add(std::string_view name) { return place(name, name.size()); }
 
-    // A name of the scans, which must keep to their rules; it is followed by '>'.
-    constexpr ElementName element(std::string_view name) {
-        if (name.empty() || name.front() == '/' ||
-            name.find_first_of("<>") != std::string_view::npos)
-            throw "unusable element name";
+    // A name of the answer scan, which must keep to the scans' rules; it is followed by '>'.
+    constexpr ElementName answerName(std::string_view name) {
+        checkElement(name);
         return place(name, name.size() + 1);
+    }
+
+    // The names of an event scan in the order the service writes them, laid out as that
+    // text with empty values: "<a></a><b></b>".
+    constexpr void elements(const std::string_view* names, std::size_t count, ElementName* out) {
+        for (std::size_t i = 0; i < count; ++i) {
+            checkElement(names[i]);
+            place("<", 1);
+            out[i] = place(names[i], names[i].size() + 1);
+            place("</", 2);
+            place(names[i], names[i].size() + 1);
+            out[i].following = static_cast<std::uint16_t>(
+                names[i].size() + 3 + (i + 1 < count ? names[i + 1].size() + 2 : 0));
+        }
     }
 
     constexpr std::string_view text(ElementName name) const {
@@ -177,6 +196,12 @@ template <std::size_t Capacity> struct NamePool {
     }
 
 private:
+    static constexpr void checkElement(std::string_view name) {
+        if (name.empty() || name.front() == '/' ||
+            name.find_first_of("<>") != std::string_view::npos)
+            throw "unusable element name";
+    }
+
     // The name's bytes, and '>' when `stored` is one more.
     constexpr ElementName place(std::string_view name, std::size_t stored) {
         if (name.empty() || name.size() > 255) throw "unusable element name";
@@ -188,8 +213,9 @@ private:
     }
 };
 
-// Names prepared at run time, for tests and tools; the constructor refuses a set that
-// breaks the rules of ElementNames with std::invalid_argument.
+// Names prepared at run time, for tests and tools, laid out as NamePool::elements lays
+// them out; the constructor refuses a set that breaks the rules of ElementNames with
+// std::invalid_argument.
 class ElementNameSet {
 public:
     explicit ElementNameSet(const std::vector<std::string_view>& names);

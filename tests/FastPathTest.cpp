@@ -141,6 +141,28 @@ TEST(OnePassScans, ReadTrickyTextsAsTheMemberReadersDo) {
     }
 }
 
+// Events written in the expected order, shifted byte by byte so that every tag meets the
+// edges of the 64-byte blocks the scan reads, whole and with the order broken in the middle.
+TEST(OnePassScans, ReadEventsInOrderAcrossBlockEdgesAsTheMemberReadersDo) {
+    const Names& names = kNameSets[0];
+    for (std::size_t shift = 0; shift < 70; ++shift) {
+        std::string message(shift, ' ');
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            const std::string name(names[i]);
+            message += "<" + name + ">" + std::string(i % 3 * 9, 'v') + "</" + name + ">";
+        }
+        std::string misspelt = message;
+        misspelt[message.find("</Name>") + 2] = 'n';
+        std::string bracket = message;
+        bracket.insert(message.find("</URI>"), "<");
+        std::string spaced = message;
+        spaced.insert(message.find("<GPUCLD>"), " ");
+        for (const std::string& text :
+             {message, misspelt, bracket, spaced, message.substr(0, message.size() - shift - 1)})
+            expectMemberReadings(text, names);
+    }
+}
+
 TEST(Decimal32, ConvertsAsStrtolOnACopyOfTheBytes) {
     std::mt19937 random(7);
     const std::string alphabet = " \t\n+-0123456789x\0"s;
