@@ -123,11 +123,14 @@ const char* findOpening(const char* from, const char* end) {
 // from every offset below `size` (the text holds at least eight bytes behind `at`).
 inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
     if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
-    if (loadWord(at) != loadWord(bytes)) return false;
+    // The first and the last word at once, then the words between.
+    if (((loadWord(at) ^ loadWord(bytes)) |
+         (loadWord(at + size - 8) ^ loadWord(bytes + size - 8))) != 0)
+        return false;
     for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
         if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
     }
-    return loadWord(at + size - 8) == loadWord(bytes + size - 8);
+    return true;
 }
 
 // Whether the `size` bytes at `bytes`, which lie in a pool of names, stand at `at`, with
@@ -236,20 +239,6 @@ private:
     std::uint64_t mask;
 };
 
-// The bytes between two values, at a place of the text with room for them: the first and
-// the last word, then the words between.
-inline bool sameBetween(const char* at, const char* bytes, std::size_t size, const char* end) {
-    if (size < 8 || static_cast<std::size_t>(end - at) < size)
-        return sameBytes(at, bytes, size, end);
-    if (((loadWord(at) ^ loadWord(bytes)) |
-         (loadWord(at + size - 8) ^ loadWord(bytes + size - 8))) != 0)
-        return false;
-    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
-        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
-    }
-    return true;
-}
-
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 
 // The scan of one event: each '<' is looked at once, from left to right.
@@ -309,7 +298,7 @@ private:
             const char* const close = openings.next();
             out->value = static_cast<std::size_t>(value - text);
             if (close == nullptr ||
-                !sameBetween(close, pool + name->offset + name->size + 1, name->following, last)) {
+                !sameBytes(close, pool + name->offset + name->size + 1, name->following, last)) {
                 const auto next = static_cast<std::size_t>(name - names.names);
                 out->end = std::string_view::npos;
                 reached = next + 1;
@@ -412,18 +401,15 @@ private:
 ElementNameSet::ElementNameSet(const std::vector<std::string_view>& list) {
     for (std::size_t i = 0; i < list.size(); ++i) {
         const std::string_view name = list[i];
-        if (name.empty() || name.size() > 255 || name.front() == '/' ||
-            name.find_first_of("<>") != std::string_view::npos ||
+        const std::size_t offset = pool.size();
+        if (!usableElementName(name) ||
             std::find(list.begin(), list.begin() + static_cast<std::ptrdiff_t>(i), name) !=
                 list.begin() + static_cast<std::ptrdiff_t>(i) ||
-            pool.size() + 2 * name.size() + 5 > 0xFFFF)
+            offset + elementBytes(name) > 0xFFFF)
             throw std::invalid_argument("unusable element name");
-        const std::size_t following =
-            name.size() + 3 + (i + 1 < list.size() ? list[i + 1].size() + 2 : 0);
-        names.push_back({static_cast<std::uint16_t>(pool.size() + 1),
-                         static_cast<std::uint8_t>(name.size()),
-                         static_cast<std::uint16_t>(following)});
-        pool.append("<").append(name).append("></").append(name).append(">");
+        pool.resize(offset + elementBytes(name));
+        names.push_back(layOutElement(name, i + 1 < list.size() ? list[i + 1] : std::string_view(),
+                                      pool.data() + offset, offset));
     }
     pool.append(8, '\0');
 }

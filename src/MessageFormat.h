@@ -162,6 +162,29 @@ struct ElementNames {
     std::size_t count;
 };
 
+// Whether a name keeps to the rules of ElementNames.
+constexpr bool usableElementName(std::string_view name) {
+    return !name.empty() && name.size() <= 255 && name.front() != '/' &&
+           name.find_first_of("<>") == std::string_view::npos;
+}
+
+// The bytes an event scan's name takes in its pool: "<a></a>".
+constexpr std::size_t elementBytes(std::string_view name) { return 2 * name.size() + 5; }
+
+// Writes "<a></a>" for `name` at `out`, which lies at `offset` of its pool, and describes
+// it; `next` is the name the service writes after it, empty for the last.
+constexpr ElementName layOutElement(std::string_view name, std::string_view next, char* out,
+                                    std::size_t offset) {
+    std::size_t at = 0;
+    for (const std::string_view piece :
+         {std::string_view("<"), name, std::string_view("></"), name, std::string_view(">")}) {
+        for (const char byte : piece)
+            out[at++] = byte;
+    }
+    return {static_cast<std::uint16_t>(offset + 1), static_cast<std::uint8_t>(name.size()),
+            static_cast<std::uint16_t>(name.size() + 3 + (next.empty() ? 0 : next.size() + 2))};
+}
+
 // A pool built at compile time from the names of a description. `Capacity` bounds the
 // names' total size with a byte for each element name's '>'.
 template <std::size_t Capacity> struct NamePool {
@@ -173,7 +196,7 @@ template <std::size_t Capacity> struct NamePool {
 
     // A name of the answer scan, which must keep to the scans' rules; it is followed by '>'.
     constexpr ElementName answerName(std::string_view name) {
-        checkElement(name);
+        if (!usableElementName(name)) throw "unusable element name";
         return place(name, name.size() + 1);
     }
 
@@ -181,13 +204,12 @@ template <std::size_t Capacity> struct NamePool {
     // text with empty values: "<a></a><b></b>".
     constexpr void elements(const std::string_view* names, std::size_t count, ElementName* out) {
         for (std::size_t i = 0; i < count; ++i) {
-            checkElement(names[i]);
-            place("<", 1);
-            out[i] = place(names[i], names[i].size() + 1);
-            place("</", 2);
-            place(names[i], names[i].size() + 1);
-            out[i].following = static_cast<std::uint16_t>(
-                names[i].size() + 3 + (i + 1 < count ? names[i + 1].size() + 2 : 0));
+            if (!usableElementName(names[i])) throw "unusable element name";
+            if (size + elementBytes(names[i]) > Capacity || size > 0xFFFF)
+                throw "the pool is too small";
+            out[i] = layOutElement(names[i], i + 1 < count ? names[i + 1] : std::string_view(),
+                                   bytes + size, size);
+            size += elementBytes(names[i]);
         }
     }
 
@@ -196,12 +218,6 @@ template <std::size_t Capacity> struct NamePool {
     }
 
 private:
-    static constexpr void checkElement(std::string_view name) {
-        if (name.empty() || name.front() == '/' ||
-            name.find_first_of("<>") != std::string_view::npos)
-            throw "unusable element name";
-    }
-
     // The name's bytes, and '>' when `stored` is one more.
     constexpr ElementName place(std::string_view name, std::size_t stored) {
         if (name.empty() || name.size() > 255) throw "unusable element name";
