@@ -30,8 +30,8 @@ constexpr std::size_t kEvents = std::tuple_size_v<std::decay_t<decltype(events::
 
 // ---------------------------------------------------------------------------------------
 // The events as compact tables made at compile time from the description: every name in
-// one pool, each event as the kinds of its fields and the names of its elements. One
-// reader serves every event; each event's own code only calls its callback.
+// one pool, each event as the names of its elements and where each sort of value stands
+// among them. One reader serves every event; each event's own code only calls its callback.
 // ---------------------------------------------------------------------------------------
 
 // How many elements a field looks up: the parties four, a payload none.
@@ -86,14 +86,25 @@ constexpr Bounds bounds() {
 
 constexpr Bounds kBounds = bounds();
 
+constexpr std::uint8_t kAbsent = 0xFF;
+
+// An event's fields by what their values become, each as the place of its element among
+// the names: texts and numbers in the order the callback takes them, the rest at most one
+// of each.
 struct EventLayout {
     ElementName method;
     protocol::Match match = protocol::Match::exact;
-    std::uint8_t fields = 0;
     std::uint8_t elements = 0;
-    Kind kinds[kBounds.fields] = {};
     ElementName names[kBounds.elements] = {};
-    ElementName closing; // a payload's closing text
+    std::uint8_t texts = 0;
+    std::uint8_t textAt[kBounds.fields] = {};
+    std::uint8_t numbers = 0; // numbers, counters and flags
+    std::uint8_t numberAt[kBounds.fields] = {};
+    std::uint8_t numberList = kAbsent;
+    std::uint8_t textList = kAbsent;
+    std::uint8_t parties = kAbsent; // the first of the four
+    bool payload = false;
+    ElementName closing; // the payload's closing text
 };
 
 struct Catalogue {
@@ -107,18 +118,37 @@ constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool
     layout.method = pool.add(event.method);
     layout.match = event.match;
     std::string_view names[kBounds.elements] = {};
+    Kind kinds[kBounds.fields] = {};
+    std::size_t fields = 0;
     std::apply(
         [&](const auto&... field) {
             [[maybe_unused]] const auto add = [&](Kind kind, std::string_view tag) {
-                layout.kinds[layout.fields++] = kind;
+                kinds[fields++] = kind;
+                const auto element = static_cast<std::uint8_t>(layout.elements);
                 if (kind == Kind::parties) {
+                    if (layout.parties != kAbsent) throw "one field of parties at most";
+                    layout.parties = element;
                     for (const std::string_view party : protocol::kPartyTags)
                         names[layout.elements++] = party;
-                } else if (kind == Kind::payload) {
+                    return;
+                }
+                if (kind == Kind::payload) {
+                    if (layout.payload) throw "one payload at most";
+                    layout.payload = true;
                     layout.closing = pool.add(tag);
+                    return;
+                }
+                if (tag == "Method") throw "no field may be named Method";
+                names[layout.elements++] = tag;
+                if (isText(kind)) {
+                    layout.textAt[layout.texts++] = element;
+                } else if (isNumber(kind)) {
+                    layout.numberAt[layout.numbers++] = element;
                 } else {
-                    if (tag == "Method") throw "no field may be named Method";
-                    names[layout.elements++] = tag;
+                    std::uint8_t& list =
+                        kind == Kind::numberList ? layout.numberList : layout.textList;
+                    if (list != kAbsent) throw "one list of each sort at most";
+                    list = element;
                 }
             };
             (add(field.kind, field.tag), ...);
@@ -130,9 +160,9 @@ constexpr EventLayout layoutOf(const Event& event, NamePool<kBounds.names>& pool
         }
     }
     pool.elements(names, layout.elements, layout.names);
-    if (layout.fields != 0 && layout.kinds[layout.fields - 1] != Kind::payload) {
-        for (std::size_t i = 0; i < layout.fields; ++i) {
-            if (layout.kinds[i] == Kind::payload) throw "a payload is read last";
+    if (fields != 0 && kinds[fields - 1] != Kind::payload) {
+        for (std::size_t i = 0; i < fields; ++i) {
+            if (kinds[i] == Kind::payload) throw "a payload is read last";
         }
     }
     return layout;
@@ -232,7 +262,8 @@ struct Values {
     CallPartyInfo* record;
 };
 
-// Reads every field of an event in the order the callback takes them. Returns where a
+// Reads every field of an event, the texts and the numbers each in the order the callback
+// takes them, each sort in a loop of its own. Returns where a
 // payload begins: behind its closing text, the position computed in 32 bits as the phone
 // does, so that a missing closing text (not found, plus its nine bytes) wraps to 8.
 std::uint32_t readFields(const std::string& message, const EventLayout& layout, std::size_t from,
@@ -241,53 +272,31 @@ std::uint32_t readFields(const std::string& message, const EventLayout& layout, 
     alignas(ElementSpan) unsigned char spanBytes[sizeof(ElementSpan) * kBounds.elements];
     auto* const spans = reinterpret_cast<ElementSpan*>(spanBytes);
     findElements(message, namesOf(layout), spans, from);
-    const ElementSpan* span = spans;
     TextSlots texts = values.texts;
-    int* number = values.numbers;
-    std::uint32_t cut = 0;
-    for (std::size_t i = 0; i < layout.fields; ++i) {
-        switch (layout.kinds[i]) {
-        case Kind::text:
-            texts.add(valueOf(message, *span++));
-            break;
-        case Kind::number:
-        case Kind::counter:
-        case Kind::flag:
-            *number++ = static_cast<int>(numberOf(message, *span++));
-            break;
-        case Kind::numberList: {
-            std::string encoded(valueOf(message, *span++));
-            Serializer::deserialize(encoded, values.lists->numbers);
-            break;
-        }
-        case Kind::textList: {
-            std::string encoded(valueOf(message, *span++));
-            values.lists->texts = Serializer::deserialize(encoded);
-            break;
-        }
-        case Kind::payload: {
-            const std::string_view closing = kCatalogue.pool.text(layout.closing);
-            cut = static_cast<std::uint32_t>(message.find(closing.data(), 0, closing.size())) +
-                  static_cast<std::uint32_t>(closing.size());
-            break;
-        }
-        case Kind::parties: {
-            // The parties are copied only after all four are read, the calling party last.
-            CallPartyInfo* const record = values.record;
-            const std::string_view callingParty = valueOf(message, span[0]);
-            const std::string_view callingPartyName = valueOf(message, span[1]);
-            const std::string_view calledParty = valueOf(message, span[2]);
-            const std::string_view calledPartyName = valueOf(message, span[3]);
-            span += 4;
-            copyInto(record->callingParty, callingParty);
-            copyInto(record->callingPartyName, callingPartyName);
-            copyInto(record->calledParty, calledParty);
-            copyInto(record->calledPartyName, calledPartyName);
-            break;
-        }
-        }
+    for (std::size_t i = 0; i < layout.texts; ++i)
+        texts.add(valueOf(message, spans[layout.textAt[i]]));
+    for (std::size_t i = 0; i < layout.numbers; ++i)
+        values.numbers[i] = static_cast<int>(numberOf(message, spans[layout.numberAt[i]]));
+    if (layout.numberList != kAbsent) {
+        std::string encoded(valueOf(message, spans[layout.numberList]));
+        Serializer::deserialize(encoded, values.lists->numbers);
     }
-    return cut;
+    if (layout.textList != kAbsent) {
+        std::string encoded(valueOf(message, spans[layout.textList]));
+        values.lists->texts = Serializer::deserialize(encoded);
+    }
+    if (layout.parties != kAbsent) {
+        const ElementSpan* const party = spans + layout.parties;
+        CallPartyInfo* const record = values.record;
+        copyInto(record->callingParty, valueOf(message, party[0]));
+        copyInto(record->callingPartyName, valueOf(message, party[1]));
+        copyInto(record->calledParty, valueOf(message, party[2]));
+        copyInto(record->calledPartyName, valueOf(message, party[3]));
+    }
+    if (!layout.payload) return 0;
+    const std::string_view closing = kCatalogue.pool.text(layout.closing);
+    return static_cast<std::uint32_t>(message.find(closing.data(), 0, closing.size())) +
+           static_cast<std::uint32_t>(closing.size());
 }
 
 template <typename Fields> constexpr auto kindsOf() {
