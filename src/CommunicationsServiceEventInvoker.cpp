@@ -87,6 +87,7 @@ constexpr Bounds bounds() {
 constexpr Bounds kBounds = bounds();
 
 constexpr std::uint8_t kAbsent = 0xFF;
+static_assert(kBounds.elements < kAbsent, "every element's place fits its byte");
 
 // An event's fields by what their values become, each as the place of its element among
 // the names: texts and numbers in the order the callback takes them, the rest at most one
@@ -262,10 +263,10 @@ struct Values {
     CallPartyInfo* record;
 };
 
-// Reads every field of an event, the texts and the numbers each in the order the callback
-// takes them, each sort in a loop of its own. Returns where a
-// payload begins: behind its closing text, the position computed in 32 bits as the phone
-// does, so that a missing closing text (not found, plus its nine bytes) wraps to 8.
+// Reads every field of an event, each sort in a loop of its own, the texts and the numbers
+// in the order the callback takes them. Returns where a payload begins: behind its closing
+// text, the position computed in 32 bits as the phone does, so that a missing closing text
+// (not found, plus its nine bytes) wraps to 8.
 std::uint32_t readFields(const std::string& message, const EventLayout& layout, std::size_t from,
                          const Values& values) {
     // Left uninitialised: findElements writes every span it is given.

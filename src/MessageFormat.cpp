@@ -182,7 +182,7 @@ std::uint64_t openingsOf64(const char* bytes) {
     std::uint64_t mask = 0;
     for (int part = 0; part < 8; ++part) {
         std::uint64_t word = loadWord(bytes + 8 * part);
-#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
         word = __builtin_bswap64(word);
 #endif
         word ^= kOpenings;
@@ -372,7 +372,7 @@ private:
         }
         // Its end tag is found by the first byte of its name: in the long values that end
         // an event, XML documents, that byte stands more rarely than '<' or '/'.
-        if (open == nullptr) return;
+        if (open == nullptr || end - open < 3) return;
         const char first = names.pool[names.names[i].offset];
         for (const char* at = open + 2; at < end; ++at) {
             at = static_cast<const char*>(

@@ -49,13 +49,13 @@ private:
     std::size_t size;
 };
 
-void expectMemberReadings(const std::string& message, const Names& list) {
+void expectMemberReadings(const std::string& message, const Names& list, std::size_t from = 0) {
     const ElementNameSet prepared(list);
     const ElementNames names = prepared.view();
     std::vector<ElementSpan> events(list.size());
     std::vector<ElementSpan> answers(list.size());
     const ExactCopy copy(message);
-    findElements(copy.view(), names, events.data());
+    findElements(copy.view(), names, events.data(), from);
     findAnswerFields(copy.view(), names, answers.data());
     CommunicationsServiceEventInvoker invoker;
     CommunicationsServiceProxy proxy;
@@ -160,6 +160,8 @@ TEST(OnePassScans, ReadEventsInOrderAcrossBlockEdgesAsTheMemberReadersDo) {
         for (const std::string& text :
              {message, misspelt, bracket, spaced, message.substr(0, message.size() - shift - 1)})
             expectMemberReadings(text, names);
+        // From behind the leading blanks, as the invoker scans from behind the method.
+        expectMemberReadings(message, names, shift);
     }
 }
 
