@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Check.h"
+#include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
 #include "MessageFormat.h"
 #include "Operations.h"
@@ -90,10 +91,7 @@ void exchange(const Entry& entry, CommunicationsServiceProxy& proxy, Channel& ch
               operations::Source& source) {
     const std::string what(entry.method);
     if constexpr (std::is_same_v<decltype(entry.operation), std::nullptr_t>) {
-        struct Subscriber : Executable {
-            void init(Context&) override {}
-            void shutdown() override {}
-        } subscriber;
+        communications::testing::NullSubscriber subscriber;
         check::equal(proxy.subscribe(&subscriber), resultOf(channel.answer), what);
     } else {
         auto arguments = operations::argumentsOf(entry.operation, source);

@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "Check.h"
+#include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
 #include "Operations.h"
 #include "RecordingChannel.h"
@@ -60,10 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } else {
         operations::withRequest(operation, [&](const auto& entry) {
             if constexpr (std::is_same_v<decltype(entry.operation), std::nullptr_t>) {
-                struct Subscriber : Executable {
-                    void init(Context&) override {}
-                    void shutdown() override {}
-                } subscriber;
+                communications::testing::NullSubscriber subscriber;
                 proxy.subscribe(&subscriber);
             } else {
                 auto arguments = operations::argumentsOf(entry.operation, source);

@@ -24,16 +24,11 @@ struct PassThroughRow {
 };
 
 const PassThroughRow kRows[] = {
-    {kResponse + "<lineURI>1001</lineURI><success>1</success>PAYLOAD",
-     {"onB2buaCSTAResponse", {"1001", "true", "PAYLOAD"}}},
     {kResponse + "<lineURI>1001</lineURI><success>0</success>",
      {"onB2buaCSTAResponse", {"1001", "false", ""}}},
     {kResponse + "<lineURI>1001</lineURI><success>1</success>" + kRawPayload,
      {"onB2buaCSTAResponse", {"1001", "true", kRawPayload}}},
     // Without its closing text the cut is 8 characters long, whatever the message holds.
-    {kResponse + "<lineURI>1001</lineURI>PAYLOAD",
-     {"onB2buaCSTAResponse",
-      {"1001", "true", "b2buaCSTAResponse</Method><lineURI>1001</lineURI>PAYLOAD"}}},
     {kResponse + "<lineURI>1001</lineURI><success>0PAYLOAD",
      {"onB2buaCSTAResponse",
       {"1001", "true", "b2buaCSTAResponse</Method><lineURI>1001</lineURI><success>0PAYLOAD"}}},
@@ -42,12 +37,8 @@ const PassThroughRow kRows[] = {
      {"onB2buaCSTAResponse", {"a/success>b", "false", "b</lineURI><success>0</success>P"}}},
     {kResponse + "<success>1</success><lineURI>1001</lineURI>PAYLOAD",
      {"onB2buaCSTAResponse", {"1001", "true", "<lineURI>1001</lineURI>PAYLOAD"}}},
-    {kEvent + "<lineURI>1001</lineURI>PAYLOAD", {"onB2buaCSTAEventOrRequest", {"1001", "PAYLOAD"}}},
-    {kEvent + "<lineURI>1001</lineURI>", {"onB2buaCSTAEventOrRequest", {"1001", ""}}},
     {kEvent + "<lineURI>1001</lineURI>" + kRawPayload,
      {"onB2buaCSTAEventOrRequest", {"1001", kRawPayload}}},
-    {kEvent + "PAYLOAD",
-     {"onB2buaCSTAEventOrRequest", {"", "b2buaCSTAEventOrRequest</Method>PAYLOAD"}}},
     {kEvent + "<lineURI>a/lineURI>b</lineURI>P",
      {"onB2buaCSTAEventOrRequest", {"a/lineURI>b", "b</lineURI>P"}}},
 };

@@ -20,11 +20,6 @@ using Ifc = CommunicationsServiceIfc;
 
 namespace {
 
-struct Subscriber : Executable {
-    void init(Context&) override {}
-    void shutdown() override {}
-} subscriber;
-
 // Every answer is this word, so a mapped result (3) differs from both success and failure.
 const std::string kAnswer = "sfiFailureCallBackToMany";
 constexpr int kMapped = 3;
@@ -53,8 +48,6 @@ const WireVector kWireVectors[] = {
      Op::SendRequestTimed},
     {"DeactivateAllowingAutoActivate", [](Ifc& p) { return p.deactivate(true); },
      "<Method>Deactivate</Method><AllowAutoActivate>1</AllowAutoActivate>", Op::SendRequest},
-    {"Subscribe", [](Ifc& p) { return p.subscribe(&subscriber); }, "<Method>Subscribe</Method>",
-     Op::SendSubscribe},
     {"SignallingEventWithZeroByte",
      noResult([](Ifc& p) { p.processSignallingComponentEvent("ab\0c", 4); }), "SigEvent:ab\0c"s,
      Op::SendOneWay},
@@ -80,16 +73,6 @@ const WireVector kWireVectors[] = {
      "<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>12</CallID>"
      "<Destination>2002</Destination><DSSDirectCall>1</DSSDirectCall><BridgeCall>0</BridgeCall>"
      "<CallCompletionCall>1</CallCompletionCall>",
-     Op::SendRequest},
-    {"OutgoingCallMakeWithEmptyTextsNegativeCallAndFlagsOff",
-     [](Ifc& p) { return p.outgoingCallMake("", -1, "", false, false, false); },
-     "<Method>OutgoingCallMakeRequest</Method><Line></Line><CallID>-1</CallID>"
-     "<Destination></Destination><DSSDirectCall>0</DSSDirectCall><BridgeCall>0</BridgeCall>"
-     "<CallCompletionCall>0</CallCompletionCall>",
-     Op::SendRequest},
-    {"OutgoingCallMakeWithNullDestinationDropsTheFlags",
-     [](Ifc& p) { return p.outgoingCallMake("1001", 12, nullptr, true, true, true); },
-     "<Method>OutgoingCallMakeRequest</Method><Line>1001</Line><CallID>12</CallID><Destination>",
      Op::SendRequest},
     {"AcceptCall", [](Ifc& p) { return p.acceptCall("1001", 12, true); },
      "<Method>AcceptCall</Method><Line>1001</Line><CallID>12</CallID><AutoAnswer>1</AutoAnswer>",
@@ -141,11 +124,6 @@ const WireVector kWireVectors[] = {
     {"DirectedPickupCall", [](Ifc& p) { return p.directedPickupCall("1001", 12, "3003", true); },
      "<Method>DirectedPickupCall</Method><Line>1001</Line><CallID>12</CallID>"
      "<CallToBePickedUp>3003</CallToBePickedUp><BLFPickup>1</BLFPickup>",
-     Op::SendRequest},
-    {"DirectedPickupCallWithoutBlf",
-     [](Ifc& p) { return p.directedPickupCall("1001", 12, "", false); },
-     "<Method>DirectedPickupCall</Method><Line>1001</Line><CallID>12</CallID>"
-     "<CallToBePickedUp></CallToBePickedUp><BLFPickup>0</BLFPickup>",
      Op::SendRequest},
     {"GroupPickupCall", [](Ifc& p) { return p.groupPickupCall("1001", 12); },
      "<Method>GroupPickupCall</Method><Line>1001</Line><CallID>12</CallID>", Op::SendRequest},
@@ -205,9 +183,6 @@ const WireVector kWireVectors[] = {
      "<Method>SystemStatus</Method><SystemStatus>", Op::SendRequest},
     {"SetServiceStateInService", [](Ifc& p) { return p.setServiceState(sfiServiceInService); },
      "<Method>SetServiceState</Method><state>sfiServiceInService</state>", Op::SendRequest},
-    {"SetServiceStateDoNotDisturb",
-     [](Ifc& p) { return p.setServiceState(sfiServiceDoNotDisturb); },
-     "<Method>SetServiceState</Method><state>sfiServiceDoNotDisturb</state>", Op::SendRequest},
     {"SetServiceStateUnknown", [](Ifc& p) { return p.setServiceState(sfiServiceState(3)); },
      "<Method>SetServiceState</Method><state></state>", Op::SendRequest},
     {"SetServiceStateNegative", [](Ifc& p) { return p.setServiceState(sfiServiceState(-1)); },
@@ -289,21 +264,12 @@ const WireVector kWireVectors[] = {
     {"CallbackDOFeatureCallID", noResult([](Ifc& p) { p.callbackDOFeatureCallID("12", 3); }),
      "<Method>callbackDOFeatureCallID</Method><CallID>12</CallID><instanceId>3</instanceId>",
      Op::SendOneWay},
-    {"CallbackDOFeatureCallIDKeepsTextVerbatim",
-     noResult([](Ifc& p) { p.callbackDOFeatureCallID("12 \0x"s, -5); }),
-     "<Method>callbackDOFeatureCallID</Method><CallID>12 \0x</CallID><instanceId>-5</instanceId>"s,
-     Op::SendOneWay},
     {"SetAgentState", [](Ifc& p) { return p.setAgentState("1001", "ready"); },
      "<Method>SetAgentState</Method><Line>1001</Line><agentState>ready</agentState>",
      Op::SendRequest},
     {"RemoveConfParticipant", noResult([](Ifc& p) { p.RemoveConfParticipant(12, "2002", "5"); }),
      "<Method>RemoveConfParticipant</Method><callID>12</callID>"
      "<remoteParticipant>2002</remoteParticipant><conferenceMemberId>5</conferenceMemberId>",
-     Op::SendOneWay},
-    {"RemoveConfParticipantWithNegativeCall",
-     noResult([](Ifc& p) { p.RemoveConfParticipant(-1, "", "m\0"s); }),
-     "<Method>RemoveConfParticipant</Method><callID>-1</callID>"
-     "<remoteParticipant></remoteParticipant><conferenceMemberId>m\0</conferenceMemberId>"s,
      Op::SendOneWay},
 };
 

@@ -10,6 +10,7 @@
 
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
 #include "support/RecordingChannel.h"
 
@@ -19,11 +20,6 @@ namespace {
 
 constexpr const char* kComponent = "SIP Communications Service";
 constexpr const char* kSourceFile = "./src/CommunicationsServiceProxy.cpp";
-
-struct Subscriber : Executable {
-    void init(Context&) override {}
-    void shutdown() override {}
-};
 
 class NamingContext : public FrameworkContext {
 public:
@@ -97,7 +93,7 @@ protected:
     NamingContext context;
     RecordingChannel channel;
     CommunicationsServiceProxy proxy;
-    Subscriber subscriber;
+    communications::testing::NullSubscriber subscriber;
     int questions = 0;
     std::vector<Written> log;
     const void* thrown = nullptr;
@@ -139,15 +135,6 @@ TEST_F(ProxySubscribe, RegistersTheSubscribersChannelNameAndMapsTheAnswer) {
         EXPECT_EQ(log, whenLogging(logging,
                                    {logged(277, "subscribe start"), logged(302, "subscribe end")}));
     }
-}
-
-TEST_F(ProxySubscribe, DefaultContextGivesAnEmptyChannelName) {
-    RecordingChannel plain("sfiSuccess");
-    proxy.initProxy(plain);
-    EXPECT_EQ(proxy.subscribe(&subscriber), 5);
-    ASSERT_EQ(plain.calls.size(), 2u);
-    EXPECT_EQ(plain.calls[1].operation, RecordingChannel::Operation::SendSubscribe);
-    EXPECT_EQ(plain.calls[1].channelName, "");
 }
 
 TEST_F(ProxySubscribe, MarloExceptionFromTheSubscriptionIsLoggedAndThrownAsACopy) {

@@ -33,8 +33,12 @@ std::vector<std::string> withConnectedCall(std::vector<std::string> lines) {
 }
 
 const std::vector<EventCase> kEvents = {
-    {"CallStateChange",
+    {"IncomingCallAndItsCallState",
      {"sim incomingCall 1001 2005",
+      std::string("await onIncomingCallEvent lineId=1001 callId=1 ") + kCaller +
+          " alertUri= alertInfoParam= alertAutoAnswer=false callType=0 diversionUri= "
+          "diversionName= diversionReason=0 zipAutoAnswer=false resourcePriority=0 "
+          "ilCallLevel=0 ilLocalLevel=0 isVideoCall=false",
       std::string("await onCallStateChangeEvent lineId=1001 callId=1 callState=3 reason=0 "
                   "sendOptions=0 ") +
           kCaller +
@@ -42,31 +46,18 @@ const std::vector<EventCase> kEvents = {
           "calledParty=sip:1001@pbx.example.com calledPartyName=\"Desk 1001\" "
           "resourcePriority=0 preemptionCause=0 preemptionText= "
           "callBackFeatureAvailable=false ilCallLevel=0 ilLocalLevel=0"}},
-    {"IncomingCall",
-     {"sim incomingCall 1002 2005",
-      std::string("await onIncomingCallEvent lineId=1002 callId=1 ") + kCaller +
-          " alertUri= alertInfoParam= alertAutoAnswer=false callType=0 diversionUri= "
-          "diversionName= diversionReason=0 zipAutoAnswer=false resourcePriority=0 "
-          "ilCallLevel=0 ilLocalLevel=0 isVideoCall=false"}},
     {"IncomingPickupCall",
      {"sim colleagueCall 3003 2005",
       std::string("await onIncomingPickupCallEvent lineId=1001 callId=1 ") + kCaller,
       "directedPickupCall 1001 1 3003 1 => sfiSuccess",
       "await onCallStateChangeEvent callId=1 callState=4 reason=11"}},
-    {"FeatureFailed",
+    {"FeaturesRefusedOnAConnectedCall",
      withConnectedCall({"blindTransferCall 1001 1 2003 => sfiFailure",
                         "await onFeatureFailedEvent lineId=1001 callId=1 feature=4 "
-                        "featureFailure=2"})},
-    {"RemoteEndpointDetailsChanged",
-     withConnectedCall({"consultationCall 1001 1 2001 => sfiSuccess",
-                        "await onCallStateChangeEvent callId=2 callState=4",
-                        "conferenceCall 1001 2 1 0 => sfiSuccess",
-                        "await onRemoteEndpointDetailsChangedEvent lineId=1001 callId=2 "
-                        "uri=sip:2001@pbx.example.com name=\"Anna Berg\" exitConf=false "
-                        "jointCall=true",
-                        "RemoveConfParticipant 2 2005 1",
-                        "await onRemoteEndpointDetailsChangedEvent callId=1 exitConf=true "
-                        "jointCall=false"})},
+                        "featureFailure=2",
+                        "activateCallbackBusy 1001 1 => sfiFailureCallBackInvalidState",
+                        "await onCallCompletionFailedEvent lineId=1001 "
+                        "uri=sip:2005@pbx.example.com callCompletionFailureType=1"})},
     {"CallForwarded",
      {"setForwardingConfiguration 1001 0 1 2001 0 0 => sfiSuccess", "sim incomingCall 1001 2005",
       "await onCallForwardedEvent lineId=1001 callId=1 callingParty=sip:2005@pbx.example.com "
@@ -94,7 +85,7 @@ const std::vector<EventCase> kEvents = {
      {"sim cstaEvent 1001 <DeliveredEvent><connection>5</connection></DeliveredEvent>",
       "await onB2buaCSTAEventOrRequest lineURI=1001 "
       "cstaMessage=<DeliveredEvent><connection>5</connection></DeliveredEvent>"}},
-    {"ConferenceStatus",
+    {"ConferenceStatusAndRemoteEndpointDetails",
      withConnectedCall({"consultationCall 1001 1 2001 => sfiSuccess",
                         "await onCallStateChangeEvent callId=2 callState=4",
                         "conferenceCall 1001 2 1 0 => sfiSuccess",
@@ -104,26 +95,29 @@ const std::vector<EventCase> kEvents = {
                         "<display-text>Erik Fischer</display-text></user>"
                         "<user entity=\"sip:2001@pbx.example.com\" state=\"full\">"
                         "<display-text>Anna Berg</display-text></user></users>"
-                        "</conference-info>'"})},
-    {"SecurityStatus",
+                        "</conference-info>'",
+                        "await onRemoteEndpointDetailsChangedEvent lineId=1001 callId=2 "
+                        "uri=sip:2001@pbx.example.com name=\"Anna Berg\" exitConf=false "
+                        "jointCall=true",
+                        "RemoveConfParticipant 2 2005 1",
+                        "await onRemoteEndpointDetailsChangedEvent callId=1 exitConf=true "
+                        "jointCall=false"})},
+    {"CallRecordingAndSecurityStatus",
      withConnectedCall(
-         {"sim recording 1001 1 on", "makeSecurityChangeReinvite 1001 1 1 => sfiSuccess",
+         {"sim recording 1001 1 on",
+          "await onCallRecordingStatusEvent lineId=1001 callId=1 callRecorded=true",
+          "makeSecurityChangeReinvite 1001 1 1 => sfiSuccess",
           "await onSecurityStatusChanged lineURI=1001 callId=1 securityStatus=2 "
           "callIdsRecorded=[1] callLineURIsRecorded='[\"sip:1001@pbx.example.com\"]'"})},
-    {"PreemptionStatus",
-     withConnectedCall({"sim preempt 1001 1 6",
+    {"ImpactLevelAndPreemption",
+     withConnectedCall({"sim impactLevel 1001 1 3 2",
+                        "await onImpactLevelChanged lineURI=1001 callId=1 ilCallLevel=3 "
+                        "ilLocalLevel=2",
+                        "sim preempt 1001 1 6",
                         "await onPreemptionStatusChanged lineURI=1001 callId=1 priority=6 "
                         "cause=1 reason='pre-empted by a call of higher precedence'",
                         "await onCallStateChangeEvent callId=1 callState=0 resourcePriority=6 "
                         "preemptionCause=1"})},
-    {"ImpactLevel",
-     withConnectedCall({"sim impactLevel 1001 1 3 2",
-                        "await onImpactLevelChanged lineURI=1001 callId=1 ilCallLevel=3 "
-                        "ilLocalLevel=2"})},
-    {"CallRecordingStatus",
-     withConnectedCall({"sim recording 1001 1 on",
-                        "await onCallRecordingStatusEvent lineId=1001 callId=1 "
-                        "callRecorded=true"})},
     {"CallCompletion",
      {"outgoingCallMake 1001 7 2003 0 0 0 => sfiSuccess",
       "await onCallStateChangeEvent callId=7 callState=6 reason=3 callBackFeatureAvailable=true",
@@ -132,10 +126,6 @@ const std::vector<EventCase> kEvents = {
       "callCompletionType=1 callCompletionState=1 displayOutcomeCallUI=true",
       "sim calleeFree 2003",
       "await onCallCompletionEvent uri=sip:2003@pbx.example.com callCompletionState=2"}},
-    {"CallCompletionFailed",
-     withConnectedCall({"activateCallbackBusy 1001 1 => sfiFailureCallBackInvalidState",
-                        "await onCallCompletionFailedEvent lineId=1001 "
-                        "uri=sip:2005@pbx.example.com callCompletionFailureType=1"})},
     {"BluetoothAudioStatus",
      {"sim bluetooth 1001 4 1 0 1",
       "await onBluetoothAudioStatusChanged lineId=1001 callId=4 audioEnabled=true "

@@ -1,15 +1,13 @@
 // The kit loses nothing and forgives: it removes only what it made, control commands are
 // never held back by the answer steering they set, a reset returns the simulator to its
-// start, and a refusal reaches the client with its reason.
+// start, and a refusal reaches the client and the simulator's log with its reason.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 
 #include "Client.h"
 #include "SimulatorProcess.h"
@@ -30,12 +28,9 @@ public:
         rmdir(folder.c_str());
     }
     bool untouched() const {
-        std::ifstream file(path);
-        std::ostringstream text;
-        text << file.rdbuf();
         struct stat status {};
         return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-               text.str() == kContent;
+               kit::readFile(path) == kContent;
     }
 
     static constexpr const char* kContent = "the only copy\n";
@@ -43,28 +38,11 @@ public:
     std::string path;
 };
 
-struct ProgramRun {
-    int status = -1;
-    std::string output;
-};
-
-ProgramRun runProgram(const std::string& command) {
-    ProgramRun run;
-    FILE* pipe = popen((command + " 2>&1 </dev/null").c_str(), "r");
-    if (pipe == nullptr) return run;
-    char buffer[256];
-    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
-        run.output += buffer;
-    const int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
-
 TEST(Paths, AFileWhereTheSocketBelongsIsRefusedByNameAndLeftAsItIs) {
     PreciousFile file;
     // Bounded: a simulator that took the path over would listen on it for good.
-    const ProgramRun run =
-        runProgram("timeout 10 " + std::string(SIMULATOR_PATH) + " --socket " + file.path);
+    const kit::ProgramRun run =
+        kit::runProgram("timeout 10 " + std::string(SIMULATOR_PATH) + " --socket " + file.path);
     EXPECT_EQ(run.status, 2) << run.output;
     EXPECT_NE(run.output.find("--socket " + file.path + " exists and is not a socket"),
               std::string::npos)
@@ -72,13 +50,10 @@ TEST(Paths, AFileWhereTheSocketBelongsIsRefusedByNameAndLeftAsItIs) {
     EXPECT_TRUE(file.untouched());
 }
 
-TEST(Paths, AStaleSocketIsTakenOverAndOnlyTheSimulatorsOwnSocketIsRemoved) {
+// A stale socket is taken over: the restart test starts a simulator where one was killed.
+TEST(Paths, OnlyTheSimulatorsOwnSocketIsRemoved) {
     PreciousFile file;
     const std::string socket = file.folder + "/service.sock";
-    {
-        kit::SimulatorProcess crashed({}, socket);
-        crashed.kill(SIGKILL);
-    }
     kit::SimulatorProcess simulator({}, socket);
     EXPECT_NE(simulator.log().find("listening on " + socket), std::string::npos);
 
@@ -141,6 +116,10 @@ TEST(Refusals, ReachTheConsoleWithTheirReasonBesideTheUnchangedResult) {
     // The library sees the service's answer as it always was.
     EXPECT_EQ(client.service().answerCall("1001", 77), sfiFailure);
     EXPECT_EQ(client.host->channel().refusalOfLastRequest(), "call 77 does not exist on line 1001");
+    // The simulator logs them with their reason also without --verbose.
+    EXPECT_TRUE(
+        simulator.waitForLog("AnswerCall -> sfiFailure: call 77 does not exist on line 1001"))
+        << simulator.log();
 }
 
 TEST(Scripts, AreCheckedWholeBeforeTheFirstStepAndTheCheckNeedsNoService) {
@@ -150,7 +129,7 @@ TEST(Scripts, AreCheckedWholeBeforeTheFirstStepAndTheCheckNeedsNoService) {
     kit::SimulatorProcess simulator;
     const std::string console = std::string(CONSOLE_PATH) + " --script " + script;
 
-    ProgramRun run = runProgram(console + " --socket " + simulator.socketPath());
+    kit::ProgramRun run = kit::runProgram(console + " --socket " + simulator.socketPath());
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find(script + ":2: activate gives no result 'sfiSucess'; did you mean "
                                        "'sfiSuccess'?"),
@@ -160,10 +139,10 @@ TEST(Scripts, AreCheckedWholeBeforeTheFirstStepAndTheCheckNeedsNoService) {
     // The start-up probe is client 1; the console never connected.
     EXPECT_EQ(simulator.log().find("client 2"), std::string::npos) << simulator.log();
 
-    run = runProgram(console + " --check --socket /nonexistent/service.sock");
+    run = kit::runProgram(console + " --check --socket /nonexistent/service.sock");
     EXPECT_EQ(run.status, 1) << run.output;
     std::ofstream(script) << "sim incomingCall 1001 2005\nactivate => sfiSuccess\n";
-    run = runProgram(console + " --check --socket /nonexistent/service.sock");
+    run = kit::runProgram(console + " --check --socket /nonexistent/service.sock");
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_NE(run.output.find("every line can run"), std::string::npos) << run.output;
     std::remove(script.c_str());

@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -94,12 +95,7 @@ void SimulatorProcess::kill(int signal) {
     pid = -1;
 }
 
-std::string SimulatorProcess::log() const {
-    std::ifstream file(logPath);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
+std::string SimulatorProcess::log() const { return readFile(logPath); }
 
 bool SimulatorProcess::waitForLog(const std::string& text,
                                   std::chrono::milliseconds timeout) const {
@@ -109,6 +105,25 @@ bool SimulatorProcess::waitForLog(const std::string& text,
         std::this_thread::sleep_for(kPoll);
     }
     return true;
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+ProgramRun runProgram(const std::string& command) {
+    ProgramRun run;
+    FILE* pipe = popen((command + " 2>&1 </dev/null").c_str(), "r");
+    if (pipe == nullptr) return run;
+    char buffer[256];
+    while (std::fgets(buffer, sizeof buffer, pipe) != nullptr)
+        run.output += buffer;
+    const int status = pclose(pipe);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
 }
 
 } // namespace kit

@@ -35,6 +35,17 @@ private:
     pid_t pid = -1;
 };
 
+// The whole content of a file; empty when it cannot be read.
+std::string readFile(const std::string& path);
+
+// A program's exit status (-1 when it did not exit) and what it printed on either stream,
+// run by the shell with no input.
+struct ProgramRun {
+    int status = -1;
+    std::string output;
+};
+ProgramRun runProgram(const std::string& command);
+
 // Milliseconds since the call, for checking that nothing hangs.
 class Stopwatch {
 public:

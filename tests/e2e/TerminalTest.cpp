@@ -10,7 +10,6 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 #include "SimulatorProcess.h"
@@ -78,13 +77,6 @@ private:
     std::size_t seen = 0;
 };
 
-std::string contentOf(const std::string& path) {
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
 TEST(Terminal, CtrlCCancelsTheLineOrTheAwaitAndTwiceAtAnEmptyPromptQuits) {
     kit::SimulatorProcess simulator;
     char pattern[] = "/tmp/comms-home.XXXXXX";
@@ -127,9 +119,9 @@ TEST(Terminal, CtrlCCancelsTheLineOrTheAwaitAndTwiceAtAnEmptyPromptQuits) {
     terminal.type("\x03");
     EXPECT_TRUE(terminal.ended()) << terminal.screen;
 
-    EXPECT_EQ(contentOf(history), "an earlier session's line\necho from the other session\n"
-                                  "await onCallHeldEvent within=20000\n"
-                                  "help onIncomingAssociatedCallEvent\n");
+    EXPECT_EQ(kit::readFile(history), "an earlier session's line\necho from the other session\n"
+                                      "await onCallHeldEvent within=20000\n"
+                                      "help onIncomingAssociatedCallEvent\n");
     std::remove(history.c_str());
     rmdir(home.c_str());
 }
