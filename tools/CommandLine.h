@@ -3,6 +3,8 @@
 // Command-line parsing shared by the kit's programs: every mistake in the options ends
 // the program with status 2 and one line naming the option and what was wrong.
 
+#include <sys/un.h>
+
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <iostream>
@@ -37,6 +39,19 @@ inline CLI::Validator readableFile() {
             return "names no readable file: '" + path + "'";
         },
         "FILE");
+}
+
+// Why the path cannot name a Unix-domain socket; empty when it can. An empty path would
+// name an abstract socket that no other program of the kit could reach.
+inline std::string socketPathProblem(const std::string& path) {
+    constexpr std::size_t kLongest = sizeof(sockaddr_un::sun_path) - 1;
+    if (path.empty()) return "--socket: an empty path names no socket";
+    if (path.size() > kLongest) {
+        return "--socket " + path + ": a path of " + std::to_string(path.size()) +
+               " bytes is longer than the " + std::to_string(kLongest) +
+               " a Unix-domain socket can have";
+    }
+    return {};
 }
 
 // Parses the arguments; help and version requests print and give status 0, mistakes

@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "CommunicationsService/desktop/Host.h"
+#include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/Wire.h"
 
 namespace desktop {
@@ -30,9 +31,14 @@ std::string describe(const std::string& message) {
     const std::string open = "<Method>";
     const std::size_t end = message.find("</Method>");
     if (message.compare(0, open.size(), open) == 0 && end != std::string::npos) {
-        return message.substr(open.size(), end - open.size());
+        return printable(std::string_view(message).substr(open.size(), end - open.size()));
     }
-    return "'" + message.substr(0, 24) + (message.size() > 24 ? "...'" : "'");
+    return "'" + printable(message, 24) + "'";
+}
+
+std::string describe(const Frame& frame) {
+    if (frame.kind == Kind::Control) return "control command '" + printable(frame.text) + "'";
+    return describe(frame.text);
 }
 
 } // namespace
@@ -86,16 +92,15 @@ struct ServiceChannel::Connection {
 
     // Sends a frame that expects an answer; nothing when none came in time.
     std::optional<std::string> exchange(Frame frame, std::chrono::milliseconds timeout) {
-        lastRefusal.clear();
+        if (!fits(frame)) return std::nullopt;
         std::unique_lock<std::mutex> lock(mutex);
         if (lost) return std::nullopt;
+        timeout = std::min(timeout, longestWait);
         frame.id = nextId++;
         const std::uint32_t id = frame.id;
         answers[id];
         if (frame.kind == Kind::Subscribe) subscriptions[frame.channel] = frame.text;
-        const std::string what = frame.kind == Kind::Control
-                                     ? "control command '" + frame.text + "'"
-                                     : describe(frame.text);
+        const std::string what = describe(frame);
         lock.unlock();
         send(std::move(frame));
         lock.lock();
@@ -114,7 +119,7 @@ struct ServiceChannel::Connection {
     }
 
     bool post(Frame frame) {
-        lastRefusal.clear();
+        if (!fits(frame)) return false;
         {
             std::lock_guard<std::mutex> lock(mutex);
             if (lost) return false;
@@ -122,6 +127,15 @@ struct ServiceChannel::Connection {
         }
         send(std::move(frame));
         return true;
+    }
+
+    // A frame over the limit is refused here, where it is made: sent, it would cost the
+    // connection. Why is reported and kept as the refusal of the request.
+    bool fits(const Frame& frame) {
+        lastRefusal = wire::sizeProblem(frame);
+        if (lastRefusal.empty()) return true;
+        report(describe(frame) + " not sent: " + lastRefusal);
+        return false;
     }
 
     bool isLost() const {
@@ -296,6 +310,7 @@ struct ServiceChannel::Connection {
     std::uint32_t nextId = 1;
     bool lost = false;
     bool closing = false;
+    std::chrono::milliseconds longestWait = std::chrono::milliseconds::max();
     // What the connection renews when the service comes back.
     std::string protocol;
     std::map<std::string, std::string> subscriptions;
@@ -358,6 +373,11 @@ int ServiceChannel::setProtocol(const std::string& protocolName) {
 std::string ServiceChannel::control(const std::string& command) {
     return connection->exchange({Kind::Control, 0, {}, command}, connection->defaultTimeout)
         .value_or(std::string());
+}
+
+void ServiceChannel::limitWaits(std::chrono::milliseconds longest) {
+    std::lock_guard<std::mutex> lock(connection->mutex);
+    connection->longestWait = longest;
 }
 
 bool ServiceChannel::connected() const { return !connection->isLost(); }

@@ -48,6 +48,13 @@ std::string encode(const Frame& frame) {
     return out;
 }
 
+std::string sizeProblem(const Frame& frame) {
+    const std::size_t size = kFixedBodySize + frame.channel.size() + frame.text.size();
+    if (size <= kMaxBodySize) return {};
+    return std::string(kindName(frame.kind)) + " of " + std::to_string(size) +
+           " bytes is over the frame limit of " + std::to_string(kMaxBodySize) + " bytes";
+}
+
 std::string defaultSocketPath() {
     const char* runtimeDirectory = std::getenv("XDG_RUNTIME_DIR");
     const std::string directory =
@@ -99,6 +106,11 @@ const char* kindName(Kind kind) {
         return "event";
     }
     return "unknown";
+}
+
+std::string kindWithArticle(Kind kind) {
+    const bool vowel = kind == Kind::Answer || kind == Kind::Event;
+    return std::string(vowel ? "an " : "a ") + kindName(kind);
 }
 
 } // namespace desktop::wire

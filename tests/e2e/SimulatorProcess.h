@@ -20,6 +20,7 @@ public:
     SimulatorProcess& operator=(const SimulatorProcess&) = delete;
 
     const std::string& socketPath() const { return socket; }
+    pid_t processId() const { return pid; }
     std::string log() const;
 
     // Waits until the log holds the text; false after the timeout.

@@ -243,6 +243,8 @@ std::string PhoneService::changeDevices(const std::vector<std::string>& words, b
         return "error: device " + words[1] + (add ? " is already listed" : " is not listed");
     }
     if (add) {
+        if (auto full = tableProblem("the device", devices.size(), false, words[1]))
+            return "error: " + *full;
         devices.push_back(words[1]);
     } else {
         devices.erase(found);

@@ -129,7 +129,10 @@ std::optional<std::string> PhoneService::setLampMode(const ParsedRequest& reques
     if (!knownLine(line)) return refuse(lineProblem(line));
     if (lamp.empty()) return refuse("the request names no lamp");
     if (mode < 0 || mode > 4) return refuse("lamp mode " + std::to_string(mode) + " is not 0 to 4");
-    lampModes[line + "/" + lamp] = mode;
+    const std::string key = line + "/" + lamp;
+    if (auto full = tableProblem("the lamp", lampModes.size(), lampModes.count(key) > 0, lamp))
+        return refuse(*full);
+    lampModes[key] = mode;
     return kSuccess;
 }
 
@@ -152,7 +155,13 @@ std::optional<std::string> PhoneService::securityReinvite(const ParsedRequest& r
 }
 
 std::optional<std::string> PhoneService::setInServiceInitiated(const ParsedRequest& request) {
-    inServiceInitiated[request.text("Line")] = request.flag("IsInServiceInitiatedState");
+    const std::string& line = request.text("Line");
+    if (auto full = tableProblem("the in-service", inServiceInitiated.size(),
+                                 inServiceInitiated.count(line) > 0, line)) {
+        refuse(*full);
+        return std::nullopt;
+    }
+    inServiceInitiated[line] = request.flag("IsInServiceInitiatedState");
     return std::nullopt;
 }
 

@@ -131,6 +131,20 @@ std::string PhoneService::refuse(const std::string& why) {
     return kFailure;
 }
 
+std::optional<std::string> PhoneService::tableProblem(const char* table, std::size_t entries,
+                                                      bool present, const std::string& key) const {
+    if (key.size() > settings.nameBytes) {
+        return std::string(table) + " name of " + std::to_string(key.size()) +
+               " bytes is longer than the limit of " + std::to_string(settings.nameBytes) +
+               " (--max-name-bytes)";
+    }
+    if (!present && entries >= settings.tableEntries) {
+        return std::string(table) + " table is full: " + std::to_string(entries) +
+               " entries, the limit (--max-table-entries)";
+    }
+    return std::nullopt;
+}
+
 std::string PhoneService::lineProblem(const std::string& line) const {
     if (line.empty()) return "the request names no line";
     return "line '" + line + "' does not exist (lines are " + joinFrom(settings.lines, 0) + ")";

@@ -35,6 +35,10 @@ struct ServiceSettings {
     std::string domain = "pbx.example.com";
     // How long a far end rings before it answers or a missed caller gives up.
     std::chrono::milliseconds ringTime{300};
+    // What the tables keyed by a client's text (lamps, devices, feature call identifiers,
+    // in-service flags) may hold: entries each, and the longest key.
+    std::size_t tableEntries = 10000;
+    std::size_t nameBytes = 256;
 };
 
 // Causes in "<Reason>" (CSTA event causes).
@@ -220,6 +224,9 @@ private:
 
     // Notes why the request is refused and gives the failure answer.
     std::string refuse(const std::string& why);
+    // Why the table cannot take the key: it is too long, or new to a table that is full.
+    std::optional<std::string> tableProblem(const char* table, std::size_t entries, bool present,
+                                            const std::string& key) const;
     // Why no call with this identifier exists on the line.
     std::string missingCall(const std::string& line, int id) const;
     std::string lineProblem(const std::string& line) const;

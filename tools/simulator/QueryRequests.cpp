@@ -101,7 +101,11 @@ std::optional<std::string> PhoneService::serverFeatures(const ParsedRequest& req
 }
 
 std::optional<std::string> PhoneService::callbackFeatureCallId(const ParsedRequest& request) {
-    featureCallIds[request.text("CallID")] = request.number("instanceId");
+    const std::string& callId = request.text("CallID");
+    if (auto full = tableProblem("the feature call", featureCallIds.size(),
+                                 featureCallIds.count(callId) > 0, callId))
+        return refuse(*full);
+    featureCallIds[callId] = request.number("instanceId");
     return kSuccess;
 }
 

@@ -60,9 +60,19 @@ public:
 
     void start() { readHeader(); }
 
+    // The frame must fit the frame limit. A client whose outbox would pass its limit has
+    // stopped reading: it is disconnected rather than left to grow.
     void send(const Frame& frame) {
         if (!socket.is_open()) return;
-        outbox.push_back(desktop::wire::encode(frame));
+        std::string bytes = desktop::wire::encode(frame);
+        const std::size_t limit = server.limits.outboxBytes;
+        if (!outbox.empty() && waitingBytes + bytes.size() > limit) {
+            return close("fell behind: " + std::to_string(waitingBytes + bytes.size()) +
+                         " bytes would wait to be written, more than the outbox limit of " +
+                         std::to_string(limit) + " (--max-outbox-bytes); disconnected");
+        }
+        waitingBytes += bytes.size();
+        outbox.push_back(std::move(bytes));
         if (outbox.size() == 1) writeNext();
     }
 
@@ -70,6 +80,8 @@ public:
         if (!socket.is_open()) return;
         asio::error_code ignored;
         socket.close(ignored);
+        outbox.clear();
+        waitingBytes = 0;
         server.log("client " + std::to_string(number) + " " + reason);
         server.forget(number);
     }
@@ -83,6 +95,10 @@ public:
     std::optional<std::string> forcedAnswer;
 
 private:
+    // A body is read as its bytes arrive, a piece at a time: a header alone reserves
+    // nothing, whatever size it announces.
+    static constexpr std::size_t kReadPiece = 16 * 1024;
+
     void readHeader() {
         asio::async_read(socket, asio::buffer(header),
                          [self = shared_from_this()](const asio::error_code& error, std::size_t) {
@@ -95,24 +111,33 @@ private:
                                                     std::to_string(desktop::wire::kMaxBodySize) +
                                                     "; disconnected");
                              }
-                             self->body.resize(size);
+                             self->bodySize = size;
+                             self->body.clear();
                              self->readBody();
                          });
     }
 
     void readBody() {
-        asio::async_read(
-            socket, asio::buffer(body),
-            [self = shared_from_this()](const asio::error_code& error, std::size_t) {
+        if (body.size() == bodySize) return bodyRead();
+        const std::size_t had = body.size();
+        body.resize(std::min<std::size_t>(bodySize, had + kReadPiece));
+        socket.async_read_some(
+            asio::buffer(&body[had], body.size() - had),
+            [self = shared_from_this(), had](const asio::error_code& error, std::size_t got) {
                 if (error) return self->readFailed(error);
-                std::string problem;
-                std::optional<Frame> frame = desktop::wire::decode(self->body, problem);
-                if (!frame) {
-                    return self->close("sent a malformed frame (" + problem + "); disconnected");
-                }
-                self->server.received(self, std::move(*frame));
-                if (self->socket.is_open()) self->readHeader();
+                self->body.resize(had + got);
+                self->readBody();
             });
+    }
+
+    void bodyRead() {
+        std::string problem;
+        std::optional<Frame> frame = desktop::wire::decode(body, problem);
+        // A large frame's buffer is not kept for the next, small ones.
+        if (body.capacity() > kReadPiece) std::string().swap(body);
+        if (!frame) return close("sent a malformed frame (" + problem + "); disconnected");
+        server.received(shared_from_this(), std::move(*frame));
+        if (socket.is_open()) readHeader();
     }
 
     void readFailed(const asio::error_code& error) {
@@ -124,22 +149,25 @@ private:
         asio::async_write(socket, asio::buffer(outbox.front()),
                           [self = shared_from_this()](const asio::error_code& error, std::size_t) {
                               if (error) {
-                                  self->outbox.clear();
                                   return self->close("could not be written to: " + error.message());
                               }
+                              self->waitingBytes -= self->outbox.front().size();
                               self->outbox.pop_front();
                               if (!self->outbox.empty()) self->writeNext();
                           });
     }
 
     std::array<unsigned char, desktop::wire::kHeaderSize> header{};
+    std::uint32_t bodySize = 0;
     std::string body;
     std::deque<std::string> outbox;
+    std::size_t waitingBytes = 0;
 };
 
-Server::Server(asio::io_context& context, std::string path, Log logger, bool verboseLog)
+Server::Server(asio::io_context& context, std::string path, Log logger, bool verboseLog,
+               ClientLimits clientLimits)
     : io(context), socketPath(std::move(path)), log(std::move(logger)), verbose(verboseLog),
-      acceptor(context) {
+      limits(clientLimits), acceptor(context), acceptRetry(context) {
     claimSocketPath(io, socketPath);
     asio::local::stream_protocol::endpoint endpoint(socketPath);
     try {
@@ -164,6 +192,7 @@ void Server::stop() {
     if (!acceptor.is_open()) return;
     asio::error_code ignored;
     acceptor.close(ignored);
+    acceptRetry.cancel();
     // Whatever replaced the socket file since is someone else's.
     if (boundSocket && socketIdentity(socketPath) == boundSocket) ::unlink(socketPath.c_str());
     for (auto& [number, session] : std::map<int, std::shared_ptr<Session>>(sessions)) {
@@ -174,10 +203,12 @@ void Server::stop() {
 
 void Server::accept() {
     acceptor.async_accept([this](const asio::error_code& error, Socket socket) {
-        if (error) {
-            if (error != asio::error::operation_aborted)
-                log("accepting failed: " + error.message());
-            return;
+        if (error == asio::error::operation_aborted) return;
+        if (error) return acceptFailed(error);
+        if (acceptFailures > 0) {
+            log("accepting again after " + std::to_string(acceptFailures) + " failed attempt" +
+                (acceptFailures == 1 ? "" : "s"));
+            acceptFailures = 0;
         }
         const int number = nextSessionNumber++;
         auto session = std::make_shared<Session>(*this, std::move(socket), number);
@@ -185,6 +216,20 @@ void Server::accept() {
         log("client " + std::to_string(number) + " connected");
         session->start();
         accept();
+    });
+}
+
+void Server::acceptFailed(const asio::error_code& error) {
+    constexpr std::chrono::milliseconds kFirstWait{10};
+    constexpr std::chrono::milliseconds kLongestWait{500};
+    if (acceptFailures == 0) {
+        log("accepting failed: " + error.message() +
+            "; trying again until it works (clients wait meanwhile)");
+    }
+    const unsigned doublings = std::min(acceptFailures++, 6u);
+    acceptRetry.expires_after(std::min(kFirstWait * (1 << doublings), kLongestWait));
+    acceptRetry.async_wait([this](const asio::error_code& cancelled) {
+        if (!cancelled && acceptor.is_open()) accept();
     });
 }
 
@@ -204,6 +249,11 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         holdingEvents = true;
         // Answer steering is for service requests: control commands are answered at once.
         std::string reply = control(frame.text, session.get());
+        if (std::string problem = desktop::wire::sizeProblem({Kind::Answer, 0, {}, reply});
+            !problem.empty()) {
+            log(client + " control '" + frame.text + "' -> error: " + problem);
+            reply = "error: " + problem;
+        }
         if (verbose) log(client + " control '" + frame.text + "' -> " + reply);
         answer(session, frame.id, std::move(reply), std::chrono::milliseconds(0));
         flushEvents();
@@ -218,7 +268,7 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         return;
     case Kind::Answer:
     case Kind::Event:
-        session->close(std::string("sent a ") + desktop::wire::kindName(frame.kind) +
+        session->close("sent " + desktop::wire::kindWithArticle(frame.kind) +
                        " frame, which only the service sends; disconnected");
         return;
     }
@@ -254,8 +304,17 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     }
     if (subscription) {
         if (frame.channel.empty()) return refuse("Subscribe for an empty channel name");
+        if (frame.channel.size() > limits.channelNameBytes) {
+            return refuse("a channel name of " + std::to_string(frame.channel.size()) +
+                          " bytes is longer than the limit of " +
+                          std::to_string(limits.channelNameBytes) + " (--max-name-bytes)");
+        }
         auto& channels = session->channels;
         if (std::find(channels.begin(), channels.end(), frame.channel) == channels.end()) {
+            if (channels.size() >= limits.channels) {
+                return refuse("this client already has " + std::to_string(channels.size()) +
+                              " channels, the limit (--max-channels)");
+            }
             channels.push_back(frame.channel);
         }
         log(client + " subscribed channel '" + frame.channel + "'");
@@ -276,6 +335,10 @@ void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, s
                     std::chrono::milliseconds delay, const std::string& refusal) {
     // The answer text stays the service's; why it refused rides in the channel field.
     Frame frame{Kind::Answer, id, refusal, std::move(text)};
+    if (std::string problem = desktop::wire::sizeProblem(frame); !problem.empty()) {
+        log("client " + std::to_string(session->number) + " -> refused: " + problem);
+        frame = {Kind::Answer, id, problem, {}};
+    }
     if (delay.count() == 0) return session->send(frame);
     auto timer = std::make_shared<asio::steady_timer>(io, delay);
     timer->async_wait([timer, session, frame](const asio::error_code&) { session->send(frame); });
@@ -287,11 +350,22 @@ void Server::publish(const std::string& event) {
         return;
     }
     if (verbose) log("event " + event);
-    for (auto& [number, session] : sessions) {
-        for (const std::string& channel : session->channels) {
-            session->send({Kind::Event, 0, channel, event});
+    // Sending may disconnect a client that fell behind, which takes it out of the sessions.
+    std::vector<std::shared_ptr<Session>> receivers;
+    for (const auto& [number, session] : sessions)
+        receivers.push_back(session);
+    std::string tooLarge;
+    for (const std::shared_ptr<Session>& session : receivers) {
+        for (const std::string& channel : std::vector<std::string>(session->channels)) {
+            const Frame frame{Kind::Event, 0, channel, event};
+            if (std::string problem = desktop::wire::sizeProblem(frame); !problem.empty()) {
+                tooLarge = problem;
+                continue;
+            }
+            session->send(frame);
         }
     }
+    if (!tooLarge.empty()) log("not sent: " + tooLarge + ": " + event);
 }
 
 void Server::flushEvents() {

@@ -23,9 +23,22 @@ namespace simulator {
 
 using Log = std::function<void(const std::string& line)>;
 
+// What one client may hold in the server; a client that goes past a limit is refused or,
+// for its outbox, disconnected, so that no client can make the others wait or the
+// simulator grow without bound.
+struct ClientLimits {
+    // Bytes of answers and events waiting to be written to a client that does not read.
+    std::size_t outboxBytes = 16u << 20;
+    std::size_t channels = 64;
+    // The longest channel name a client may subscribe.
+    std::size_t channelNameBytes = 256;
+};
+
 class Server : public EventSink, public Scheduler {
 public:
-    Server(asio::io_context& io, std::string socketPath, Log log, bool verbose);
+    // The log gets the clients' bytes as they are: it must escape them itself.
+    Server(asio::io_context& io, std::string socketPath, Log log, bool verbose,
+           ClientLimits limits = {});
     ~Server() override;
 
     // Starts accepting; the service must outlive the server.
@@ -45,6 +58,7 @@ private:
     friend class Session;
 
     void accept();
+    void acceptFailed(const asio::error_code& error);
     void received(const std::shared_ptr<Session>& session, desktop::wire::Frame frame);
     void serveRequest(const std::shared_ptr<Session>& session, const desktop::wire::Frame& frame);
     std::string control(const std::string& command, Session* session);
@@ -59,7 +73,12 @@ private:
     std::optional<std::pair<dev_t, ino_t>> boundSocket;
     Log log;
     bool verbose;
+    const ClientLimits limits;
     asio::local::stream_protocol::acceptor acceptor;
+    // Accepting fails in episodes (no descriptors left, for one); each is logged once and
+    // accepting is tried again, at growing intervals, until it works.
+    asio::steady_timer acceptRetry;
+    unsigned acceptFailures = 0;
     PhoneService* service = nullptr;
     std::map<int, std::shared_ptr<Session>> sessions;
     int nextSessionNumber = 1;

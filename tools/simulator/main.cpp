@@ -4,12 +4,12 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
-#include <fstream>
 #include <iostream>
-#include <sstream>
 
 #include "../CommandLine.h"
+#include "../ReadInput.h"
 #include "CommunicationsService/Version.h"
+#include "CommunicationsService/desktop/Printable.h"
 #include "ControlScript.h"
 #include "PhoneService.h"
 #include "Server.h"
@@ -27,14 +27,11 @@ std::vector<std::string> splitLines(const std::string& text) {
     return names;
 }
 
-void logLine(const std::string& line) { std::cerr << "simulator: " << line << std::endl; }
-
-std::string readFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) throw std::runtime_error("cannot read script " + path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
+// Clients' bytes reach the log in many lines; escaped here, none can forge a line or
+// steer the terminal that shows the log.
+constexpr std::size_t kLogLineLimit = 1000;
+void logLine(const std::string& line) {
+    std::cerr << "simulator: " << desktop::printable(line, kLogLineLimit) << std::endl;
 }
 
 // Runs the steps one after another, each after its wait, on the server's timers.
@@ -60,6 +57,11 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
     std::string command;
     for (const std::string& word : words)
         command += (command.empty() ? "" : " ") + word;
+    const desktop::wire::Frame request{desktop::wire::Kind::Control, 1, {}, command};
+    if (const std::string problem = desktop::wire::sizeProblem(request); !problem.empty()) {
+        std::cerr << "comms-simulator: not sent: " << problem << "\n";
+        return 2;
+    }
     asio::io_context io;
     asio::local::stream_protocol::socket socket(io);
     asio::error_code error;
@@ -69,7 +71,6 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
                   << "\n";
         return 2;
     }
-    const desktop::wire::Frame request{desktop::wire::Kind::Control, 1, {}, command};
     asio::write(socket, asio::buffer(desktop::wire::encode(request)), error);
     std::array<unsigned char, desktop::wire::kHeaderSize> header{};
     if (!error) asio::read(socket, asio::buffer(header), error);
@@ -86,7 +87,7 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
                   << (error ? error.message() : problem) << "\n";
         return 2;
     }
-    std::cout << answer->text << "\n";
+    std::cout << desktop::terminalSafe(answer->text) << "\n";
     return answer->text.compare(0, 2, "ok") == 0 ? 0 : 1;
 }
 
@@ -99,6 +100,7 @@ int main(int argc, char** argv) {
     int ringTime = static_cast<int>(settings.ringTime.count());
     std::string scriptPath;
     bool verbose = false;
+    simulator::ClientLimits limits;
     app.add_option("-s,--socket", socketPath, "Unix-domain socket to listen on")
         ->capture_default_str();
     // Read whole and split here: an empty name between commas is a mistake to report.
@@ -114,6 +116,22 @@ int main(int argc, char** argv) {
     app.add_option("--script", scriptPath, "Control script of timed steps to run once serving")
         ->check(kit::readableFile());
     app.add_flag("-v,--verbose", verbose, "Log every request, answer and event");
+    app.add_option("--max-outbox-bytes", limits.outboxBytes,
+                   "Bytes waiting to be written to one client; a client that falls further "
+                   "behind is disconnected")
+        ->check(CLI::Range(std::size_t{1} << 16, std::size_t{1} << 32))
+        ->capture_default_str();
+    app.add_option("--max-channels", limits.channels, "Channels one client may subscribe")
+        ->check(CLI::Range(1, 1 << 20))
+        ->capture_default_str();
+    app.add_option("--max-name-bytes", settings.nameBytes,
+                   "Longest channel, lamp, device or call name a client may have kept")
+        ->check(CLI::Range(1, 1 << 22))
+        ->capture_default_str();
+    app.add_option("--max-table-entries", settings.tableEntries,
+                   "Entries the lamp, device, feature call and in-service tables may hold each")
+        ->check(CLI::Range(1, 1 << 24))
+        ->capture_default_str();
     app.set_version_flag("--version", "comms-simulator " COMMUNICATIONS_SERVICE_VERSION);
 
     std::vector<std::string> controlWords;
@@ -134,10 +152,15 @@ int main(int argc, char** argv) {
                          "(the command 'help' lists them)\n";
             return 2;
         }
-        return sendControl(socketPath, controlWords);
     }
+    if (const std::string problem = kit::socketPathProblem(socketPath); !problem.empty()) {
+        std::cerr << "comms-simulator: " << problem << "\n";
+        return 2;
+    }
+    limits.channelNameBytes = settings.nameBytes;
 
     try {
+        if (*controlCommand) return sendControl(socketPath, controlWords);
         settings.lines = splitLines(lines);
         for (const std::string& line : settings.lines) {
             if (std::count(settings.lines.begin(), settings.lines.end(), line) > 1)
@@ -153,12 +176,13 @@ int main(int argc, char** argv) {
         }
         std::vector<simulator::ScriptStep> steps;
         if (!scriptPath.empty())
-            steps = simulator::parseControlScript(readFile(scriptPath), scriptPath);
+            steps = simulator::parseControlScript(
+                kit::readInput(scriptPath, std::chrono::seconds(10)), scriptPath);
         settings.ringTime = std::chrono::milliseconds(ringTime);
 
         std::signal(SIGPIPE, SIG_IGN);
         asio::io_context io;
-        simulator::Server server(io, socketPath, logLine, verbose);
+        simulator::Server server(io, socketPath, logLine, verbose, limits);
         simulator::PhoneService service(settings, server, server);
         asio::signal_set stopSignals(io, SIGINT, SIGTERM);
         stopSignals.async_wait([&](const asio::error_code& error, int) {

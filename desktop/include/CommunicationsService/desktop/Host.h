@@ -74,6 +74,9 @@ public:
     // A command for the service simulator; returns its answer, or "" when none came.
     std::string control(const std::string& command);
 
+    // From now on no request waits longer than this, whatever time-out it asks for.
+    void limitWaits(std::chrono::milliseconds longest);
+
     bool connected() const;
 
     // Why the service refused the last request or command this thread sent, as the

@@ -38,6 +38,10 @@ constexpr std::uint32_t kMaxBodySize = 4u << 20;
 // The whole frame, header included.
 std::string encode(const Frame& frame);
 
+// Why the frame cannot be sent, naming its size and the limit; empty when it fits. Both
+// sides check before sending, so that what is too big is refused where it is made.
+std::string sizeProblem(const Frame& frame);
+
 // The body size announced by a header of kHeaderSize bytes.
 std::uint32_t bodySize(const unsigned char* header);
 
@@ -50,5 +54,8 @@ std::string defaultSocketPath();
 
 // A readable name of the kind for log lines ("request", "event", ...).
 const char* kindName(Kind kind);
+
+// The name with its article: "a request", "an event".
+std::string kindWithArticle(Kind kind);
 
 } // namespace desktop::wire
