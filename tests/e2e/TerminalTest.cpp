@@ -126,4 +126,22 @@ TEST(Terminal, CtrlCCancelsTheLineOrTheAwaitAndTwiceAtAnEmptyPromptQuits) {
     rmdir(home.c_str());
 }
 
+TEST(Terminal, AHistoryThatCannotBeWrittenIsReportedOnce) {
+    kit::SimulatorProcess simulator;
+    Terminal terminal(simulator.socketPath(), "/nonexistent/home");
+    ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
+    terminal.type("echo one\r");
+    ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
+    terminal.type("echo two\r");
+    ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
+    terminal.type("\x04");
+    EXPECT_TRUE(terminal.shows("! history /nonexistent/home/.comms_console_history could not be "
+                               "written (No such file or directory); this session's lines are "
+                               "not kept"))
+        << terminal.screen;
+    EXPECT_TRUE(terminal.ended());
+    EXPECT_EQ(terminal.screen.find("could not be written"),
+              terminal.screen.rfind("could not be written"));
+}
+
 } // namespace

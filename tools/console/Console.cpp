@@ -4,6 +4,7 @@
 #include <map>
 #include <stdexcept>
 
+#include "CommunicationsService/desktop/Printable.h"
 #include "LineCheck.h"
 #include "Operations.h"
 
@@ -161,7 +162,7 @@ bool Console::runOperation(const std::vector<std::string>& words) {
     if (!outputs.empty())
         shown += outputsValid ? " " + outputs : " (outputs not valid: " + outputs + ")";
     const std::string refusal = settings.refusal ? settings.refusal() : std::string();
-    if (!refusal.empty()) shown += " (refused: " + refusal + ")";
+    if (!refusal.empty()) shown += " (refused: " + desktop::printable(refusal) + ")";
     // Without a connection every answer is empty, and some queries read an empty answer as
     // success; the marker keeps such a result from passing for the service's.
     if (settings.connected && !settings.connected()) {

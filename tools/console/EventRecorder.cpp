@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "CallStates.h"
+#include "CommunicationsService/desktop/Printable.h"
 
 namespace console {
 
@@ -16,15 +17,13 @@ std::optional<std::string> argumentOf(const RecordedEvent& event, const std::str
 }
 
 std::string displayValue(const std::string& value) {
-    if (!value.empty() && value.find_first_of(" \t\n\"") == std::string::npos) return value;
+    // The service's bytes, and long ones cut, so that no value can steer the terminal.
+    const std::string shown = desktop::printable(value);
+    if (!shown.empty() && shown.find_first_of(" \"") == std::string::npos) return shown;
     std::string quoted = "\"";
-    for (const char byte : value) {
-        if (byte == '"' || byte == '\\') quoted.push_back('\\');
-        if (byte == '\n') {
-            quoted += "\\n";
-        } else {
-            quoted.push_back(byte);
-        }
+    for (const char byte : shown) {
+        if (byte == '"') quoted.push_back('\\');
+        quoted.push_back(byte);
     }
     return quoted + "\"";
 }

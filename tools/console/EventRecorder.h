@@ -25,7 +25,8 @@ std::optional<std::string> argumentOf(const RecordedEvent& event, const std::str
 // carry their names: "callState=4 (connected)".
 std::string describe(const RecordedEvent& event);
 
-// Shows a value the way the console prints it: quoted when empty or holding blanks.
+// Shows a value the way the console prints it: escaped and cut like any peer's text, and
+// quoted when empty or holding blanks.
 std::string displayValue(const std::string& value);
 
 class EventRecorder : public communications::testing::CallbackRecorder {

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
 #include "Console.h"
 #include "ControlCommandNames.h"
@@ -32,13 +33,18 @@ std::size_t editDistance(const std::string& from, const std::string& to) {
     return previous[to.size()];
 }
 
+// A word of the line as a message shows it: quoted, escaped, and cut when long.
+std::string quoted(const std::string& word) {
+    return "'" + desktop::printable(word, kEchoLimit) + "'";
+}
+
 bool known(const std::string& name, const std::vector<std::string>& names) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
 std::string unknown(const std::string& what, const std::string& word,
                     const std::vector<std::string>& names) {
-    return "no " + what + " '" + word + "'" + didYouMean(word, names);
+    return "no " + what + " " + quoted(word) + didYouMean(word, names);
 }
 
 std::vector<std::string> operationNames() {
@@ -56,7 +62,7 @@ std::optional<std::string> checkAwait(const std::vector<std::string>& words) {
     for (std::size_t i = 2; i < words.size(); ++i) {
         const std::size_t equals = words[i].find('=');
         if (equals == std::string::npos || equals == 0)
-            return "await: '" + words[i] + "' is not name=value";
+            return "await: " + quoted(words[i]) + " is not name=value";
         const std::string name = words[i].substr(0, equals);
         const std::string value = words[i].substr(equals + 1);
         if (name == "within") {
@@ -65,10 +71,10 @@ std::optional<std::string> checkAwait(const std::vector<std::string>& words) {
                 std::from_chars(value.data(), value.data() + value.size(), milliseconds);
             if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() ||
                 milliseconds < 0) {
-                return "await: within= takes milliseconds, not '" + value + "'";
+                return "await: within= takes milliseconds, not " + quoted(value);
             }
         } else if (!known(name, *arguments)) {
-            return "await: " + words[1] + " has no argument '" + name + "'" +
+            return "await: " + words[1] + " has no argument " + quoted(name) +
                    didYouMean(name, *arguments);
         }
     }
@@ -95,12 +101,12 @@ std::optional<std::string> checkOperation(const std::vector<std::string>& words)
         const std::size_t equals = word->find('=');
         if (equals == std::string::npos || equals == 0) {
             if (!known(*word, operation->results)) {
-                return std::string(operation->name) + " gives no result '" + *word + "'" +
+                return std::string(operation->name) + " gives no result " + quoted(*word) +
                        didYouMean(*word, operation->results);
             }
         } else if (const std::string name = word->substr(0, equals);
                    !known(name, operation->outputs)) {
-            return std::string(operation->name) + " has no output '" + name + "'" +
+            return std::string(operation->name) + " has no output " + quoted(name) +
                    didYouMean(name, operation->outputs);
         }
     }
@@ -113,6 +119,10 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
     const std::string* best = nullptr;
     std::size_t bestDistance = std::max<std::size_t>(2, word.size() / 3) + 1;
     for (const std::string& name : names) {
+        // The distance is at least the difference in length: a word far longer than every
+        // name costs nothing to turn down.
+        const std::size_t shorter = std::min(word.size(), name.size());
+        if (std::max(word.size(), name.size()) - shorter >= bestDistance) continue;
         const std::size_t distance = editDistance(word, name);
         if (distance < bestDistance) {
             best = &name;

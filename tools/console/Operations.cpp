@@ -7,6 +7,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/protocol/Requests.h"
 
 namespace console {
@@ -319,7 +320,8 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
         if (problem != nullptr) {
             throw std::invalid_argument(std::string(operation.name) + ": <" +
                                         std::string(parameter.name) + "> must be " + problem +
-                                        ", not '" + word + "': " + usage(operation));
+                                        ", not '" + desktop::printable(word, kEchoLimit) +
+                                        "': " + usage(operation));
         }
     }
     return Arguments(words);

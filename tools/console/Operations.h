@@ -14,6 +14,9 @@
 
 namespace console {
 
+// How much of a word of a line a message shows.
+constexpr std::size_t kEchoLimit = 64;
+
 enum class Kind {
     Text,         // any word
     Integer,      // a 32-bit decimal number (also enumeration values)

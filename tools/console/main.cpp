@@ -2,6 +2,7 @@
 // subscribes, then runs one operation per line from a terminal (with line editing and
 // history) or from a script.
 
+#include <fcntl.h>
 #include <poll.h>
 #include <readline/history.h>
 #include <readline/readline.h>
@@ -16,16 +17,17 @@
 #include <cstring>
 #include <deque>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <mutex>
 #include <sstream>
 
 #include "../CommandLine.h"
+#include "../ReadInput.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "CommunicationsService/Version.h"
 #include "CommunicationsService/desktop/Framework.h"
 #include "CommunicationsService/desktop/Host.h"
+#include "CommunicationsService/desktop/Printable.h"
 #include "Console.h"
 #include "LineCheck.h"
 #include "Operations.h"
@@ -40,9 +42,10 @@ public:
         if (atTerminal && pipe(wakePipe) != 0) atTerminal = false;
     }
 
+    // Whatever a line holds, nothing in it steers the terminal.
     void printNow(const std::string& line) {
         std::lock_guard<std::mutex> lock(mutex);
-        std::cout << line << std::endl;
+        std::cout << desktop::terminalSafe(line) << std::endl;
     }
 
     void printFromAnyThread(const std::string& line) {
@@ -207,14 +210,32 @@ bool usableHistory(const std::string& path, Output& output) {
     return false;
 }
 
-void saveHistory(const std::string& path) {
+// This session's lines go on the end in one write. When that fails (no such folder, no
+// permission, a full disk) the file is cut back to what it held, so no torn line is left,
+// and the failure is reported.
+void saveHistory(const std::string& path, Output& output) {
     if (linesThisSession == 0) return;
+    std::string lines;
+    HIST_ENTRY** entries = history_list();
+    for (int i = std::max(0, history_length - linesThisSession); i < history_length; ++i)
+        lines += std::string(entries[i]->line) + "\n";
+    const auto failed = [&](int error) {
+        output.printNow("! history " + path + " could not be written (" + std::strerror(error) +
+                        "); this session's lines are not kept");
+    };
+    const int file =
+        open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (file < 0) return failed(errno);
     struct stat status {};
-    if (lstat(path.c_str(), &status) != 0) {
-        write_history(path.c_str());
-    } else if (S_ISREG(status.st_mode)) {
-        append_history(linesThisSession, path.c_str());
+    if (fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+        const ssize_t written = write(file, lines.data(), lines.size());
+        if (written != static_cast<ssize_t>(lines.size())) {
+            const int error = written < 0 ? errno : ENOSPC;
+            [[maybe_unused]] const int restored = ftruncate(file, status.st_size);
+            failed(error);
+        }
     }
+    close(file);
 }
 
 int runTerminal(console::Console& console, Output& output) {
@@ -234,7 +255,7 @@ int runTerminal(console::Console& console, Output& output) {
         if (sources[1].revents != 0) output.flushAroundPrompt();
         if (sources[0].revents != 0) rl_callback_read_char();
     }
-    if (!history.empty()) saveHistory(history);
+    if (!history.empty()) saveHistory(history, output);
     // Like a script, a session with a failed line says so in its exit status.
     return anyCheckFailed ? 1 : 0;
 }
@@ -309,20 +330,29 @@ int main(int argc, char** argv) {
                  "Check the script (--script, else standard input) without connecting");
     if (const std::optional<int> status = kit::parse(app, "comms-console", argc, argv))
         return *status;
+    if (const std::string problem = kit::socketPathProblem(options.socketPath); !problem.empty()) {
+        std::cerr << "comms-console: " << problem << "\n";
+        return 2;
+    }
+    // Like a program's name, a plug-in named without a folder is looked for here, not in
+    // the system's library folders.
+    if (options.pluginPath.find('/') == std::string::npos)
+        options.pluginPath = "./" + options.pluginPath;
 
     const bool terminal = !checkOnly && scriptPath.empty() && isatty(STDIN_FILENO) != 0;
     // A script is checked whole before anything connects or runs.
     std::string script;
     const std::string source = scriptPath.empty() ? "standard input" : scriptPath;
     if (!terminal) {
-        std::ifstream file;
-        if (!scriptPath.empty()) file.open(scriptPath);
-        std::ostringstream text;
-        text << (scriptPath.empty() ? std::cin.rdbuf() : file.rdbuf());
-        script = text.str();
+        try {
+            script = kit::readInput(scriptPath, std::chrono::milliseconds(answerTimeout));
+        } catch (const std::runtime_error& error) {
+            std::cerr << "comms-console: " << desktop::terminalSafe(error.what()) << "\n";
+            return 2;
+        }
         const std::vector<std::string> problems = console::checkScript(script, source);
         for (const std::string& problem : problems)
-            std::cout << "! " << problem << "\n";
+            std::cout << "! " << desktop::terminalSafe(problem) << "\n";
         if (!problems.empty()) {
             std::cout << "! " << source << ": " << problems.size() << " line"
                       << (problems.size() == 1 ? "" : "s") << " cannot run; nothing was run\n";
@@ -341,10 +371,13 @@ int main(int argc, char** argv) {
     });
     desktop::setLogging(logging);
     options.answerTimeout = std::chrono::milliseconds(answerTimeout);
-    options.report = [&](const std::string& line) { output.printFromAnyThread("! host: " + line); };
+    options.report = [&](const std::string& line) {
+        output.printFromAnyThread("! host: " + desktop::printable(line, 1000));
+    };
 
     try {
         desktop::Host host(options);
+        host.channel().limitWaits(options.answerTimeout);
         host.attach(recorder, channelName);
         const int subscribed = host.service().subscribe(&recorder);
         if (subscribed != sfiSuccess) {
@@ -372,7 +405,7 @@ int main(int argc, char** argv) {
         }
         return runScript(console, script, source, output);
     } catch (const std::exception& error) {
-        std::cerr << "comms-console: " << error.what() << "\n";
+        std::cerr << "comms-console: " << desktop::terminalSafe(error.what()) << "\n";
         return 2;
     }
 }
