@@ -117,10 +117,12 @@ std::optional<std::string> checkOperation(const std::vector<std::string>& words)
 
 std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
     const std::string* best = nullptr;
-    std::size_t bestDistance = std::max<std::size_t>(2, word.size() / 3) + 1;
+    // A third of the word may be mistyped, yet never more than a few letters: a long word
+    // far from every name suggests nothing, and costs no time to turn down.
+    constexpr std::size_t kMostEdits = 5;
+    std::size_t bestDistance = std::clamp<std::size_t>(word.size() / 3, 2, kMostEdits) + 1;
     for (const std::string& name : names) {
-        // The distance is at least the difference in length: a word far longer than every
-        // name costs nothing to turn down.
+        // The distance is at least the difference in length.
         const std::size_t shorter = std::min(word.size(), name.size());
         if (std::max(word.size(), name.size()) - shorter >= bestDistance) continue;
         const std::size_t distance = editDistance(word, name);
