@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/Wire.h"
 
 namespace {
@@ -30,6 +31,44 @@ TEST(Wire, RejectsBodiesThatAreNotFrames) {
         EXPECT_FALSE(decode(body, error));
         EXPECT_EQ(error, expected);
     }
+}
+
+TEST(Wire, AFrameOverTheLimitIsRefusedByItsSizeOnly) {
+    const std::size_t fixed = 9;
+    Frame frame{Kind::Answer, 1, "why", std::string(kMaxBodySize - fixed - 3, 'a')};
+    EXPECT_EQ(sizeProblem(frame), "");
+    frame.text.push_back('a');
+    EXPECT_EQ(sizeProblem(frame),
+              "answer of 4194305 bytes is over the frame limit of 4194304 bytes");
+}
+
+struct Shown {
+    std::string text;
+    std::size_t limit;
+    std::string printable;
+};
+
+TEST(Printable, EscapesWhatCouldSteerATerminalAndCutsWithTheLength) {
+    const std::vector<Shown> cases = {
+        {"plain text, caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80", 100,
+         "plain text, caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"},
+        {"a\nb\tc\rd\\e", 100, "a\\nb\\tc\\rd\\\\e"},
+        {std::string("\0\x1b[2J\x7f", 6), 100, "\\x00\\x1b[2J\\x7f"},
+        // C1 controls, a lone continuation byte, bytes never in UTF-8, an overlong slash, a
+        // surrogate, past U+10FFFF, a sequence cut short.
+        {"\xc2\x9b\xc2\x85", 100, "\\u009b\\u0085"},
+        {"\x80\xff\xc0\xaf", 100, "\\x80\\xff\\xc0\\xaf"},
+        {"\xed\xa0\x80\xf4\x90\x80\x80\xe2\x82", 100,
+         "\\xed\\xa0\\x80\\xf4\\x90\\x80\\x80\\xe2\\x82"},
+        {"abcdef", 6, "abcdef"},
+        {"abcdefg", 6, "abcdef... (7 bytes)"},
+        // Not in the middle of a character.
+        {"abcde\xc3\xa9", 6, "abcde... (7 bytes)"},
+    };
+    for (const Shown& shown : cases)
+        EXPECT_EQ(desktop::printable(shown.text, shown.limit), shown.printable) << shown.text;
+    EXPECT_EQ(desktop::terminalSafe("line\n\ttab \\ \x1b]0;t\x07"),
+              "line\n\ttab \\ \\x1b]0;t\\x07");
 }
 
 } // namespace
