@@ -112,6 +112,21 @@ TEST(Memory, AnnouncedFramesReserveOnlyWhatArrives) {
     EXPECT_LT(after, before + 16 * kMiB) << before << " -> " << after;
 }
 
+TEST(Memory, WhatAllClientsHoldTogetherIsBounded) {
+    kit::SimulatorProcess simulator({"--max-total-bytes", "1048576"});
+    std::vector<std::unique_ptr<RawSocket>> halfSent;
+    for (int i = 0; i < 3; ++i) {
+        halfSent.push_back(std::make_unique<RawSocket>(simulator.socketPath()));
+        halfSent.back()->send(std::string("\x00\x40\x00\x00", 4) + std::string(400 << 10, 'R'));
+    }
+    settle(simulator.socketPath());
+    const std::string log = simulator.log();
+    EXPECT_EQ(occurrences(log, "would take the bytes held for all clients past the limit of "
+                               "1048576 (--max-total-bytes); disconnected"),
+              1u)
+        << log;
+}
+
 TEST(Memory, ASubscriberThatNeverReadsIsDisconnectedAndTheOthersGoOn) {
     reuseFreedMemoryAtOnce();
     kit::SimulatorProcess simulator;

@@ -71,6 +71,7 @@ public:
                          " bytes would wait to be written, more than the outbox limit of " +
                          std::to_string(limit) + " (--max-outbox-bytes); disconnected");
         }
+        if (!hold(body.size() + waitingBytes + bytes.size())) return closeOverTotal();
         waitingBytes += bytes.size();
         outbox.push_back(std::move(bytes));
         if (outbox.size() == 1) writeNext();
@@ -82,6 +83,8 @@ public:
         socket.close(ignored);
         outbox.clear();
         waitingBytes = 0;
+        std::string().swap(body);
+        hold(0);
         server.log("client " + std::to_string(number) + " " + reason);
         server.forget(number);
     }
@@ -113,6 +116,7 @@ private:
                              }
                              self->bodySize = size;
                              self->body.clear();
+                             self->hold(self->waitingBytes);
                              self->readBody();
                          });
     }
@@ -120,12 +124,15 @@ private:
     void readBody() {
         if (body.size() == bodySize) return bodyRead();
         const std::size_t had = body.size();
-        body.resize(std::min<std::size_t>(bodySize, had + kReadPiece));
+        const std::size_t wanted = std::min<std::size_t>(bodySize, had + kReadPiece);
+        if (!hold(wanted + waitingBytes)) return closeOverTotal();
+        body.resize(wanted);
         socket.async_read_some(
             asio::buffer(&body[had], body.size() - had),
             [self = shared_from_this(), had](const asio::error_code& error, std::size_t got) {
                 if (error) return self->readFailed(error);
                 self->body.resize(had + got);
+                self->hold(self->body.size() + self->waitingBytes);
                 self->readBody();
             });
     }
@@ -140,6 +147,21 @@ private:
         if (socket.is_open()) readHeader();
     }
 
+    // Counts what this client holds (its frame being read and its outbox) in what the
+    // server holds for all; false, counting nothing, when that would pass the limit.
+    bool hold(std::size_t bytes) {
+        const std::size_t others = server.heldBytes - held;
+        if (bytes > held && others + bytes > server.limits.totalBytes) return false;
+        server.heldBytes = others + bytes;
+        held = bytes;
+        return true;
+    }
+
+    void closeOverTotal() {
+        close("would take the bytes held for all clients past the limit of " +
+              std::to_string(server.limits.totalBytes) + " (--max-total-bytes); disconnected");
+    }
+
     void readFailed(const asio::error_code& error) {
         if (error == asio::error::operation_aborted) return;
         close(error == asio::error::eof ? "disconnected" : "lost: " + error.message());
@@ -152,6 +174,7 @@ private:
                                   return self->close("could not be written to: " + error.message());
                               }
                               self->waitingBytes -= self->outbox.front().size();
+                              self->hold(self->body.size() + self->waitingBytes);
                               self->outbox.pop_front();
                               if (!self->outbox.empty()) self->writeNext();
                           });
@@ -162,6 +185,7 @@ private:
     std::string body;
     std::deque<std::string> outbox;
     std::size_t waitingBytes = 0;
+    std::size_t held = 0;
 };
 
 Server::Server(asio::io_context& context, std::string path, Log logger, bool verboseLog,

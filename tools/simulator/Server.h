@@ -23,15 +23,18 @@ namespace simulator {
 
 using Log = std::function<void(const std::string& line)>;
 
-// What one client may hold in the server; a client that goes past a limit is refused or,
-// for its outbox, disconnected, so that no client can make the others wait or the
-// simulator grow without bound.
+// What clients may hold in the server; a client that goes past a limit is refused or,
+// for what it makes the server buffer, disconnected, so that no client can make the others
+// wait or the simulator grow without bound.
 struct ClientLimits {
     // Bytes of answers and events waiting to be written to a client that does not read.
     std::size_t outboxBytes = 16u << 20;
     std::size_t channels = 64;
     // The longest channel name a client may subscribe.
     std::size_t channelNameBytes = 256;
+    // Bytes held for all clients together: frames being read and outboxes. The client
+    // that would pass it is disconnected.
+    std::size_t totalBytes = 128u << 20;
 };
 
 class Server : public EventSink, public Scheduler {
@@ -81,6 +84,7 @@ private:
     unsigned acceptFailures = 0;
     PhoneService* service = nullptr;
     std::map<int, std::shared_ptr<Session>> sessions;
+    std::size_t heldBytes = 0;
     int nextSessionNumber = 1;
     // Events published while a request is handled go out after its answer.
     bool holdingEvents = false;

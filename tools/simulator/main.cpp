@@ -121,6 +121,11 @@ int main(int argc, char** argv) {
                    "behind is disconnected")
         ->check(CLI::Range(std::size_t{1} << 16, std::size_t{1} << 32))
         ->capture_default_str();
+    app.add_option("--max-total-bytes", limits.totalBytes,
+                   "Bytes buffered for all clients together (frames being read, outboxes); "
+                   "the client that would pass it is disconnected")
+        ->check(CLI::Range(std::size_t{1} << 20, std::size_t{1} << 40))
+        ->capture_default_str();
     app.add_option("--max-channels", limits.channels, "Channels one client may subscribe")
         ->check(CLI::Range(1, 1 << 20))
         ->capture_default_str();
