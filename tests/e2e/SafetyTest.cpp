@@ -55,7 +55,8 @@ TEST(Paths, OnlyTheSimulatorsOwnSocketIsRemoved) {
     PreciousFile file;
     const std::string socket = file.folder + "/service.sock";
     kit::SimulatorProcess simulator({}, socket);
-    EXPECT_NE(simulator.log().find("listening on " + socket), std::string::npos);
+    // The socket listens a moment before the line is logged.
+    EXPECT_TRUE(simulator.waitForLog("listening on " + socket)) << simulator.log();
 
     // Something else takes the path while the simulator runs: stopping leaves it alone.
     ASSERT_EQ(std::remove(socket.c_str()), 0);

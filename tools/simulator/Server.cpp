@@ -130,6 +130,8 @@ private:
         socket.async_read_some(
             asio::buffer(&body[had], body.size() - had),
             [self = shared_from_this(), had](const asio::error_code& error, std::size_t got) {
+                // Closed meanwhile: the buffer and the outbox are gone, and counted as such.
+                if (!self->socket.is_open()) return;
                 if (error) return self->readFailed(error);
                 self->body.resize(had + got);
                 self->hold(self->body.size() + self->waitingBytes);
@@ -170,6 +172,7 @@ private:
     void writeNext() {
         asio::async_write(socket, asio::buffer(outbox.front()),
                           [self = shared_from_this()](const asio::error_code& error, std::size_t) {
+                              if (!self->socket.is_open()) return;
                               if (error) {
                                   return self->close("could not be written to: " + error.message());
                               }
