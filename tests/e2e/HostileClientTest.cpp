@@ -226,7 +226,9 @@ TEST(FrameLimit, ARequestTooBigIsRefusedBeforeItIsSentAndCostsNoConnection) {
     EXPECT_EQ(refusal.compare(0, 11, "request of "), 0) << refusal;
     EXPECT_NE(refusal.find(" bytes is over the frame limit of 4194304 bytes"), std::string::npos)
         << refusal;
-    EXPECT_EQ(client.control(std::string(5 * kMiB, 'y')), "");
+    EXPECT_FALSE(client.run({"sim addDevice " + std::string(5 * kMiB, 'y')}));
+    EXPECT_NE(client.trace.find("! sim: not sent: control command of 5242"), std::string::npos)
+        << client.trace.substr(0, 300);
     EXPECT_TRUE(client.run({"activate => sfiSuccess"}));
     const std::vector<std::string> reports = client.reports();
     ASSERT_EQ(reports.size(), 2u);

@@ -224,7 +224,12 @@ bool Console::await(const std::vector<std::string>& words) {
 
 bool Console::simulate(const std::vector<std::string>& words) {
     const std::string reply = control(joinWords(words, 1));
-    if (reply.empty()) return fail("sim: no answer from the simulator");
+    if (reply.empty()) {
+        // A command too big for a frame is refused before it is sent.
+        const std::string refusal = settings.refusal ? settings.refusal() : std::string();
+        return fail(refusal.empty() ? "sim: no answer from the simulator"
+                                    : "sim: not sent: " + desktop::printable(refusal));
+    }
     print("< sim: " + reply);
     if (reply.compare(0, 2, "ok") != 0) {
         return fail("sim " + joinWords(words, 1) + " failed (try sim help)");
