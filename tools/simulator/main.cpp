@@ -119,12 +119,12 @@ int main(int argc, char** argv) {
     app.add_option("--max-outbox-bytes", limits.outboxBytes,
                    "Bytes waiting to be written to one client; a client that falls further "
                    "behind is disconnected")
-        ->check(CLI::Range(std::size_t{1} << 16, std::size_t{1} << 32))
+        ->check(CLI::Range(std::size_t{1} << 16, std::size_t{1} << 30))
         ->capture_default_str();
     app.add_option("--max-total-bytes", limits.totalBytes,
                    "Bytes buffered for all clients together (frames being read, outboxes); "
                    "the client that would pass it is disconnected")
-        ->check(CLI::Range(std::size_t{1} << 20, std::size_t{1} << 40))
+        ->check(CLI::Range(std::size_t{1} << 20, std::size_t{3} << 30))
         ->capture_default_str();
     app.add_option("--max-channels", limits.channels, "Channels one client may subscribe")
         ->check(CLI::Range(1, 1 << 20))
