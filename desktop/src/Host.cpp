@@ -6,17 +6,18 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 
 namespace desktop {
 
-namespace {
-
-// Knows every attached subscriber under its channel name, in both directions.
-class HostContext : public FrameworkContext {
+// Knows every attached subscriber under its channel name, in both directions, and which
+// subscriber the delivery thread is calling, so that detaching can wait for that call.
+class SubscriberRegistry : public FrameworkContext {
 public:
     std::string findChannel(Executable* executable) override {
         std::lock_guard<std::mutex> lock(mutex);
@@ -24,28 +25,116 @@ public:
         return found != names.end() ? found->second : std::string();
     }
 
-    Executable* subscriberOn(const std::string& channel) {
-        std::lock_guard<std::mutex> lock(mutex);
-        for (const auto& [executable, name] : names) {
-            if (name == channel) return executable;
-        }
-        return nullptr;
-    }
-
     void attach(Executable& subscriber, const std::string& channel) {
         std::lock_guard<std::mutex> lock(mutex);
         names[&subscriber] = channel;
+        detachedChannels.erase(channel);
+    }
+
+    // Waits for a call of the subscriber in progress on the delivery thread, unless it is
+    // that call which detaches.
+    void detach(Executable* subscriber) {
+        std::unique_lock<std::mutex> lock(mutex);
+        auto found = names.find(subscriber);
+        if (found == names.end()) return;
+        detachedChannels.insert(found->second);
+        names.erase(found);
+        if (deliveryThread == std::this_thread::get_id()) return;
+        callEnded.wait(lock, [&] { return calling != subscriber; });
+    }
+
+    enum class Found { subscriber, detached, nobody };
+
+    // Calls deliver(subscriber) for the subscriber on the channel, if one is attached.
+    template <typename Deliver> Found callOn(const std::string& channel, Deliver deliver) {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (const auto& [executable, name] : names) {
+            if (name == channel) {
+                call(lock, executable, deliver);
+                return Found::subscriber;
+            }
+        }
+        return detachedChannels.count(channel) != 0 ? Found::detached : Found::nobody;
+    }
+
+    // Calls deliver(subscriber) for every subscriber attached now and still when its turn
+    // comes.
+    template <typename Deliver> void callEach(Deliver deliver) {
+        std::unique_lock<std::mutex> lock(mutex);
+        std::vector<Executable*> everyone;
+        for (const auto& attached : names)
+            everyone.push_back(attached.first);
+        for (Executable* executable : everyone) {
+            if (names.count(executable) != 0) call(lock, executable, deliver);
+        }
+    }
+
+    void deliverOn(std::thread::id thread) {
+        std::lock_guard<std::mutex> lock(mutex);
+        deliveryThread = thread;
     }
 
 private:
+    template <typename Deliver>
+    void call(std::unique_lock<std::mutex>& lock, Executable* subscriber, Deliver& deliver) {
+        calling = subscriber;
+        lock.unlock();
+        deliver(subscriber);
+        lock.lock();
+        calling = nullptr;
+        callEnded.notify_all();
+    }
+
     std::mutex mutex;
+    std::condition_variable callEnded;
     std::map<Executable*, std::string> names;
+    // Their events are dropped without a report: the service still sends them.
+    std::set<std::string> detachedChannels;
+    Executable* calling = nullptr;
+    std::thread::id deliveryThread;
 };
+
+Attachment::Attachment(std::shared_ptr<SubscriberRegistry> registry, Executable* subscriber)
+    : registry(std::move(registry)), subscriber(subscriber) {}
+
+Attachment::Attachment(Attachment&& other) noexcept
+    : registry(std::move(other.registry)), subscriber(other.subscriber) {
+    other.subscriber = nullptr;
+}
+
+Attachment& Attachment::operator=(Attachment&& other) noexcept {
+    if (this != &other) {
+        detach();
+        registry = std::move(other.registry);
+        subscriber = other.subscriber;
+        other.subscriber = nullptr;
+    }
+    return *this;
+}
+
+Attachment::~Attachment() { detach(); }
+
+void Attachment::detach() {
+    if (registry) registry->detach(subscriber);
+    registry.reset();
+    subscriber = nullptr;
+}
+
+namespace {
 
 class DeliveryReceipt : public InvokerResponse {
 public:
     void messageHandled() override { ++handled; }
     std::atomic<std::size_t> handled{0};
+};
+
+// What the delivery thread hands on: an event for a channel, or the service's loss
+// (reason set) or return.
+struct Delivery {
+    enum class Kind { event, lost, back };
+    Kind kind = Kind::event;
+    std::string channel;
+    std::string text;
 };
 
 } // namespace
@@ -66,15 +155,18 @@ struct Host::State {
             throw std::runtime_error("plug-in " + options.pluginPath +
                                      ": its proxy does not implement CommunicationsServiceIfc");
         }
-        invoker->initInvoker(&context);
-        delivery = std::thread([this] { deliverEvents(); });
+        invoker->initInvoker(registry.get());
+        delivery = std::thread([this] { deliverAll(); });
         try {
             channel = std::make_unique<ServiceChannel>(
-                context, options.socketPath, options.answerTimeout,
+                *registry, options.socketPath, options.answerTimeout,
                 [this](std::string name, std::string text) {
-                    enqueue(std::move(name), std::move(text));
+                    enqueue({Delivery::Kind::event, std::move(name), std::move(text)});
                 },
-                report);
+                report,
+                [this](bool available, const std::string& reason) {
+                    enqueue({available ? Delivery::Kind::back : Delivery::Kind::lost, {}, reason});
+                });
         } catch (...) {
             stopDelivery();
             throw;
@@ -82,39 +174,58 @@ struct Host::State {
         proxy->initProxy(*channel);
     }
 
+    // Delivery ends first: a callback in progress may still send requests through the
+    // channel and the proxy.
     ~State() {
-        channel.reset();
         stopDelivery();
+        channel.reset();
     }
 
-    void enqueue(std::string name, std::string text) {
+    void enqueue(Delivery item) {
         {
             std::lock_guard<std::mutex> lock(queueMutex);
-            queue.emplace_back(std::move(name), std::move(text));
+            queue.push_back(std::move(item));
         }
         queueChanged.notify_one();
     }
 
-    void deliverEvents() {
+    void deliverAll() {
+        registry->deliverOn(std::this_thread::get_id());
         std::unique_lock<std::mutex> lock(queueMutex);
         for (;;) {
             queueChanged.wait(lock, [this] { return stopping || !queue.empty(); });
             if (stopping) return;
-            auto [name, text] = std::move(queue.front());
+            Delivery item = std::move(queue.front());
             queue.pop_front();
             lock.unlock();
-            deliver(name, text);
+            if (item.kind == Delivery::Kind::event) {
+                deliver(item.channel, item.text);
+            } else {
+                tellWatchers(item.kind == Delivery::Kind::back, item.text);
+            }
             lock.lock();
         }
     }
 
     void deliver(const std::string& name, const std::string& text) {
-        Executable* subscriber = context.subscriberOn(name);
-        if (subscriber == nullptr) {
+        const auto found = registry->callOn(name, [&](Executable* subscriber) {
+            invoker->handleMessage(subscriber, text.c_str(), static_cast<int>(text.size()),
+                                   &receipt);
+        });
+        if (found == SubscriberRegistry::Found::nobody)
             report("event for channel '" + name + "', which has no subscriber, dropped");
-            return;
-        }
-        invoker->handleMessage(subscriber, text.c_str(), static_cast<int>(text.size()), &receipt);
+    }
+
+    void tellWatchers(bool back, const std::string& reason) {
+        registry->callEach([&](Executable* subscriber) {
+            if (auto* watcher = dynamic_cast<ServiceWatcher*>(subscriber)) {
+                if (back) {
+                    watcher->onServiceBack();
+                } else {
+                    watcher->onServiceLost(reason);
+                }
+            }
+        });
     }
 
     void stopDelivery() {
@@ -131,12 +242,13 @@ struct Host::State {
     std::unique_ptr<Proxy> proxy;
     std::unique_ptr<Invoker> invoker;
     CommunicationsServiceIfc* proxyInterface = nullptr;
-    HostContext context;
+    // Shared with the attachments, which may outlive the host.
+    std::shared_ptr<SubscriberRegistry> registry = std::make_shared<SubscriberRegistry>();
     DeliveryReceipt receipt;
 
     std::mutex queueMutex;
     std::condition_variable queueChanged;
-    std::deque<std::pair<std::string, std::string>> queue;
+    std::deque<Delivery> queue;
     bool stopping = false;
     std::thread delivery;
 
@@ -151,8 +263,9 @@ CommunicationsServiceIfc& Host::service() { return *state->proxyInterface; }
 
 ServiceChannel& Host::channel() { return *state->channel; }
 
-void Host::attach(Executable& subscriber, const std::string& channelName) {
-    state->context.attach(subscriber, channelName);
+Attachment Host::attach(Executable& subscriber, const std::string& channelName) {
+    state->registry->attach(subscriber, channelName);
+    return Attachment(state->registry, &subscriber);
 }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }

@@ -55,9 +55,9 @@ struct ServiceChannel::Connection {
     static constexpr std::chrono::milliseconds kLongestRetry{1000};
 
     Connection(const std::string& path, std::chrono::milliseconds timeout, EventSink sink,
-               Reporter reporter)
+               Reporter reporter, StatusSink statusSink)
         : socketPath(path), defaultTimeout(timeout), events(std::move(sink)),
-          report(std::move(reporter)) {}
+          report(std::move(reporter)), status(std::move(statusSink)) {}
 
     void connect() {
         asio::error_code error;
@@ -226,6 +226,7 @@ struct ServiceChannel::Connection {
                    reason + ")" +
                    (comesBack ? "; requests fail until it is back"
                               : "; from now on every request fails"));
+            if (status) status(false, reason);
         }
         {
             std::lock_guard<std::mutex> lock(mutex);
@@ -273,12 +274,14 @@ struct ServiceChannel::Connection {
         }
         report("the communications service at " + socketPath + " is back; " +
                std::to_string(renewed) + " subscription" + (renewed == 1 ? "" : "s") + " renewed");
+        if (status) status(true, {});
     }
 
     const std::string socketPath;
     const std::chrono::milliseconds defaultTimeout;
     const EventSink events;
     const Reporter report;
+    const StatusSink status;
 
     asio::io_context io;
     Socket socket{io};
@@ -303,9 +306,10 @@ struct ServiceChannel::Connection {
 
 ServiceChannel::ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
                                std::chrono::milliseconds answerTimeout, EventSink events,
-                               Reporter report)
-    : ProxyRequest(&owner), connection(std::make_unique<Connection>(
-                                socketPath, answerTimeout, std::move(events), std::move(report))) {
+                               Reporter report, StatusSink status)
+    : ProxyRequest(&owner),
+      connection(std::make_unique<Connection>(socketPath, answerTimeout, std::move(events),
+                                              std::move(report), std::move(status))) {
     connection->connect();
 }
 

@@ -345,7 +345,7 @@ int main(int argc, char** argv) {
 
     try {
         desktop::Host host(options);
-        host.attach(recorder, channelName);
+        const desktop::Attachment attached = host.attach(recorder, channelName);
         const int subscribed = host.service().subscribe(&recorder);
         if (subscribed != sfiSuccess) {
             std::cerr << "comms-console: subscribing channel '" << channelName
