@@ -31,7 +31,7 @@ TEST(TwoClients, ShareTheServiceAndBothSeeItsEvents) {
                          "sim incomingCall 1001 2005", "answerCall 1001 1 => sfiSuccess"}));
     for (kit::Client* client : {&alice, &bob}) {
         EXPECT_TRUE(client->run({"await onRegistrationStateChangeEvent lineId=1002 registered=true",
-                                 "await onCallStateChangeEvent callId=1 callState=4"}));
+                                 "await onCallStateChangeEvent callId=1 callState=connected"}));
     }
     EXPECT_NE(alice.control("clients").find("channels alice"), std::string::npos);
     EXPECT_TRUE(alice.reports().empty());

@@ -9,28 +9,13 @@
 #include "CommunicationsService/testing/CallbackRecorder.h"
 #include "Console.h"
 #include "ControlCommandNames.h"
+#include "EmittedEvent.h"
+#include "NearestName.h"
 #include "Operations.h"
 
 namespace console {
 
 namespace {
-
-std::size_t editDistance(const std::string& from, const std::string& to) {
-    std::vector<std::size_t> previous(to.size() + 1), current(to.size() + 1);
-    for (std::size_t j = 0; j <= to.size(); ++j)
-        previous[j] = j;
-    for (std::size_t i = 1; i <= from.size(); ++i) {
-        current[0] = i;
-        for (std::size_t j = 1; j <= to.size(); ++j) {
-            const bool same = std::tolower(static_cast<unsigned char>(from[i - 1])) ==
-                              std::tolower(static_cast<unsigned char>(to[j - 1]));
-            current[j] =
-                std::min({previous[j] + 1, current[j - 1] + 1, previous[j - 1] + (same ? 0 : 1)});
-        }
-        previous.swap(current);
-    }
-    return previous[to.size()];
-}
 
 bool known(const std::string& name, const std::vector<std::string>& names) {
     return std::find(names.begin(), names.end(), name) != names.end();
@@ -67,9 +52,15 @@ std::optional<std::string> checkAwait(const std::vector<std::string>& words) {
                 milliseconds < 0) {
                 return "await: within= takes milliseconds, not '" + value + "'";
             }
+        } else if (name == "since") {
+            if (value != "start") return "await: since= takes only start, not '" + value + "'";
         } else if (!known(name, *arguments)) {
             return "await: " + words[1] + " has no argument '" + name + "'" +
                    didYouMean(name, *arguments);
+        } else if (const std::string problem =
+                       simulator::valueProblem(simulator::eventOfCallback(words[1]), name, value);
+                   !problem.empty()) {
+            return "await: " + words[1] + " argument " + problem.substr(problem.find(": ") + 2);
         }
     }
     return std::nullopt;
@@ -110,25 +101,7 @@ std::optional<std::string> checkOperation(const std::vector<std::string>& words)
 } // namespace
 
 std::string didYouMean(const std::string& word, const std::vector<std::string>& names) {
-    const std::string* best = nullptr;
-    std::size_t bestDistance = std::max<std::size_t>(2, word.size() / 3) + 1;
-    for (const std::string& name : names) {
-        const std::size_t distance = editDistance(word, name);
-        if (distance < bestDistance) {
-            best = &name;
-            bestDistance = distance;
-        }
-    }
-    if (best == nullptr) {
-        // A word cut short, such as onCallHeld for onCallHeldEvent, names the one it begins.
-        for (const std::string& name : names) {
-            if (!word.empty() && name.compare(0, word.size(), word) == 0) {
-                if (best != nullptr) return {};
-                best = &name;
-            }
-        }
-    }
-    return best != nullptr ? "; did you mean '" + *best + "'?" : std::string();
+    return kit::didYouMean(word, names);
 }
 
 const std::vector<std::string>& callbackNames() {
