@@ -4,10 +4,14 @@
 // the program with status 2 and one line naming the option and what was wrong.
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "NearestName.h"
 
 namespace kit {
 
@@ -39,6 +43,28 @@ inline CLI::Validator readableFile() {
         "FILE");
 }
 
+// Names the first argument that is not one of the program's options, and the nearest one.
+inline std::string unexpected(CLI::App& app, int argc, char** argv) {
+    std::vector<std::string> options;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames())
+            options.push_back("--" + name);
+    }
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const std::string name = word.substr(0, word.find('='));
+        if (name.rfind("--", 0) == 0 &&
+            std::find(options.begin(), options.end(), name) == options.end()) {
+            std::string known;
+            for (const std::string& option : options)
+                known += (known.empty() ? "" : ", ") + option;
+            return "unknown option '" + name + "'" + didYouMean(name, options) +
+                   " (options: " + known + ")";
+        }
+    }
+    return "unexpected argument";
+}
+
 // Parses the arguments; help and version requests print and give status 0, mistakes
 // give status 2. Returns nothing when the program may go on.
 inline std::optional<int> parse(CLI::App& app, const std::string& program, int argc, char** argv) {
@@ -55,6 +81,9 @@ inline std::optional<int> parse(CLI::App& app, const std::string& program, int a
         const std::string text = error.what();
         std::cerr << program << ": " << text.substr(0, text.find(':'))
                   << " needs a value (try --help)\n";
+        return 2;
+    } catch (const CLI::ExtrasError&) {
+        std::cerr << program << ": " << unexpected(app, argc, argv) << " (try --help)\n";
         return 2;
     } catch (const CLI::ParseError& error) {
         std::cerr << program << ": " << error.what() << " (try --help)\n";

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdio>
 #include <deque>
 #include <map>
@@ -22,23 +23,27 @@ public:
     std::string findChannel(Executable* executable) override {
         std::lock_guard<std::mutex> lock(mutex);
         auto found = names.find(executable);
-        return found != names.end() ? found->second : std::string();
+        return found != names.end() ? found->second.channel : std::string();
     }
 
-    void attach(Executable& subscriber, const std::string& channel) {
+    // The number of this attachment, which only its own detach undoes.
+    std::uint64_t attach(Executable& subscriber, const std::string& channel) {
         std::lock_guard<std::mutex> lock(mutex);
-        names[&subscriber] = channel;
+        names[&subscriber] = {channel, ++attachments};
         detachedChannels.erase(channel);
+        return attachments;
     }
 
     // Waits for a call of the subscriber in progress on the delivery thread, unless it is
-    // that call which detaches.
-    void detach(Executable* subscriber) {
+    // that call which detaches; also when the attachment has already ended, since its
+    // owner may be about to destroy the subscriber.
+    void detach(Executable* subscriber, std::uint64_t attachment) {
         std::unique_lock<std::mutex> lock(mutex);
         auto found = names.find(subscriber);
-        if (found == names.end()) return;
-        detachedChannels.insert(found->second);
-        names.erase(found);
+        if (found != names.end() && found->second.attachment == attachment) {
+            detachedChannels.insert(found->second.channel);
+            names.erase(found);
+        }
         if (deliveryThread == std::this_thread::get_id()) return;
         callEnded.wait(lock, [&] { return calling != subscriber; });
     }
@@ -48,8 +53,8 @@ public:
     // Calls deliver(subscriber) for the subscriber on the channel, if one is attached.
     template <typename Deliver> Found callOn(const std::string& channel, Deliver deliver) {
         std::unique_lock<std::mutex> lock(mutex);
-        for (const auto& [executable, name] : names) {
-            if (name == channel) {
+        for (const auto& [executable, attached] : names) {
+            if (attached.channel == channel) {
                 call(lock, executable, deliver);
                 return Found::subscriber;
             }
@@ -85,39 +90,44 @@ private:
         callEnded.notify_all();
     }
 
+    struct Attached {
+        std::string channel;
+        std::uint64_t attachment = 0;
+    };
+
     std::mutex mutex;
     std::condition_variable callEnded;
-    std::map<Executable*, std::string> names;
+    std::map<Executable*, Attached> names;
+    std::uint64_t attachments = 0;
     // Their events are dropped without a report: the service still sends them.
     std::set<std::string> detachedChannels;
     Executable* calling = nullptr;
     std::thread::id deliveryThread;
 };
 
-Attachment::Attachment(std::shared_ptr<SubscriberRegistry> registry, Executable* subscriber)
-    : registry(std::move(registry)), subscriber(subscriber) {}
+Attachment::Attachment(std::shared_ptr<SubscriberRegistry> registry, Executable* subscriber,
+                       std::uint64_t number)
+    : registry(std::move(registry)), subscriber(subscriber), number(number) {}
 
 Attachment::Attachment(Attachment&& other) noexcept
-    : registry(std::move(other.registry)), subscriber(other.subscriber) {
-    other.subscriber = nullptr;
-}
+    : registry(std::move(other.registry)), subscriber(other.subscriber), number(other.number) {}
 
 Attachment& Attachment::operator=(Attachment&& other) noexcept {
     if (this != &other) {
         detach();
         registry = std::move(other.registry);
         subscriber = other.subscriber;
-        other.subscriber = nullptr;
+        number = other.number;
     }
     return *this;
 }
 
 Attachment::~Attachment() { detach(); }
 
+// Leaves the members as they are: a callback may detach while the owner's thread ends the
+// attachment too.
 void Attachment::detach() {
-    if (registry) registry->detach(subscriber);
-    registry.reset();
-    subscriber = nullptr;
+    if (registry) registry->detach(subscriber, number);
 }
 
 namespace {
@@ -264,8 +274,8 @@ CommunicationsServiceIfc& Host::service() { return *state->proxyInterface; }
 ServiceChannel& Host::channel() { return *state->channel; }
 
 Attachment Host::attach(Executable& subscriber, const std::string& channelName) {
-    state->registry->attach(subscriber, channelName);
-    return Attachment(state->registry, &subscriber);
+    return Attachment(state->registry, &subscriber,
+                      state->registry->attach(subscriber, channelName));
 }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }

@@ -64,7 +64,10 @@ struct ServiceChannel::Connection {
         socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
         if (error) {
             throw std::runtime_error("cannot connect to the communications service at " +
-                                     socketPath + ": " + error.message());
+                                     socketPath + ": " + error.message() +
+                                     " (is it running? start the simulator with: comms-simulator "
+                                     "--socket " +
+                                     socketPath + ")");
         }
         readHeader();
         ioThread = std::thread([this] { io.run(); });

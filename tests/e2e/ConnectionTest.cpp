@@ -243,7 +243,10 @@ TEST(Start, FailsWithAMessageNamingWhatIsMissing) {
         {FRAMEWORK_PATH,
          true,
          {"plug-in " FRAMEWORK_PATH, "has no factory 'createCommunicationsServiceProxy'"}},
-        {PLUGIN_PATH, false, {"cannot connect to the communications service at "}},
+        {PLUGIN_PATH,
+         false,
+         {"cannot connect to the communications service at ",
+          "start the simulator with: comms-simulator --socket "}},
     };
     for (const StartFailure& failure : cases) {
         SCOPED_TRACE(failure.plugin);
@@ -277,7 +280,9 @@ TEST(Options, EveryMistakeExitsWithTwoAndNamesTheOption) {
          "--answer-timeout: takes a number of milliseconds, not 'abc'"},
         {console + " --await-timeout", "--await-timeout needs a value"},
         {console + " --answer-timeout 0", "--answer-timeout: takes 1 to 3600000 milliseconds"},
-        {console + " --bogus", "--bogus"},
+        {console + " --sokcet /tmp/x.sock",
+         "unknown option '--sokcet'; did you mean '--socket'? (options: "},
+        {simulator + " --ring-tiem=5", "unknown option '--ring-tiem'; did you mean '--ring-time'?"},
         {console + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " --ring-time soon", "--ring-time: takes a number of milliseconds"},
         {simulator + " --script /nonexistent/day.txt", "--script: names no readable file"},

@@ -33,6 +33,9 @@ TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
         {{"answerCall", "1001", "twelve"},
          "answerCall: <callId> must be a whole number, not 'twelve': answerCall <line> "
          "<callId:int>"},
+        {{"answerCall", "1001", "4294967296"},
+         "answerCall: <callId> is out of range (-2147483648 to 2147483647), not '4294967296': "
+         "answerCall <line> <callId:int>"},
         {{"setMicrophoneMute", "maybe"},
          "setMicrophoneMute: <status> must be a flag (1/0, true/false, yes/no, on/off), not "
          "'maybe': setMicrophoneMute <status:flag>"},

@@ -193,6 +193,8 @@ TEST(ControlCommands, NameTheirUsageWhenMisused) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{}, "error: empty control command"},
         {{"fly"}, "error: unknown control command 'fly' (try help)"},
+        {{"hangpu", "1"},
+         "error: unknown control command 'hangpu'; did you mean 'hangup'? (try help)"},
         {{"incomingCall", "1001"}, "error: usage: incomingCall LINE NUMBER [NAME]"},
         {{"incomingCall", "7", "2005"}, "error: no line 7"},
         {{"incomingCall", "1001", "2005"}, "error: line 1001 is not registered"},

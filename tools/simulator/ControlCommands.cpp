@@ -3,8 +3,10 @@
 
 #include <algorithm>
 
+#include "ControlCommandNames.h"
 #include "EmittedEvent.h"
 #include "Messages.h"
+#include "NearestName.h"
 #include "PhoneService.h"
 #include "PhoneServiceParts.h"
 
@@ -67,7 +69,8 @@ std::string PhoneService::control(const std::vector<std::string>& words) {
         reset();
         return "ok";
     }
-    return "error: unknown control command '" + command + "' (try help)";
+    return "error: unknown control command '" + command + "'" +
+           kit::didYouMean(command, controlCommandNames()) + " (try help)";
 }
 
 std::string PhoneService::emit(const std::vector<std::string>& words) {

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -136,15 +137,18 @@ public:
     /// Detaches the subscriber.
     ~Attachment();
 
-    /// Detaches the subscriber now; does nothing when it owns none.
+    /// Detaches the subscriber now; does nothing when it owns none. It may be called from
+    /// the subscriber's callback while another thread ends the attachment.
     void detach();
 
 private:
     friend class Host;
-    Attachment(std::shared_ptr<SubscriberRegistry> registry, Executable* subscriber);
+    Attachment(std::shared_ptr<SubscriberRegistry> registry, Executable* subscriber,
+               std::uint64_t number);
 
     std::shared_ptr<SubscriberRegistry> registry;
     Executable* subscriber = nullptr;
+    std::uint64_t number = 0;
 };
 
 /// Everything an application on the phone gets from the framework: the plug-in loaded,
