@@ -34,6 +34,26 @@ inline CLI::Validator milliseconds(int low, int high) {
         "MS");
 }
 
+// The log levels, least first; each includes the ones before it.
+inline const std::vector<std::string>& logLevels() {
+    static const std::vector<std::string> levels = {"error", "warning", "info", "debug", "trace"};
+    return levels;
+}
+
+// The log level option, also set by the environment variable COMMS_LOG_LEVEL.
+inline CLI::Option* addLogLevel(CLI::App& app, std::string& level, const std::string& what) {
+    return app.add_option("--log-level", level, what + " (error, warning, info, debug, trace)")
+        ->envname("COMMS_LOG_LEVEL")
+        ->check(CLI::Validator(
+            [](std::string& word) -> std::string {
+                if (std::find(logLevels().begin(), logLevels().end(), word) != logLevels().end())
+                    return {};
+                return "names no log level: '" + word + "'" + didYouMean(word, logLevels()) +
+                       " (levels: error, warning, info, debug, trace)";
+            },
+            "LEVEL"));
+}
+
 inline CLI::Validator readableFile() {
     return CLI::Validator(
         [](std::string& path) -> std::string {

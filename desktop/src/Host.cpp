@@ -4,7 +4,9 @@
 #include <condition_variable>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -13,6 +15,7 @@
 #include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "Trace.h"
 
 namespace desktop {
 
@@ -20,10 +23,18 @@ namespace desktop {
 // subscriber the delivery thread is calling, so that detaching can wait for that call.
 class SubscriberRegistry : public FrameworkContext {
 public:
+    // Told when the proxy's subscribe asks for a subscriber that is not attached.
+    explicit SubscriberRegistry(std::function<void()> unattached)
+        : unattached(std::move(unattached)) {}
+
     std::string findChannel(Executable* executable) override {
-        std::lock_guard<std::mutex> lock(mutex);
-        auto found = names.find(executable);
-        return found != names.end() ? found->second.channel : std::string();
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            auto found = names.find(executable);
+            if (found != names.end()) return found->second.channel;
+        }
+        unattached();
+        return {};
     }
 
     // The number of this attachment, which only its own detach undoes.
@@ -95,6 +106,7 @@ private:
         std::uint64_t attachment = 0;
     };
 
+    const std::function<void()> unattached;
     std::mutex mutex;
     std::condition_variable callEnded;
     std::map<Executable*, Attached> names;
@@ -149,9 +161,29 @@ struct Delivery {
 
 } // namespace
 
+std::optional<LogLevel> logLevelNamed(std::string_view name) {
+    static const std::pair<std::string_view, LogLevel> kLevels[] = {
+        {"error", LogLevel::error}, {"warning", LogLevel::warning}, {"info", LogLevel::info},
+        {"debug", LogLevel::debug}, {"trace", LogLevel::trace},
+    };
+    for (const auto& [word, level] : kLevels) {
+        if (word == name) return level;
+    }
+    return std::nullopt;
+}
+
+LogLevel logLevelFromEnvironment() {
+    const char* name = std::getenv("COMMS_LOG_LEVEL");
+    if (name == nullptr || *name == '\0') return LogLevel::info;
+    if (auto level = logLevelNamed(name)) return *level;
+    throw std::runtime_error(std::string("COMMS_LOG_LEVEL names no log level: '") + name +
+                             "' (levels: error, warning, info, debug, trace)");
+}
+
 struct Host::State {
     explicit State(Options options)
-        : report(options.report
+        : level(options.logLevel ? *options.logLevel : logLevelFromEnvironment()),
+          report(options.report
                      ? std::move(options.report)
                      : [](const std::string&
                               line) { std::fprintf(stderr, "desktop host: %s\n", line.c_str()); }),
@@ -173,10 +205,11 @@ struct Host::State {
                 [this](std::string name, std::string text) {
                     enqueue({Delivery::Kind::event, std::move(name), std::move(text)});
                 },
-                report,
+                [this](const std::string& line) { log(LogLevel::warning, line); },
                 [this](bool available, const std::string& reason) {
                     enqueue({available ? Delivery::Kind::back : Delivery::Kind::lost, {}, reason});
-                });
+                },
+                level >= LogLevel::trace ? report : Reporter());
         } catch (...) {
             stopDelivery();
             throw;
@@ -217,13 +250,22 @@ struct Host::State {
         }
     }
 
+    void log(LogLevel at, const std::string& line) {
+        if (at <= level) report(line);
+    }
+
     void deliver(const std::string& name, const std::string& text) {
+        if (level >= LogLevel::trace) log(LogLevel::trace, "event " + trace::event(text));
         const auto found = registry->callOn(name, [&](Executable* subscriber) {
             invoker->handleMessage(subscriber, text.c_str(), static_cast<int>(text.size()),
                                    &receipt);
         });
         if (found == SubscriberRegistry::Found::nobody)
-            report("event for channel '" + name + "', which has no subscriber, dropped");
+            log(LogLevel::warning,
+                "event for channel '" + name + "', which has no subscriber, dropped");
+        if (found == SubscriberRegistry::Found::detached)
+            log(LogLevel::debug,
+                "event for channel '" + name + "', whose subscriber has detached, dropped");
     }
 
     void tellWatchers(bool back, const std::string& reason) {
@@ -247,13 +289,17 @@ struct Host::State {
         if (delivery.joinable()) delivery.join();
     }
 
+    const LogLevel level;
     Reporter report;
     PluginLibrary plugin;
     std::unique_ptr<Proxy> proxy;
     std::unique_ptr<Invoker> invoker;
     CommunicationsServiceIfc* proxyInterface = nullptr;
     // Shared with the attachments, which may outlive the host.
-    std::shared_ptr<SubscriberRegistry> registry = std::make_shared<SubscriberRegistry>();
+    std::shared_ptr<SubscriberRegistry> registry = std::make_shared<SubscriberRegistry>([this] {
+        log(LogLevel::warning, "subscribe for a subscriber that is not attached: the service gets "
+                               "no channel name and refuses it (call Host::attach first)");
+    });
     DeliveryReceipt receipt;
 
     std::mutex queueMutex;
@@ -279,5 +325,7 @@ Attachment Host::attach(Executable& subscriber, const std::string& channelName) 
 }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }
+
+std::string Host::refusalOfLastRequest() const { return state->channel->refusalOfLastRequest(); }
 
 } // namespace desktop

@@ -2,6 +2,7 @@
 #include <array>
 #include <asio.hpp>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <map>
 #include <memory>
@@ -12,6 +13,7 @@
 
 #include "CommunicationsService/desktop/Host.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "Trace.h"
 
 namespace desktop {
 
@@ -55,9 +57,9 @@ struct ServiceChannel::Connection {
     static constexpr std::chrono::milliseconds kLongestRetry{1000};
 
     Connection(const std::string& path, std::chrono::milliseconds timeout, EventSink sink,
-               Reporter reporter, StatusSink statusSink)
+               Reporter reporter, StatusSink statusSink, Reporter tracer)
         : socketPath(path), defaultTimeout(timeout), events(std::move(sink)),
-          report(std::move(reporter)), status(std::move(statusSink)) {}
+          report(std::move(reporter)), status(std::move(statusSink)), trace(std::move(tracer)) {}
 
     void connect() {
         asio::error_code error;
@@ -99,6 +101,10 @@ struct ServiceChannel::Connection {
         const std::string what = frame.kind == Kind::Control
                                      ? "control command '" + frame.text + "'"
                                      : describe(frame.text);
+        const std::string traced = !trace                        ? std::string()
+                                   : frame.kind == Kind::Control ? what
+                                                                 : trace::request(frame.text);
+        const auto sent = std::chrono::steady_clock::now();
         lock.unlock();
         send(std::move(frame));
         lock.lock();
@@ -111,6 +117,15 @@ struct ServiceChannel::Connection {
             report("no answer from the communications service to " + what + " within " +
                    std::to_string(timeout.count()) + " ms");
         }
+        if (trace) {
+            const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(
+                                    std::chrono::steady_clock::now() - sent)
+                                    .count();
+            char elapsed[32];
+            std::snprintf(elapsed, sizeof elapsed, "%.1f", static_cast<double>(micros) / 1000);
+            trace(traced + " -> " + (reply ? trace::answer(reply->text) : "(no answer)") + " in " +
+                  elapsed + " ms");
+        }
         if (!reply) return std::nullopt;
         lastRefusal = std::move(reply->refusal);
         return std::move(reply->text);
@@ -118,6 +133,7 @@ struct ServiceChannel::Connection {
 
     bool post(Frame frame) {
         lastRefusal.clear();
+        if (trace && frame.kind == Kind::OneWay) trace(trace::request(frame.text) + " posted");
         {
             std::lock_guard<std::mutex> lock(mutex);
             if (lost) return false;
@@ -285,6 +301,7 @@ struct ServiceChannel::Connection {
     const EventSink events;
     const Reporter report;
     const StatusSink status;
+    const Reporter trace;
 
     asio::io_context io;
     Socket socket{io};
@@ -309,10 +326,11 @@ struct ServiceChannel::Connection {
 
 ServiceChannel::ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
                                std::chrono::milliseconds answerTimeout, EventSink events,
-                               Reporter report, StatusSink status)
+                               Reporter report, StatusSink status, Reporter trace)
     : ProxyRequest(&owner),
       connection(std::make_unique<Connection>(socketPath, answerTimeout, std::move(events),
-                                              std::move(report), std::move(status))) {
+                                              std::move(report), std::move(status),
+                                              std::move(trace))) {
     connection->connect();
 }
 

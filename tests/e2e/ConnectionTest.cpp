@@ -285,6 +285,8 @@ TEST(Options, EveryMistakeExitsWithTwoAndNamesTheOption) {
         {simulator + " --ring-tiem=5", "unknown option '--ring-tiem'; did you mean '--ring-time'?"},
         {console + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " --ring-time soon", "--ring-time: takes a number of milliseconds"},
+        {console + " --log-level loud", "--log-level: names no log level: 'loud' (levels: "},
+        {"COMMS_LOG_LEVEL=tarce " + simulator, "no log level: 'tarce'; did you mean 'trace'?"},
         {simulator + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " control", "control needs a command"},
         {simulator + " --lines", "--lines needs a value"},

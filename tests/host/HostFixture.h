@@ -82,10 +82,12 @@ struct Reports {
 };
 
 inline std::unique_ptr<desktop::Host> makeHost(const FakeService& service,
-                                               Reports* reports = nullptr) {
+                                               Reports* reports = nullptr,
+                                               desktop::LogLevel level = desktop::LogLevel::info) {
     desktop::Host::Options options;
     options.pluginPath = PLUGIN_PATH;
     options.socketPath = service.socketPath();
+    options.logLevel = level;
     options.report = [reports](const std::string& line) {
         if (reports == nullptr) return;
         std::lock_guard<std::mutex> lock(reports->mutex);

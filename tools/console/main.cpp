@@ -304,6 +304,9 @@ int main(int argc, char** argv) {
         ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    std::string logLevel;
+    kit::addLogLevel(app, logLevel,
+                     "How much the host reports; trace shows every request, answer and event");
     app.set_version_flag("--version", "comms-console " COMMUNICATIONS_SERVICE_VERSION);
     app.add_flag("--check", checkOnly,
                  "Check the script (--script, else standard input) without connecting");
@@ -341,6 +344,7 @@ int main(int argc, char** argv) {
     });
     desktop::setLogging(logging);
     options.answerTimeout = std::chrono::milliseconds(answerTimeout);
+    if (!logLevel.empty()) options.logLevel = desktop::logLevelNamed(logLevel);
     options.report = [&](const std::string& line) { output.printFromAnyThread("! host: " + line); };
 
     try {

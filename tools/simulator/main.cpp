@@ -114,6 +114,8 @@ int main(int argc, char** argv) {
     app.add_option("--script", scriptPath, "Control script of timed steps to run once serving")
         ->check(kit::readableFile());
     app.add_flag("-v,--verbose", verbose, "Log every request, answer and event");
+    std::string logLevel = "info";
+    kit::addLogLevel(app, logLevel, "How much to log; debug and trace log as --verbose does");
     app.set_version_flag("--version", "comms-simulator " COMMUNICATIONS_SERVICE_VERSION);
 
     std::vector<std::string> controlWords;
@@ -158,7 +160,8 @@ int main(int argc, char** argv) {
 
         std::signal(SIGPIPE, SIG_IGN);
         asio::io_context io;
-        simulator::Server server(io, socketPath, logLine, verbose);
+        simulator::Server server(io, socketPath, logLine,
+                                 verbose || logLevel == "debug" || logLevel == "trace");
         simulator::PhoneService service(settings, server, server);
         asio::signal_set stopSignals(io, SIGINT, SIGTERM);
         stopSignals.async_wait([&](const asio::error_code& error, int) {

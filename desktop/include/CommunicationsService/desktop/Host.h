@@ -10,7 +10,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "CommunicationsService/desktop/Wire.h"
 #include "CommunicationsService/framework/Executable.h"
@@ -68,9 +70,11 @@ public:
     using StatusSink = std::function<void(bool available, const std::string& reason)>;
 
     /// Connects to the service at @p socketPath; throws std::runtime_error when it cannot.
+    /// When @p trace is given it receives each request with its answer and how long that
+    /// took, and each posted message, as typed calls.
     ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
                    std::chrono::milliseconds answerTimeout, EventSink events, Reporter report,
-                   StatusSink status = {});
+                   StatusSink status = {}, Reporter trace = {});
     ~ServiceChannel() override;
     ServiceChannel(const ServiceChannel&) = delete;
     ServiceChannel& operator=(const ServiceChannel&) = delete;
@@ -103,6 +107,23 @@ private:
     struct Connection;
     std::unique_ptr<Connection> connection;
 };
+
+/// How much the host writes to its Reporter; each level includes the ones before it.
+enum class LogLevel {
+    error,   ///< only what stops the host from working
+    warning, ///< also a lost service, an unanswered request, an event nobody receives, a
+             ///< subscribe for a subscriber that is not attached
+    info,    ///< also the service's return
+    debug,   ///< also events dropped for detached subscribers
+    trace,   ///< also every request with its answer and time, and every event, as typed calls
+};
+
+/// "error", "warning", "info", "debug" or "trace"; nothing for any other word.
+std::optional<LogLevel> logLevelNamed(std::string_view name);
+
+/// The level named by the environment variable COMMS_LOG_LEVEL, info when it is not set;
+/// throws std::runtime_error naming the variable and the levels when it names none.
+LogLevel logLevelFromEnvironment();
 
 /// Told when the connection to the service is lost and when it is back. A subscriber that
 /// also derives from this class is told through these calls, on the host's delivery
@@ -185,6 +206,8 @@ public:
         std::chrono::milliseconds answerTimeout{10000};
         /// Receives the host's log lines; standard error when empty.
         Reporter report;
+        /// How much goes to report; COMMS_LOG_LEVEL, else info, when not set.
+        std::optional<LogLevel> logLevel;
     };
 
     /// Loads the plug-in and connects; throws std::runtime_error saying what failed.
@@ -207,6 +230,11 @@ public:
 
     /// Events whose handling the invoker has confirmed through its InvokerResponse.
     std::size_t eventsHandled() const;
+
+    /// Why the service refused the last request this thread sent, as the simulator says
+    /// beside its answer ("call 77 does not exist on line 1001"); empty when it did not
+    /// refuse or did not say. The proxy's result codes stay as the service answered.
+    std::string refusalOfLastRequest() const;
 
 private:
     struct State;
