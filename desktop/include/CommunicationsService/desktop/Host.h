@@ -151,7 +151,9 @@ class [[nodiscard]] Attachment {
 public:
     /// Owns nothing.
     Attachment() = default;
+    /// Takes over what @p other owns.
     Attachment(Attachment&& other) noexcept;
+    /// Detaches what this one owns, then takes over what @p other owns.
     Attachment& operator=(Attachment&& other) noexcept;
     Attachment(const Attachment&) = delete;
     Attachment& operator=(const Attachment&) = delete;
