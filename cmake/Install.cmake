@@ -44,7 +44,10 @@ if(TARGET comms-simulator AND TARGET comms-console)
   file(RELATIVE_PATH comms_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(comms-simulator comms-console PROPERTIES
     INSTALL_RPATH "$ORIGIN/${comms_bin_to_lib}")
-  install(TARGETS comms-simulator comms-console RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  # The simulator is an imported target too, for applications' integration tests.
+  install(TARGETS comms-simulator EXPORT ${comms_package}Targets
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS comms-console RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
 # Only the public headers: the private ones of src/ and the desktop kit's own stay behind.
@@ -53,7 +56,7 @@ foreach(header_root include testsupport/include)
     DESTINATION ${comms_include_dir}
     FILES_MATCHING PATTERN "*.h")
 endforeach()
-foreach(desktop_header Framework.h Host.h Wire.h)
+foreach(desktop_header Framework.h Host.h SimulatorCodes.h Wire.h)
   install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/${comms_package}/desktop/${desktop_header}
     DESTINATION ${comms_include_dir}/${comms_package}/desktop)
 endforeach()

@@ -6,10 +6,14 @@
 #include <sys/un.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <iostream>
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "NearestName.h"
 
 namespace kit {
 
@@ -30,6 +34,26 @@ inline CLI::Validator milliseconds(int low, int high) {
             return {};
         },
         "MS");
+}
+
+// The log levels, least first; each includes the ones before it.
+inline const std::vector<std::string>& logLevels() {
+    static const std::vector<std::string> levels = {"error", "warning", "info", "debug", "trace"};
+    return levels;
+}
+
+// The log level option, also set by the environment variable COMMS_LOG_LEVEL.
+inline CLI::Option* addLogLevel(CLI::App& app, std::string& level, const std::string& what) {
+    return app.add_option("--log-level", level, what + " (error, warning, info, debug, trace)")
+        ->envname("COMMS_LOG_LEVEL")
+        ->check(CLI::Validator(
+            [](std::string& word) -> std::string {
+                if (std::find(logLevels().begin(), logLevels().end(), word) != logLevels().end())
+                    return {};
+                return "names no log level: '" + word + "'" + didYouMean(word, logLevels()) +
+                       " (levels: error, warning, info, debug, trace)";
+            },
+            "LEVEL"));
 }
 
 inline CLI::Validator readableFile() {
@@ -54,6 +78,28 @@ inline std::string socketPathProblem(const std::string& path) {
     return {};
 }
 
+// Names the first argument that is not one of the program's options, and the nearest one.
+inline std::string unexpected(CLI::App& app, int argc, char** argv) {
+    std::vector<std::string> options;
+    for (const CLI::Option* option : app.get_options()) {
+        for (const std::string& name : option->get_lnames())
+            options.push_back("--" + name);
+    }
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const std::string name = word.substr(0, word.find('='));
+        if (name.rfind("--", 0) == 0 &&
+            std::find(options.begin(), options.end(), name) == options.end()) {
+            std::string known;
+            for (const std::string& option : options)
+                known += (known.empty() ? "" : ", ") + option;
+            return "unknown option '" + name + "'" + didYouMean(name, options) +
+                   " (options: " + known + ")";
+        }
+    }
+    return "unexpected argument";
+}
+
 // Parses the arguments; help and version requests print and give status 0, mistakes
 // give status 2. Returns nothing when the program may go on.
 inline std::optional<int> parse(CLI::App& app, const std::string& program, int argc, char** argv) {
@@ -70,6 +116,9 @@ inline std::optional<int> parse(CLI::App& app, const std::string& program, int a
         const std::string text = error.what();
         std::cerr << program << ": " << text.substr(0, text.find(':'))
                   << " needs a value (try --help)\n";
+        return 2;
+    } catch (const CLI::ExtrasError&) {
+        std::cerr << program << ": " << unexpected(app, argc, argv) << " (try --help)\n";
         return 2;
     } catch (const CLI::ParseError& error) {
         std::cerr << program << ": " << error.what() << " (try --help)\n";

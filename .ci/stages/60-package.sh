@@ -72,6 +72,8 @@ ctest --test-dir "$build/auto-answer" --output-on-failure --no-tests=error
 cmake -S examples/answer-on-simulator -B "$build/answer-on-simulator" -G Ninja \
   -DCMAKE_PREFIX_PATH="$prefix"
 cmake --build "$build/answer-on-simulator" -j2
+# Its integration test runs a simulator of its own through the installed fixture.
+ctest --test-dir "$build/answer-on-simulator" --output-on-failure --no-tests=error
 c++ -std=c++17 -Wall -Wextra -Werror -DPLUGIN_PATH="\"$plugin\"" \
   -o "$build/answer-on-simulator-pkgconfig" examples/answer-on-simulator/AnswerOnSimulator.cpp \
   $(pkg-config --cflags --libs CommunicationsService-host)

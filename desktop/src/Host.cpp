@@ -2,45 +2,147 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "Trace.h"
 
 namespace desktop {
 
-namespace {
-
-// Knows every attached subscriber under its channel name, in both directions.
-class HostContext : public FrameworkContext {
+// Knows every attached subscriber under its channel name, in both directions, and which
+// subscriber the delivery thread is calling, so that detaching can wait for that call.
+class SubscriberRegistry : public FrameworkContext {
 public:
+    // Told when the proxy's subscribe asks for a subscriber that is not attached.
+    explicit SubscriberRegistry(std::function<void()> unattached)
+        : unattached(std::move(unattached)) {}
+
     std::string findChannel(Executable* executable) override {
-        std::lock_guard<std::mutex> lock(mutex);
-        auto found = names.find(executable);
-        return found != names.end() ? found->second : std::string();
-    }
-
-    Executable* subscriberOn(const std::string& channel) {
-        std::lock_guard<std::mutex> lock(mutex);
-        for (const auto& [executable, name] : names) {
-            if (name == channel) return executable;
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            auto found = names.find(executable);
+            if (found != names.end()) return found->second.channel;
         }
-        return nullptr;
+        unattached();
+        return {};
     }
 
-    void attach(Executable& subscriber, const std::string& channel) {
+    // The number of this attachment, which only its own detach undoes.
+    std::uint64_t attach(Executable& subscriber, const std::string& channel) {
         std::lock_guard<std::mutex> lock(mutex);
-        names[&subscriber] = channel;
+        names[&subscriber] = {channel, ++attachments};
+        detachedChannels.erase(channel);
+        return attachments;
+    }
+
+    // Waits for a call of the subscriber in progress on the delivery thread, unless it is
+    // that call which detaches; also when the attachment has already ended, since its
+    // owner may be about to destroy the subscriber.
+    void detach(Executable* subscriber, std::uint64_t attachment) {
+        std::unique_lock<std::mutex> lock(mutex);
+        auto found = names.find(subscriber);
+        if (found != names.end() && found->second.attachment == attachment) {
+            detachedChannels.insert(found->second.channel);
+            names.erase(found);
+        }
+        if (deliveryThread == std::this_thread::get_id()) return;
+        callEnded.wait(lock, [&] { return calling != subscriber; });
+    }
+
+    enum class Found { subscriber, detached, nobody };
+
+    // Calls deliver(subscriber) for the subscriber on the channel, if one is attached.
+    template <typename Deliver> Found callOn(const std::string& channel, Deliver deliver) {
+        std::unique_lock<std::mutex> lock(mutex);
+        for (const auto& [executable, attached] : names) {
+            if (attached.channel == channel) {
+                call(lock, executable, deliver);
+                return Found::subscriber;
+            }
+        }
+        return detachedChannels.count(channel) != 0 ? Found::detached : Found::nobody;
+    }
+
+    // Calls deliver(subscriber) for every subscriber attached now and still when its turn
+    // comes.
+    template <typename Deliver> void callEach(Deliver deliver) {
+        std::unique_lock<std::mutex> lock(mutex);
+        std::vector<Executable*> everyone;
+        for (const auto& attached : names)
+            everyone.push_back(attached.first);
+        for (Executable* executable : everyone) {
+            if (names.count(executable) != 0) call(lock, executable, deliver);
+        }
+    }
+
+    void deliverOn(std::thread::id thread) {
+        std::lock_guard<std::mutex> lock(mutex);
+        deliveryThread = thread;
     }
 
 private:
+    template <typename Deliver>
+    void call(std::unique_lock<std::mutex>& lock, Executable* subscriber, Deliver& deliver) {
+        calling = subscriber;
+        lock.unlock();
+        deliver(subscriber);
+        lock.lock();
+        calling = nullptr;
+        callEnded.notify_all();
+    }
+
+    struct Attached {
+        std::string channel;
+        std::uint64_t attachment = 0;
+    };
+
+    const std::function<void()> unattached;
     std::mutex mutex;
-    std::map<Executable*, std::string> names;
+    std::condition_variable callEnded;
+    std::map<Executable*, Attached> names;
+    std::uint64_t attachments = 0;
+    // Their events are dropped without a report: the service still sends them.
+    std::set<std::string> detachedChannels;
+    Executable* calling = nullptr;
+    std::thread::id deliveryThread;
 };
+
+Attachment::Attachment(std::shared_ptr<SubscriberRegistry> registry, Executable* subscriber,
+                       std::uint64_t number)
+    : registry(std::move(registry)), subscriber(subscriber), number(number) {}
+
+Attachment::Attachment(Attachment&& other) noexcept
+    : registry(std::move(other.registry)), subscriber(other.subscriber), number(other.number) {}
+
+Attachment& Attachment::operator=(Attachment&& other) noexcept {
+    if (this != &other) {
+        detach();
+        registry = std::move(other.registry);
+        subscriber = other.subscriber;
+        number = other.number;
+    }
+    return *this;
+}
+
+Attachment::~Attachment() { detach(); }
+
+// Leaves the members as they are: a callback may detach while the owner's thread ends the
+// attachment too.
+void Attachment::detach() {
+    if (registry) registry->detach(subscriber, number);
+}
+
+namespace {
 
 class DeliveryReceipt : public InvokerResponse {
 public:
@@ -48,11 +150,40 @@ public:
     std::atomic<std::size_t> handled{0};
 };
 
+// What the delivery thread hands on: an event for a channel, or the service's loss
+// (reason set) or return.
+struct Delivery {
+    enum class Kind { event, lost, back };
+    Kind kind = Kind::event;
+    std::string channel;
+    std::string text;
+};
+
 } // namespace
+
+std::optional<LogLevel> logLevelNamed(std::string_view name) {
+    static const std::pair<std::string_view, LogLevel> kLevels[] = {
+        {"error", LogLevel::error}, {"warning", LogLevel::warning}, {"info", LogLevel::info},
+        {"debug", LogLevel::debug}, {"trace", LogLevel::trace},
+    };
+    for (const auto& [word, level] : kLevels) {
+        if (word == name) return level;
+    }
+    return std::nullopt;
+}
+
+LogLevel logLevelFromEnvironment() {
+    const char* name = std::getenv("COMMS_LOG_LEVEL");
+    if (name == nullptr || *name == '\0') return LogLevel::info;
+    if (auto level = logLevelNamed(name)) return *level;
+    throw std::runtime_error(std::string("COMMS_LOG_LEVEL names no log level: '") + name +
+                             "' (levels: error, warning, info, debug, trace)");
+}
 
 struct Host::State {
     explicit State(Options options)
-        : report(options.report
+        : level(options.logLevel ? *options.logLevel : logLevelFromEnvironment()),
+          report(options.report
                      ? std::move(options.report)
                      : [](const std::string&
                               line) { std::fprintf(stderr, "desktop host: %s\n", line.c_str()); }),
@@ -66,15 +197,19 @@ struct Host::State {
             throw std::runtime_error("plug-in " + options.pluginPath +
                                      ": its proxy does not implement CommunicationsServiceIfc");
         }
-        invoker->initInvoker(&context);
-        delivery = std::thread([this] { deliverEvents(); });
+        invoker->initInvoker(registry.get());
+        delivery = std::thread([this] { deliverAll(); });
         try {
             channel = std::make_unique<ServiceChannel>(
-                context, options.socketPath, options.answerTimeout,
+                *registry, options.socketPath, options.answerTimeout,
                 [this](std::string name, std::string text) {
-                    enqueue(std::move(name), std::move(text));
+                    enqueue({Delivery::Kind::event, std::move(name), std::move(text)});
                 },
-                report);
+                [this](const std::string& line) { log(LogLevel::warning, line); },
+                [this](bool available, const std::string& reason) {
+                    enqueue({available ? Delivery::Kind::back : Delivery::Kind::lost, {}, reason});
+                },
+                level >= LogLevel::trace ? report : Reporter());
         } catch (...) {
             stopDelivery();
             throw;
@@ -82,39 +217,67 @@ struct Host::State {
         proxy->initProxy(*channel);
     }
 
+    // Delivery ends first: a callback in progress may still send requests through the
+    // channel and the proxy.
     ~State() {
-        channel.reset();
         stopDelivery();
+        channel.reset();
     }
 
-    void enqueue(std::string name, std::string text) {
+    void enqueue(Delivery item) {
         {
             std::lock_guard<std::mutex> lock(queueMutex);
-            queue.emplace_back(std::move(name), std::move(text));
+            queue.push_back(std::move(item));
         }
         queueChanged.notify_one();
     }
 
-    void deliverEvents() {
+    void deliverAll() {
+        registry->deliverOn(std::this_thread::get_id());
         std::unique_lock<std::mutex> lock(queueMutex);
         for (;;) {
             queueChanged.wait(lock, [this] { return stopping || !queue.empty(); });
             if (stopping) return;
-            auto [name, text] = std::move(queue.front());
+            Delivery item = std::move(queue.front());
             queue.pop_front();
             lock.unlock();
-            deliver(name, text);
+            if (item.kind == Delivery::Kind::event) {
+                deliver(item.channel, item.text);
+            } else {
+                tellWatchers(item.kind == Delivery::Kind::back, item.text);
+            }
             lock.lock();
         }
     }
 
+    void log(LogLevel at, const std::string& line) {
+        if (at <= level) report(line);
+    }
+
     void deliver(const std::string& name, const std::string& text) {
-        Executable* subscriber = context.subscriberOn(name);
-        if (subscriber == nullptr) {
-            report("event for channel '" + name + "', which has no subscriber, dropped");
-            return;
-        }
-        invoker->handleMessage(subscriber, text.c_str(), static_cast<int>(text.size()), &receipt);
+        if (level >= LogLevel::trace) log(LogLevel::trace, "event " + trace::event(text));
+        const auto found = registry->callOn(name, [&](Executable* subscriber) {
+            invoker->handleMessage(subscriber, text.c_str(), static_cast<int>(text.size()),
+                                   &receipt);
+        });
+        if (found == SubscriberRegistry::Found::nobody)
+            log(LogLevel::warning,
+                "event for channel '" + name + "', which has no subscriber, dropped");
+        if (found == SubscriberRegistry::Found::detached)
+            log(LogLevel::debug,
+                "event for channel '" + name + "', whose subscriber has detached, dropped");
+    }
+
+    void tellWatchers(bool back, const std::string& reason) {
+        registry->callEach([&](Executable* subscriber) {
+            if (auto* watcher = dynamic_cast<ServiceWatcher*>(subscriber)) {
+                if (back) {
+                    watcher->onServiceBack();
+                } else {
+                    watcher->onServiceLost(reason);
+                }
+            }
+        });
     }
 
     void stopDelivery() {
@@ -126,17 +289,22 @@ struct Host::State {
         if (delivery.joinable()) delivery.join();
     }
 
+    const LogLevel level;
     Reporter report;
     PluginLibrary plugin;
     std::unique_ptr<Proxy> proxy;
     std::unique_ptr<Invoker> invoker;
     CommunicationsServiceIfc* proxyInterface = nullptr;
-    HostContext context;
+    // Shared with the attachments, which may outlive the host.
+    std::shared_ptr<SubscriberRegistry> registry = std::make_shared<SubscriberRegistry>([this] {
+        log(LogLevel::warning, "subscribe for a subscriber that is not attached: the service gets "
+                               "no channel name and refuses it (call Host::attach first)");
+    });
     DeliveryReceipt receipt;
 
     std::mutex queueMutex;
     std::condition_variable queueChanged;
-    std::deque<std::pair<std::string, std::string>> queue;
+    std::deque<Delivery> queue;
     bool stopping = false;
     std::thread delivery;
 
@@ -151,10 +319,13 @@ CommunicationsServiceIfc& Host::service() { return *state->proxyInterface; }
 
 ServiceChannel& Host::channel() { return *state->channel; }
 
-void Host::attach(Executable& subscriber, const std::string& channelName) {
-    state->context.attach(subscriber, channelName);
+Attachment Host::attach(Executable& subscriber, const std::string& channelName) {
+    return Attachment(state->registry, &subscriber,
+                      state->registry->attach(subscriber, channelName));
 }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }
+
+std::string Host::refusalOfLastRequest() const { return state->channel->refusalOfLastRequest(); }
 
 } // namespace desktop

@@ -28,6 +28,12 @@ Factory findFactory(void* handle, const std::string& path, const char* name) {
 } // namespace
 
 PluginLibrary::PluginLibrary(const std::string& path) {
+    // dlopen("") hands back the program itself, whose missing factories would then be
+    // reported as if the program were the plug-in.
+    if (path.empty()) {
+        throw std::runtime_error("no plug-in given: set Host::Options::pluginPath to the path of "
+                                 "libCommunicationsService.so");
+    }
     handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
         throw std::runtime_error("cannot load plug-in " + path + ": " + lastDlError());

@@ -2,6 +2,7 @@
 #include <array>
 #include <asio.hpp>
 #include <condition_variable>
+#include <cstdio>
 #include <deque>
 #include <map>
 #include <memory>
@@ -13,6 +14,7 @@
 #include "CommunicationsService/desktop/Host.h"
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "Trace.h"
 
 namespace desktop {
 
@@ -61,16 +63,19 @@ struct ServiceChannel::Connection {
     static constexpr std::chrono::milliseconds kLongestRetry{1000};
 
     Connection(const std::string& path, std::chrono::milliseconds timeout, EventSink sink,
-               Reporter reporter)
+               Reporter reporter, StatusSink statusSink, Reporter tracer)
         : socketPath(path), defaultTimeout(timeout), events(std::move(sink)),
-          report(std::move(reporter)) {}
+          report(std::move(reporter)), status(std::move(statusSink)), trace(std::move(tracer)) {}
 
     void connect() {
         asio::error_code error;
         socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
         if (error) {
             throw std::runtime_error("cannot connect to the communications service at " +
-                                     socketPath + ": " + error.message());
+                                     socketPath + ": " + error.message() +
+                                     " (is it running? start the simulator with: comms-simulator "
+                                     "--socket " +
+                                     socketPath + ")");
         }
         readHeader();
         ioThread = std::thread([this] { io.run(); });
@@ -101,6 +106,10 @@ struct ServiceChannel::Connection {
         answers[id];
         if (frame.kind == Kind::Subscribe) subscriptions[frame.channel] = frame.text;
         const std::string what = describe(frame);
+        const std::string traced = !trace                        ? std::string()
+                                   : frame.kind == Kind::Control ? what
+                                                                 : trace::request(frame.text);
+        const auto sent = std::chrono::steady_clock::now();
         lock.unlock();
         send(std::move(frame));
         lock.lock();
@@ -113,6 +122,15 @@ struct ServiceChannel::Connection {
             report("no answer from the communications service to " + what + " within " +
                    std::to_string(timeout.count()) + " ms");
         }
+        if (trace) {
+            const auto micros = std::chrono::duration_cast<std::chrono::microseconds>(
+                                    std::chrono::steady_clock::now() - sent)
+                                    .count();
+            char elapsed[32];
+            std::snprintf(elapsed, sizeof elapsed, "%.1f", static_cast<double>(micros) / 1000);
+            trace(traced + " -> " + (reply ? trace::answer(reply->text) : "(no answer)") + " in " +
+                  elapsed + " ms");
+        }
         if (!reply) return std::nullopt;
         lastRefusal = std::move(reply->refusal);
         return std::move(reply->text);
@@ -120,6 +138,7 @@ struct ServiceChannel::Connection {
 
     bool post(Frame frame) {
         if (!fits(frame)) return false;
+        if (trace && frame.kind == Kind::OneWay) trace(trace::request(frame.text) + " posted");
         {
             std::lock_guard<std::mutex> lock(mutex);
             if (lost) return false;
@@ -240,6 +259,7 @@ struct ServiceChannel::Connection {
                    reason + ")" +
                    (comesBack ? "; requests fail until it is back"
                               : "; from now on every request fails"));
+            if (status) status(false, reason);
         }
         {
             std::lock_guard<std::mutex> lock(mutex);
@@ -287,12 +307,15 @@ struct ServiceChannel::Connection {
         }
         report("the communications service at " + socketPath + " is back; " +
                std::to_string(renewed) + " subscription" + (renewed == 1 ? "" : "s") + " renewed");
+        if (status) status(true, {});
     }
 
     const std::string socketPath;
     const std::chrono::milliseconds defaultTimeout;
     const EventSink events;
     const Reporter report;
+    const StatusSink status;
+    const Reporter trace;
 
     asio::io_context io;
     Socket socket{io};
@@ -318,9 +341,11 @@ struct ServiceChannel::Connection {
 
 ServiceChannel::ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
                                std::chrono::milliseconds answerTimeout, EventSink events,
-                               Reporter report)
-    : ProxyRequest(&owner), connection(std::make_unique<Connection>(
-                                socketPath, answerTimeout, std::move(events), std::move(report))) {
+                               Reporter report, StatusSink status, Reporter trace)
+    : ProxyRequest(&owner),
+      connection(std::make_unique<Connection>(socketPath, answerTimeout, std::move(events),
+                                              std::move(report), std::move(status),
+                                              std::move(trace))) {
     connection->connect();
 }
 

@@ -8,95 +8,22 @@
 // seconds, 2 when the plug-in or the simulator cannot be reached.
 
 #include <chrono>
-#include <condition_variable>
 #include <exception>
 #include <iostream>
-#include <mutex>
 #include <string>
 
-#include "CommunicationsService/CommunicationsServiceEventAdapter.h"
-#include "CommunicationsService/CommunicationsServiceIfc.h"
-#include "CommunicationsService/desktop/Host.h"
-
-namespace {
-
-// The simulator's call states (the service owns the numbering; this is the simulator's).
-constexpr int kRinging = 3;
-constexpr int kConnected = 4;
-
-class Answerer : public Executable, public CommunicationsServiceEventAdapter {
-public:
-    // Set before the subscription, once the host has made the proxy.
-    CommunicationsServiceIfc* service = nullptr;
-
-    void init(Context& /*context*/) override {}
-    void shutdown() override {}
-
-    // Runs on the host's delivery thread. A callback may send requests: the host reads
-    // their answers on another thread.
-    void onIncomingCallEvent(const std::string& lineId, int callId, const std::string& uri,
-                             const std::string& name, const std::string& /*fullPai*/,
-                             const std::string& /*alertUri*/, const std::string& /*alertInfoParam*/,
-                             bool /*alertAutoAnswer*/, int /*callType*/,
-                             const std::string& /*diversionUri*/,
-                             const std::string& /*diversionName*/, int /*diversionReason*/,
-                             bool /*zipAutoAnswer*/, int /*resourcePriority*/, int /*ilCallLevel*/,
-                             int /*ilLocalLevel*/, bool /*isVideoCall*/) override {
-        std::cout << "call " << callId << " on line " << lineId << " from " << name << " <" << uri
-                  << ">" << std::endl;
-        const int result = service->answerCall(lineId, callId);
-        std::cout << "answerCall: " << (result == sfiSuccess ? "sfiSuccess" : "refused")
-                  << std::endl;
-        std::lock_guard<std::mutex> lock(mutex);
-        if (result == sfiSuccess) answered = callId;
-    }
-
-    void onCallStateChangeEvent(const std::string& /*lineId*/, int callId, int callState,
-                                int /*reason*/, int /*sendOptions*/, const std::string& /*uri*/,
-                                const std::string& /*name*/, const std::string& /*fullPai*/,
-                                CallPartyInfo* /*callPartyInfo*/, int /*resourcePriority*/,
-                                int /*preemptionCause*/, const std::string& /*preemptionText*/,
-                                bool /*callBackFeatureAvailable*/, int /*ilCallLevel*/,
-                                int /*ilLocalLevel*/) override {
-        std::cout << "call " << callId << " state " << callState
-                  << (callState == kRinging     ? " (ringing)"
-                      : callState == kConnected ? " (connected)"
-                                                : "")
-                  << std::endl;
-        std::lock_guard<std::mutex> lock(mutex);
-        if (callState == kConnected && callId == answered) connected = callId;
-        changed.notify_all();
-    }
-
-    // The call this application answered, once it is connected; -1 after the time-out.
-    int awaitConnected(std::chrono::milliseconds timeout) {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait_for(lock, timeout, [this] { return connected != -1; });
-        return connected;
-    }
-
-private:
-    std::mutex mutex;
-    std::condition_variable changed;
-    int answered = -1;
-    int connected = -1;
-};
-
-} // namespace
+#include "Answerer.h"
 
 int main(int argc, char** argv) {
     desktop::Host::Options options;
     options.pluginPath = PLUGIN_PATH;
     if (argc > 1) options.socketPath = argv[1];
-    // The subscriber outlives the host, whose delivery thread may still be calling it.
-    Answerer app;
     try {
         desktop::Host host(options);
-        app.service = &host.service();
-        host.attach(app, "answer-on-simulator");
-        // Lines start unregistered; activate registers them.
-        if (host.service().activate() != sfiSuccess ||
-            host.service().subscribe(&app) != sfiSuccess) {
+        Answerer app(host.service());
+        // Ends first, so the host delivers nothing to the application once it is gone.
+        const desktop::Attachment attached = host.attach(app, "answer-on-simulator");
+        if (!app.start()) {
             std::cerr << "answer-on-simulator: the service refused activate or subscribe\n";
             return 2;
         }

@@ -22,7 +22,9 @@
 namespace {
 
 // Answers every incoming call from inside its callback, as applications do.
-class AnsweringSubscriber : public Executable, public CommunicationsServiceEventAdapter {
+class AnsweringSubscriber : public Executable,
+                            public CommunicationsServiceEventAdapter,
+                            public desktop::ServiceWatcher {
 public:
     void init(Context& /*context*/) override {}
     void shutdown() override {}
@@ -44,6 +46,12 @@ public:
                                 CallPartyInfo*, int, int, const std::string&, bool, int,
                                 int) override {
         note("call " + std::to_string(callId) + " state " + std::to_string(callState));
+    }
+
+    // A restarted service has forgotten the lines and the subscription.
+    void onServiceBack() override {
+        note("back: activate " + std::to_string(service->activate()) + ", subscribe " +
+             std::to_string(service->subscribe(this)));
     }
 
     // What happened, once `last` has; empty after the timeout.
@@ -75,15 +83,20 @@ private:
     std::set<std::thread::id> threads;
 };
 
-TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
-    kit::SimulatorProcess simulator;
-    AnsweringSubscriber subscriber;
+desktop::Host::Options options(const kit::SimulatorProcess& simulator) {
     desktop::Host::Options options;
     options.pluginPath = PLUGIN_PATH;
     options.socketPath = simulator.socketPath();
-    desktop::Host host(options);
+    options.report = [](const std::string&) {};
+    return options;
+}
+
+TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
+    kit::SimulatorProcess simulator;
+    AnsweringSubscriber subscriber;
+    desktop::Host host(options(simulator));
     subscriber.service = &host.service();
-    host.attach(subscriber, "answering");
+    const desktop::Attachment attached = host.attach(subscriber, "answering");
     ASSERT_EQ(host.service().activate(), sfiSuccess);
     ASSERT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
 
@@ -104,13 +117,29 @@ TEST(PlacedCalls, LearnTheirIdentifierFromTheFirstCallStateEvent) {
         "activate => sfiSuccess",
         // A free identifier is kept; 0, or one a call holds, makes the service choose.
         "outgoingCallMake 1001 5 2002 0 0 0 => sfiSuccess",
-        "await onCallStateChangeEvent lineId=1001 callId=5 callState=1 "
+        "await onCallStateChangeEvent lineId=1001 callId=5 callState=dialing "
         "uri=sip:2002@pbx.example.com",
         "outgoingCallMake 1001 0 2002 0 0 0 => sfiSuccess",
-        "await onCallStateChangeEvent lineId=1001 callId=1 callState=1",
+        "await onCallStateChangeEvent lineId=1001 callId=1 callState=dialing",
         "outgoingCallMake 1002 5 2002 0 0 0 => sfiSuccess",
-        "await onCallStateChangeEvent lineId=1002 callId=2 callState=1",
+        "await onCallStateChangeEvent lineId=1002 callId=2 callState=dialing",
     })) << simulator.log();
+}
+
+TEST(RestartedService, TellsTheApplicationWhichThenReceivesTheNextCallOnTheSameLine) {
+    kit::SimulatorProcess first;
+    AnsweringSubscriber subscriber;
+    desktop::Host host(options(first));
+    subscriber.service = &host.service();
+    const desktop::Attachment attached = host.attach(subscriber, "answering");
+    ASSERT_EQ(host.service().activate(), sfiSuccess);
+    ASSERT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
+
+    first.kill();
+    kit::SimulatorProcess second({}, first.socketPath());
+    ASSERT_FALSE(subscriber.awaitNote("back: activate 5, subscribe 5").empty());
+    ASSERT_EQ(host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
+    EXPECT_FALSE(subscriber.awaitNote("call 1 state 4").empty()) << second.log();
 }
 
 } // namespace

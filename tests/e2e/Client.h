@@ -29,7 +29,7 @@ public:
             reportLines.push_back(line);
         };
         host = std::make_unique<desktop::Host>(options);
-        host->attach(recorder, channel);
+        attached = host->attach(recorder, channel);
     }
 
     CommunicationsServiceIfc& service() { return host->service(); }
@@ -70,6 +70,7 @@ public:
     console::EventLog events;
     console::EventRecorder recorder;
     std::unique_ptr<desktop::Host> host;
+    desktop::Attachment attached;
 };
 
 } // namespace kit

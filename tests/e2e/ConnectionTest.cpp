@@ -31,7 +31,7 @@ TEST(TwoClients, ShareTheServiceAndBothSeeItsEvents) {
                          "sim incomingCall 1001 2005", "answerCall 1001 1 => sfiSuccess"}));
     for (kit::Client* client : {&alice, &bob}) {
         EXPECT_TRUE(client->run({"await onRegistrationStateChangeEvent lineId=1002 registered=true",
-                                 "await onCallStateChangeEvent callId=1 callState=4"}));
+                                 "await onCallStateChangeEvent callId=1 callState=connected"}));
     }
     EXPECT_NE(alice.control("clients").find("channels alice"), std::string::npos);
     EXPECT_TRUE(alice.reports().empty());
@@ -243,7 +243,10 @@ TEST(Start, FailsWithAMessageNamingWhatIsMissing) {
         {FRAMEWORK_PATH,
          true,
          {"plug-in " FRAMEWORK_PATH, "has no factory 'createCommunicationsServiceProxy'"}},
-        {PLUGIN_PATH, false, {"cannot connect to the communications service at "}},
+        {PLUGIN_PATH,
+         false,
+         {"cannot connect to the communications service at ",
+          "start the simulator with: comms-simulator --socket "}},
     };
     for (const StartFailure& failure : cases) {
         SCOPED_TRACE(failure.plugin);
@@ -277,9 +280,13 @@ TEST(Options, EveryMistakeExitsWithTwoAndNamesTheOption) {
          "--answer-timeout: takes a number of milliseconds, not 'abc'"},
         {console + " --await-timeout", "--await-timeout needs a value"},
         {console + " --answer-timeout 0", "--answer-timeout: takes 1 to 3600000 milliseconds"},
-        {console + " --bogus", "--bogus"},
+        {console + " --sokcet /tmp/x.sock",
+         "unknown option '--sokcet'; did you mean '--socket'? (options: "},
+        {simulator + " --ring-tiem=5", "unknown option '--ring-tiem'; did you mean '--ring-time'?"},
         {console + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " --ring-time soon", "--ring-time: takes a number of milliseconds"},
+        {console + " --log-level loud", "--log-level: names no log level: 'loud' (levels: "},
+        {"COMMS_LOG_LEVEL=tarce " + simulator, "no log level: 'tarce'; did you mean 'trace'?"},
         {simulator + " --script /nonexistent/day.txt", "--script: names no readable file"},
         {simulator + " control", "control needs a command"},
         {simulator + " --lines", "--lines needs a value"},

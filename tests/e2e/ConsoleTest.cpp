@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "CommunicationsService/testing/MockCommunicationsService.h"
 #include "Console.h"
 #include "EventRecorder.h"
 #include "LineCheck.h"
@@ -32,6 +33,9 @@ TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
         {{"answerCall", "1001", "twelve"},
          "answerCall: <callId> must be a whole number, not 'twelve': answerCall <line> "
          "<callId:int>"},
+        {{"answerCall", "1001", "4294967296"},
+         "answerCall: <callId> is out of range (-2147483648 to 2147483647), not '4294967296': "
+         "answerCall <line> <callId:int>"},
         {{"setMicrophoneMute", "maybe"},
          "setMicrophoneMute: <status> must be a flag (1/0, true/false, yes/no, on/off), not "
          "'maybe': setMicrophoneMute <status:flag>"},
@@ -68,6 +72,17 @@ TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
         {"await onCallHeldEvent callid=1",
          "await: onCallHeldEvent has no argument 'callid'; did you mean 'callId'?"},
         {"await onCallHeldEvent within=soon", "await: within= takes milliseconds, not 'soon'"},
+        {"await onCallHeldEvent callId=abc",
+         "await: onCallHeldEvent argument callId takes a number, not 'abc'"},
+        {"await onDoNotDisturbEvent doNotDisturbOn=maybe",
+         "await: onDoNotDisturbEvent argument doNotDisturbOn takes a flag (1/0, true/false, "
+         "yes/no, on/off), not 'maybe'"},
+        {"await onCallStateChangeEvent callState=talking",
+         "await: onCallStateChangeEvent argument callState takes a number or a call state (idle, "
+         "dialing, ringingBack, ringing, connected, held, busy, failed, conferenced), not "
+         "'talking'"},
+        {"await onCallHeldEvent since=yesterday",
+         "await: since= takes only start, not 'yesterday'"},
         {"sim incomingcall 1001 2005",
          "sim: no control command 'incomingcall'; did you mean 'incomingCall'?"},
         {"help onCallHeldEvnt",
@@ -78,7 +93,8 @@ TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
         EXPECT_EQ(console::checkLine(line).value_or("(none)"), problem) << line;
     for (const char* line :
          {"getForwardingConfiguration 0 => sfiSuccess uri=sip:2002 status=true",
-          "await onCallStateChangeEvent callState=4 callingParty=sip:2005 within=100", "sim reset",
+          "await onCallStateChangeEvent callState=connected callingParty=sip:2005 within=100",
+          "await onCallStateChangeEvent callState=4 since=start", "sim reset",
           "help onCallHeldEvent", "isCallHoldPossible 1001 => false", "# note", ""})
         EXPECT_EQ(console::checkLine(line), std::nullopt) << line;
 }
@@ -103,9 +119,9 @@ TEST(LineCheck, CompletesTheNamesThatMayComeNext) {
 TEST(EventLine, NamesCallStatesAndQuotesWhatHoldsBlanks) {
     const std::vector<std::pair<console::RecordedEvent, std::string>> cases = {
         {{"onCallStateChangeEvent", {{"callState", "4"}, {"name", "Erik Fischer"}}},
-         "onCallStateChangeEvent callState=4 (connected) name=\"Erik Fischer\""},
+         "onCallStateChangeEvent callState=connected name=\"Erik Fischer\""},
         {{"onCallStateChangeEvent", {{"callState", "2"}, {"uri", ""}}},
-         "onCallStateChangeEvent callState=2 (ringing back) uri=\"\""},
+         "onCallStateChangeEvent callState=ringingBack uri=\"\""},
         {{"onCallStateChangeEvent", {{"callState", "9"}}}, "onCallStateChangeEvent callState=9"},
         {{"onCallHeldEvent", {{"callId", "4"}}}, "onCallHeldEvent callId=4"},
     };
@@ -123,6 +139,28 @@ TEST(EventLog, EachAwaitTakesItsOwnMatchingEvent) {
     EXPECT_FALSE(log.await("onCallHeldEvent", {{"lineId", "1002"}}, none));
     EXPECT_TRUE(log.await("onCallHeldEvent", {}, none));
     EXPECT_FALSE(log.await("onCallHeldEvent", {}, none));
+}
+
+// An await looks at the events from the step before it on, unless asked for earlier ones.
+TEST(Console, AwaitsEventsFromTheStepBeforeOnAndMatchesStatesByName) {
+    testing::NiceMock<communications::testing::MockCommunicationsService> service;
+    console::EventLog log;
+    console::EventRecorder recorder([&](const console::RecordedEvent& event) { log.add(event); });
+    std::string printed;
+    console::Console::Settings settings;
+    settings.awaitTimeout = std::chrono::milliseconds(0);
+    console::Console console(
+        service, recorder, log,
+        [&](const std::string&) {
+            log.add({"onCallStateChangeEvent", {{"callId", "2"}, {"callState", "4"}}});
+            return std::string("ok");
+        },
+        [&](const std::string& line) { printed += line + "\n"; }, settings);
+    log.add({"onCallStateChangeEvent", {{"callId", "1"}, {"callState", "4"}}});
+    EXPECT_TRUE(console.execute("sim answer 2"));
+    EXPECT_FALSE(console.execute("await onCallStateChangeEvent callId=1"));
+    EXPECT_TRUE(console.execute("await onCallStateChangeEvent callId=1 since=start"));
+    EXPECT_TRUE(console.execute("await onCallStateChangeEvent callState=connected"));
 }
 
 } // namespace

@@ -24,7 +24,7 @@ const std::vector<std::string> kConnectedCall = {
     "sim incomingCall 1001 2005",
     "await onIncomingCallEvent callId=1",
     "answerCall 1001 1 => sfiSuccess",
-    "await onCallStateChangeEvent callId=1 callState=4",
+    "await onCallStateChangeEvent callId=1 callState=connected",
 };
 
 std::vector<std::string> withConnectedCall(std::vector<std::string> lines) {
@@ -39,7 +39,7 @@ const std::vector<EventCase> kEvents = {
           " alertUri= alertInfoParam= alertAutoAnswer=false callType=0 diversionUri= "
           "diversionName= diversionReason=0 zipAutoAnswer=false resourcePriority=0 "
           "ilCallLevel=0 ilLocalLevel=0 isVideoCall=false",
-      std::string("await onCallStateChangeEvent lineId=1001 callId=1 callState=3 reason=0 "
+      std::string("await onCallStateChangeEvent lineId=1001 callId=1 callState=ringing reason=0 "
                   "sendOptions=0 ") +
           kCaller +
           " callingParty=sip:2005@pbx.example.com callingPartyName=\"Erik Fischer\" "
@@ -50,7 +50,7 @@ const std::vector<EventCase> kEvents = {
      {"sim colleagueCall 3003 2005",
       std::string("await onIncomingPickupCallEvent lineId=1001 callId=1 ") + kCaller,
       "directedPickupCall 1001 1 3003 1 => sfiSuccess",
-      "await onCallStateChangeEvent callId=1 callState=4 reason=11"}},
+      "await onCallStateChangeEvent callId=1 callState=connected reason=11"}},
     {"FeaturesRefusedOnAConnectedCall",
      withConnectedCall({"blindTransferCall 1001 1 2003 => sfiFailure",
                         "await onFeatureFailedEvent lineId=1001 callId=1 feature=4 "
@@ -87,7 +87,7 @@ const std::vector<EventCase> kEvents = {
       "cstaMessage=<DeliveredEvent><connection>5</connection></DeliveredEvent>"}},
     {"ConferenceStatusAndRemoteEndpointDetails",
      withConnectedCall({"consultationCall 1001 1 2001 => sfiSuccess",
-                        "await onCallStateChangeEvent callId=2 callState=4",
+                        "await onCallStateChangeEvent callId=2 callState=connected",
                         "conferenceCall 1001 2 1 0 => sfiSuccess",
                         "await onConferenceStatusEvent lineId=1001 callId=2 xmlContent='"
                         "<conference-info entity=\"sip:conf2@pbx.example.com\" state=\"full\">"
@@ -116,11 +116,11 @@ const std::vector<EventCase> kEvents = {
                         "sim preempt 1001 1 6",
                         "await onPreemptionStatusChanged lineURI=1001 callId=1 priority=6 "
                         "cause=1 reason='pre-empted by a call of higher precedence'",
-                        "await onCallStateChangeEvent callId=1 callState=0 resourcePriority=6 "
+                        "await onCallStateChangeEvent callId=1 callState=idle resourcePriority=6 "
                         "preemptionCause=1"})},
     {"CallCompletion",
      {"outgoingCallMake 1001 7 2003 0 0 0 => sfiSuccess",
-      "await onCallStateChangeEvent callId=7 callState=6 reason=3 callBackFeatureAvailable=true",
+      "await onCallStateChangeEvent callId=7 callState=busy reason=3 callBackFeatureAvailable=true",
       "activateCallbackBusy 1001 7 => sfiSuccess",
       "await onCallCompletionEvent lineId=1001 uri=sip:2003@pbx.example.com "
       "callCompletionType=1 callCompletionState=1 displayOutcomeCallUI=true",

@@ -175,11 +175,11 @@ TEST_F(Service, RefusedRequestsSayWhy) {
         {"<Method>AnswerCall</Method><Line>1002</Line><CallID>5</CallID>",
          "call 5 is on line 1001, not 1002"},
         {"<Method>RetrieveCall</Method><Line>1001</Line><CallID>5</CallID>",
-         "call 5 on line 1001 is ringing back, not held"},
+         "call 5 on line 1001 is ringingBack, not held"},
         {"<Method>setLampMode</Method><Line>1001</Line><lampId>k1</lampId><lampMode>9</lampMode>",
          "lamp mode 9 is not 0 to 4"},
         {"<Method>ActivateCallbackBusy</Method><Line>1001</Line><CallID>5</CallID>",
-         "call 5 on line 1001 is ringing back, not busy"},
+         "call 5 on line 1001 is ringingBack, not busy"},
     };
     for (const auto& [text, reason] : cases) {
         request(text);
@@ -193,6 +193,8 @@ TEST(ControlCommands, NameTheirUsageWhenMisused) {
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases = {
         {{}, "error: empty control command"},
         {{"fly"}, "error: unknown control command 'fly' (try help)"},
+        {{"hangpu", "1"},
+         "error: unknown control command 'hangpu'; did you mean 'hangup'? (try help)"},
         {{"incomingCall", "1001"}, "error: usage: incomingCall LINE NUMBER [NAME]"},
         {{"incomingCall", "7", "2005"}, "error: no line 7"},
         {{"incomingCall", "1001", "2005"}, "error: line 1001 is not registered"},
@@ -208,6 +210,54 @@ TEST(ControlCommands, NameTheirUsageWhenMisused) {
         EXPECT_EQ(service.control(words), reply);
     }
     EXPECT_TRUE(recorder.events.empty());
+}
+
+TEST_F(Service, EmitsAnyEventWholeFromNamedTypedArguments) {
+    struct Case {
+        std::vector<std::string> words;
+        std::string answer;
+        std::vector<std::string> inEvent;
+    };
+    const std::vector<Case> cases = {
+        {{"emit", "incomingCall", "lineId=1001", "callId=7", "uri=sip:2005"},
+         "ok",
+         {"<Method>IncomingCallEvent</Method><LineID>1001</LineID><CallID>7</CallID>"
+          "<URI>sip:2005</URI><Name></Name>",
+          "<AlertInformation_AutoAnswer>0</AlertInformation_AutoAnswer>"}},
+        {{"emit", "doNotDisturb", "doNotDisturbOn=yes"}, "ok", {">1</"}},
+        {{"emit", "securityStatusChanged", "callIdsRecorded=1,-2"}, "ok", {">1;-2;<"}},
+        {{"emit", "callStateChange", "calledPartyName=Desk"}, "ok", {"<GPUCLDName>Desk<"}},
+        {{"emit", "incomingCall", "callId=abc"},
+         "error: emit: incomingCall: callId takes a number, not 'abc'",
+         {}},
+        {{"emit", "messageWaiting", "newMessages=-1"},
+         "error: emit: messageWaiting: newMessages takes a number from 0 to 4294967295, not '-1'",
+         {}},
+        {{"emit", "callHeld", "callid=1"},
+         "error: emit: callHeld has no argument 'callid'; did you mean 'callId'?",
+         {}},
+        {{"emit", "incomingCal"},
+         "error: emit: no event 'incomingCal'; did you mean 'incomingCall'?",
+         {}},
+        {{"emit", "callHeld", "1001"}, "error: emit: '1001' is not name=value", {}},
+    };
+    for (const Case& row : cases) {
+        SCOPED_TRACE(row.words[1]);
+        recorder.events.clear();
+        EXPECT_EQ(service.control(row.words), row.answer);
+        ASSERT_EQ(recorder.events.size(), row.inEvent.empty() ? 0u : 1u);
+        for (const std::string& part : row.inEvent)
+            EXPECT_NE(recorder.events[0].find(part), std::string::npos) << recorder.events[0];
+    }
+}
+
+TEST_F(Service, ListsTheRequestsReceivedFromAnIndexNewestLast) {
+    request("<Method>Activate</Method>");
+    request("<Method>AnswerCall</Method><Line>1001</Line><CallID>77</CallID>");
+    EXPECT_EQ(service.control({"requests"}), "ok\n0 Activate\n1 AnswerCall Line=1001 CallID=77");
+    EXPECT_EQ(service.control({"requests", "1"}), "ok\n1 AnswerCall Line=1001 CallID=77");
+    EXPECT_EQ(service.control({"requests", "2"}), "ok");
+    EXPECT_EQ(service.control({"requests", "-1"}), "error: usage: requests [FROM]");
 }
 
 TEST(ControlScript, ReadsTimedStepsAndNamesTheFirstBadLine) {
@@ -242,15 +292,23 @@ TEST_F(Service, ResetReturnsToTheStartAndDropsStepsScheduledBefore) {
     EXPECT_EQ(call("2001"), "sfiSuccess"); // its far end answers later
     request("<Method>SetDoNotDisturb</Method><Line>1002</Line><doNotDisturbOn>1</doNotDisturbOn>");
     request("<Method>SetMicrophoneMute</Method><Status>1</Status>");
+    EXPECT_EQ(service.control({"incomingCall", "1001", "2005"}), "ok call 2");
+    recorder.runDelayedSteps();
+    recorder.events.clear();
     EXPECT_EQ(service.control({"reset"}), "ok");
     EXPECT_EQ(service.control({"show"}), start);
+    // Both calls end as subscribers see them: the connected one, then the ringing one missed.
+    EXPECT_EQ(recorder.callStates(), (std::vector<int>{0, 0}));
+    ASSERT_EQ(recorder.events.size(), 3u);
+    EXPECT_NE(recorder.events[1].find("IncomingCallMissedEvent"), std::string::npos)
+        << recorder.events[1];
 
     request("<Method>Activate</Method>");
     EXPECT_EQ(call("2002"), "sfiSuccess"); // call 1 again, ringing until answered
     recorder.events.clear();
     recorder.runDelayedSteps();
     EXPECT_TRUE(recorder.callStates().empty());
-    EXPECT_NE(service.control({"show"}).find("call 1 on 1001 with 2002 in state 2"),
+    EXPECT_NE(service.control({"show"}).find("call 1 on 1001 with 2002 ringingBack"),
               std::string::npos);
 }
 

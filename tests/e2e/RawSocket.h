@@ -12,6 +12,18 @@
 
 namespace kit {
 
+// Reads exactly @p size bytes; false when the peer closes or a read fails first.
+inline bool receiveAll(int descriptor, void* into, std::size_t size) {
+    auto* bytes = static_cast<char*>(into);
+    while (size > 0) {
+        const ssize_t got = recv(descriptor, bytes, size, 0);
+        if (got <= 0) return false;
+        bytes += got;
+        size -= static_cast<std::size_t>(got);
+    }
+    return true;
+}
+
 // A connection to the simulator that speaks the frames itself, for what no well-behaved
 // host sends and for counting every frame that arrives. Every read gives up after ten
 // seconds, so a lost frame fails a test instead of hanging it.
@@ -61,14 +73,7 @@ public:
 
 private:
     bool receiveAll(void* into, std::size_t size) {
-        auto* bytes = static_cast<char*>(into);
-        while (size > 0) {
-            const ssize_t got = recv(descriptor, bytes, size, 0);
-            if (got <= 0) return false;
-            bytes += got;
-            size -= static_cast<std::size_t>(got);
-        }
-        return true;
+        return kit::receiveAll(descriptor, into, size);
     }
 
     int descriptor;

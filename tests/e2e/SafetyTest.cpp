@@ -98,7 +98,7 @@ TEST(Reset, ReturnsTheSimulatorToItsStartAndEndsAnswerSteering) {
         client.run({"getForwardingConfiguration 1 => sfiSuccess status=false uri=",
                     "outgoingCallMake 1001 0 2002 0 0 0 => sfiFailure", "activate => sfiSuccess",
                     "outgoingCallMake 1001 0 2002 0 0 0 => sfiSuccess",
-                    "await onCallStateChangeEvent callId=1 callState=2"}));
+                    "await onCallStateChangeEvent callId=1 callState=ringingBack"}));
     EXPECT_LT(clock.elapsedMs(), 1500);
 }
 

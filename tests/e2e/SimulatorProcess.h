@@ -9,31 +9,27 @@
 #include <string>
 #include <vector>
 
+#include "CommunicationsService/testing/Simulator.h"
+
 namespace kit {
 
 class SimulatorProcess {
 public:
     explicit SimulatorProcess(std::vector<std::string> extraArguments = {},
                               std::string socketPath = {});
-    ~SimulatorProcess();
-    SimulatorProcess(const SimulatorProcess&) = delete;
-    SimulatorProcess& operator=(const SimulatorProcess&) = delete;
 
-    const std::string& socketPath() const { return socket; }
-    pid_t processId() const { return pid; }
-    std::string log() const;
+    const std::string& socketPath() const { return process.socketPath(); }
+    pid_t processId() const { return process.processId(); }
+    std::string log() const { return process.log(); }
 
     // Waits until the log holds the text; false after the timeout.
     bool waitForLog(const std::string& text,
                     std::chrono::milliseconds timeout = std::chrono::seconds(10)) const;
 
-    void kill(int signal = SIGKILL);
+    void kill(int signal = SIGKILL) { process.stop(signal); }
 
 private:
-    std::string folder;
-    std::string socket;
-    std::string logPath;
-    pid_t pid = -1;
+    communications::testing::SimulatorProcess process;
 };
 
 // The whole content of a file; empty when it cannot be read.

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "CommunicationsService/desktop/Printable.h"
+#include "EmittedEvent.h"
 #include "LineCheck.h"
 #include "Operations.h"
 
@@ -80,7 +81,8 @@ std::string Console::help() {
         text += "  " + usage(operation) + "\n";
     text += "Console commands:\n"
             "  OPERATION ARGS... => RESULT [name=value...]  check the result and outputs\n"
-            "  await CALLBACK [name=value...] [within=MS]   wait for a matching event\n"
+            "  await CALLBACK [name=value...] [within=MS] [since=start]   wait for a matching\n"
+            "      event from the step before on (since=start: also earlier ones)\n"
             "  sim COMMAND...                               simulator control (sim help)\n"
             "  echo TEXT...                                 print a line into the trace\n"
             "  help [OPERATION|CALLBACK]                    this list, or one operation's\n"
@@ -129,6 +131,8 @@ bool Console::execute(const std::string& line) {
         return true;
     }
     if (command == "await") return await(words);
+    // An await looks at the events from the last other step on: those it may have caused.
+    awaitFrom = events.size();
     if (command == "sim") return simulate(words);
     return runOperation(words);
 }
@@ -195,14 +199,20 @@ bool Console::runOperation(const std::vector<std::string>& words) {
 bool Console::await(const std::vector<std::string>& words) {
     std::vector<NamedValue> expected;
     std::chrono::milliseconds timeout = settings.awaitTimeout;
+    std::size_t from = awaitFrom;
+    const std::string event = simulator::eventOfCallback(words[1]);
     for (std::size_t i = 2; i < words.size(); ++i) {
-        const std::optional<NamedValue> assignment = splitAssignment(words[i]);
-        if (assignment->name == "within") {
+        std::optional<NamedValue> assignment = splitAssignment(words[i]);
+        if (assignment->name == "since") {
+            from = 0;
+        } else if (assignment->name == "within") {
             int milliseconds = 0;
             const std::string& value = assignment->value;
             std::from_chars(value.data(), value.data() + value.size(), milliseconds);
             timeout = std::chrono::milliseconds(milliseconds);
         } else {
+            assignment->value =
+                simulator::recordedValue(event, assignment->name, assignment->value);
             expected.push_back(*assignment);
         }
     }
@@ -210,12 +220,15 @@ bool Console::await(const std::vector<std::string>& words) {
     for (const NamedValue& value : expected)
         wanted += " " + value.name + "=" + displayValue(value.value);
     bool cancelled = false;
-    const std::optional<RecordedEvent> event = events.await(words[1], expected, timeout, [&] {
-        cancelled = cancelled || (settings.interrupted && settings.interrupted());
-        return cancelled;
-    });
+    const std::optional<RecordedEvent> arrived = events.await(
+        words[1], expected, timeout,
+        [&] {
+            cancelled = cancelled || (settings.interrupted && settings.interrupted());
+            return cancelled;
+        },
+        from);
     if (cancelled) return fail("await " + wanted + " cancelled");
-    if (!event) {
+    if (!arrived) {
         return fail("no event " + wanted + " within " + std::to_string(timeout.count()) + " ms");
     }
     print("= got " + wanted);

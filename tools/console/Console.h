@@ -62,6 +62,8 @@ private:
     Print print;
     Settings settings;
     bool quit = false;
+    // Where the next await starts looking: the events from the last step that is not one.
+    std::size_t awaitFrom = 0;
 };
 
 } // namespace console

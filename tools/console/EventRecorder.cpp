@@ -31,12 +31,12 @@ std::string displayValue(const std::string& value) {
 std::string describe(const RecordedEvent& event) {
     std::string text = event.callback;
     for (const NamedValue& entry : event.arguments) {
-        text += " " + entry.name + "=" + displayValue(entry.value);
-        if (entry.name != "callState") continue;
         int state = -1;
-        std::from_chars(entry.value.data(), entry.value.data() + entry.value.size(), state);
-        if (const char* name = simulator::callStateName(state))
-            text += std::string(" (") + name + ")";
+        const char* end = entry.value.data() + entry.value.size();
+        const bool number = std::from_chars(entry.value.data(), end, state).ptr == end;
+        const char* name =
+            entry.name == "callState" && number ? simulator::callStateName(state) : nullptr;
+        text += " " + entry.name + "=" + (name != nullptr ? name : displayValue(entry.value));
     }
     return text;
 }
@@ -53,7 +53,8 @@ void EventLog::add(const RecordedEvent& event) {
 std::optional<RecordedEvent> EventLog::await(const std::string& callback,
                                              const std::vector<NamedValue>& expected,
                                              std::chrono::milliseconds timeout,
-                                             const std::function<bool()>& cancelled) {
+                                             const std::function<bool()>& cancelled,
+                                             std::size_t from) {
     auto matches = [&](const RecordedEvent& event) {
         if (event.callback != callback) return false;
         for (const NamedValue& wanted : expected) {
@@ -64,7 +65,7 @@ std::optional<RecordedEvent> EventLog::await(const std::string& callback,
     std::unique_lock<std::mutex> lock(mutex);
     std::size_t found = events.size();
     auto search = [&] {
-        for (std::size_t i = 0; i < events.size(); ++i) {
+        for (std::size_t i = from; i < events.size(); ++i) {
             if (!taken[i] && matches(events[i])) {
                 found = i;
                 return true;
@@ -81,6 +82,11 @@ std::optional<RecordedEvent> EventLog::await(const std::string& callback,
     }
     taken[found] = true;
     return events[found];
+}
+
+std::size_t EventLog::size() const {
+    std::lock_guard<std::mutex> lock(mutex);
+    return events.size();
 }
 
 std::vector<RecordedEvent> EventLog::all() const {

@@ -46,13 +46,17 @@ class EventLog {
 public:
     void add(const RecordedEvent& event);
 
-    // Waits for an event of the callback whose arguments hold the given values, and takes
-    // it out of the log so that the next wait needs another one. Gives up early once
-    // cancelled (asked every 50 ms) says so.
+    // Waits for an event of the callback whose arguments hold the given values, among the
+    // events from number `from` on, and takes it out of the log so that the next wait needs
+    // another one. Gives up early once cancelled (asked every 50 ms) says so.
     std::optional<RecordedEvent> await(const std::string& callback,
                                        const std::vector<NamedValue>& expected,
                                        std::chrono::milliseconds timeout,
-                                       const std::function<bool()>& cancelled = {});
+                                       const std::function<bool()>& cancelled = {},
+                                       std::size_t from = 0);
+
+    // How many events have arrived.
+    std::size_t size() const;
 
     std::vector<RecordedEvent> all() const;
 

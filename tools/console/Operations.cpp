@@ -10,6 +10,8 @@
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/protocol/Requests.h"
 
+#include <limits>
+
 namespace console {
 
 namespace {
@@ -20,6 +22,15 @@ std::optional<int> parseInteger(const std::string& word) {
     const auto parsed = std::from_chars(word.data(), end, value);
     if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
     return value;
+}
+
+// A whole number, but one too large for an int.
+bool outOfRange(const std::string& word) {
+    long long value = 0;
+    const char* end = word.data() + word.size();
+    const auto parsed = std::from_chars(word.data(), end, value);
+    return !word.empty() && parsed.ptr == end &&
+           (parsed.ec == std::errc::result_out_of_range || parsed.ec == std::errc());
 }
 
 std::optional<bool> parseFlag(const std::string& word) {
@@ -308,20 +319,22 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
     for (std::size_t i = 0; i < expected; ++i) {
         const Parameter& parameter = operation.parameters[i];
         const std::string& word = words[i];
-        const char* problem = nullptr;
+        std::string problem;
         if (parameter.kind == Kind::Integer && !parseInteger(word)) {
-            problem = "a whole number";
+            problem = outOfRange(word)
+                          ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
+                                " to " + std::to_string(std::numeric_limits<int>::max()) + ")"
+                          : "must be a whole number";
         } else if (parameter.kind == Kind::Flag && !parseFlag(word)) {
-            problem = "a flag (1/0, true/false, yes/no, on/off)";
+            problem = "must be a flag (1/0, true/false, yes/no, on/off)";
         } else if (parameter.kind == Kind::ServiceState && !parseServiceState(word)) {
-            problem = "a service state (sfiServiceInService, sfiServiceOutOfService, "
+            problem = "must be a service state (sfiServiceInService, sfiServiceOutOfService, "
                       "sfiServiceDoNotDisturb or 0 to 2)";
         }
-        if (problem != nullptr) {
-            throw std::invalid_argument(std::string(operation.name) + ": <" +
-                                        std::string(parameter.name) + "> must be " + problem +
-                                        ", not '" + desktop::printable(word, kEchoLimit) +
-                                        "': " + usage(operation));
+        if (!problem.empty()) {
+            throw std::invalid_argument(
+                std::string(operation.name) + ": <" + std::string(parameter.name) + "> " + problem +
+                ", not '" + desktop::printable(word, kEchoLimit) + "': " + usage(operation));
         }
     }
     return Arguments(words);

@@ -325,6 +325,9 @@ int main(int argc, char** argv) {
         ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
     app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    std::string logLevel;
+    kit::addLogLevel(app, logLevel,
+                     "How much the host reports; trace shows every request, answer and event");
     app.set_version_flag("--version", "comms-console " COMMUNICATIONS_SERVICE_VERSION);
     app.add_flag("--check", checkOnly,
                  "Check the script (--script, else standard input) without connecting");
@@ -371,6 +374,7 @@ int main(int argc, char** argv) {
     });
     desktop::setLogging(logging);
     options.answerTimeout = std::chrono::milliseconds(answerTimeout);
+    if (!logLevel.empty()) options.logLevel = desktop::logLevelNamed(logLevel);
     options.report = [&](const std::string& line) {
         output.printFromAnyThread("! host: " + desktop::printable(line, 1000));
     };
@@ -378,7 +382,7 @@ int main(int argc, char** argv) {
     try {
         desktop::Host host(options);
         host.channel().limitWaits(options.answerTimeout);
-        host.attach(recorder, channelName);
+        const desktop::Attachment attached = host.attach(recorder, channelName);
         const int subscribed = host.service().subscribe(&recorder);
         if (subscribed != sfiSuccess) {
             std::cerr << "comms-console: subscribing channel '" << channelName

@@ -1,28 +1,30 @@
 #pragma once
 
-// Call states as the simulator numbers them in "<CallState>"; the console names them
-// next to the numbers it prints.
+// Call states as the simulator numbers them in "<CallState>", under the names the kit's
+// installed header gives them.
+
+#include "CommunicationsService/desktop/SimulatorCodes.h"
 
 namespace simulator {
 
+using Named = desktop::simulator::CallState;
+
 enum CallState {
-    kIdle = 0,
-    kDialing = 1,
-    kRingback = 2,
-    kRinging = 3,
-    kConnected = 4,
-    kHeld = 5,
-    kBusy = 6,
-    kFailed = 7,
-    kConferenced = 8,
+    kIdle = static_cast<int>(Named::idle),
+    kDialing = static_cast<int>(Named::dialing),
+    kRingback = static_cast<int>(Named::ringingBack),
+    kRinging = static_cast<int>(Named::ringing),
+    kConnected = static_cast<int>(Named::connected),
+    kHeld = static_cast<int>(Named::held),
+    kBusy = static_cast<int>(Named::busy),
+    kFailed = static_cast<int>(Named::failed),
+    kConferenced = static_cast<int>(Named::conferenced),
 };
 
-// "connected", ...; null for a number that names no state.
+// "connected", ...; null for a number that names no state. The names end in a zero byte.
 inline const char* callStateName(int state) {
-    static const char* const names[] = {"idle",    "dialing",   "ringing back",
-                                        "ringing", "connected", "held",
-                                        "busy",    "failed",    "conferenced"};
-    return state >= kIdle && state <= kConferenced ? names[state] : nullptr;
+    const std::string_view name = desktop::simulator::callStateName(state);
+    return name.empty() ? nullptr : name.data();
 }
 
 } // namespace simulator

@@ -14,7 +14,8 @@ inline const std::vector<std::string>& controlCommandNames() {
         "voicemail",    "registrationLost", "register",  "preempt",      "impactLevel",
         "recording",    "bluetooth",        "cstaEvent", "systemStatus", "addDevice",
         "removeDevice", "calleeFree",       "show",      "reset",        "lastRequest",
-        "nextAnswer",   "delayAnswers",     "clients",   "help",
+        "nextAnswer",   "delayAnswers",     "clients",   "help",         "emit",
+        "requests",
     };
     return names;
 }

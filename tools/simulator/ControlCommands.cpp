@@ -3,7 +3,10 @@
 
 #include <algorithm>
 
+#include "ControlCommandNames.h"
+#include "EmittedEvent.h"
 #include "Messages.h"
+#include "NearestName.h"
 #include "PhoneService.h"
 #include "PhoneServiceParts.h"
 
@@ -28,8 +31,13 @@ const char* PhoneService::controlHelp() {
            "systemStatus STATUS [INFO]         the system status changes\n"
            "addDevice NAME | removeDevice NAME the device list changes\n"
            "calleeFree NUMBER                  a call-back's callee is free again\n"
-           "reset                              back to the start: lines unregistered, no calls,\n"
-           "                                   settings cleared, call identifiers from 1\n"
+           "emit EVENT [name=value...]         the service sends the event, whole: named as its\n"
+           "                                   callback (incomingCall), arguments by name\n"
+           "requests [FROM]                    the requests received, numbered from 0, from FROM\n"
+           "                                   on, newest last: method and fields\n"
+           "reset                              back to the start: every call hung up (with its\n"
+           "                                   events), lines unregistered, settings cleared,\n"
+           "                                   call identifiers from 1\n"
            "show                               what the service holds now (lines, calls,\n"
            "                                   forwarding per line and type, ...)\n";
 }
@@ -55,11 +63,32 @@ std::string PhoneService::control(const std::vector<std::string>& words) {
     if (command == "removeDevice") return changeDevices(words, false);
     if (command == "calleeFree") return calleeFree(words);
     if (command == "show" && words.size() == 1) return show();
+    if (command == "emit") return emit(words);
+    if (command == "requests") return listRequests(words);
     if (command == "reset" && words.size() == 1) {
         reset();
         return "ok";
     }
-    return "error: unknown control command '" + command + "' (try help)";
+    return "error: unknown control command '" + command + "'" +
+           kit::didYouMean(command, controlCommandNames()) + " (try help)";
+}
+
+std::string PhoneService::emit(const std::vector<std::string>& words) {
+    const EmittedEvent event = emittedEvent({words.begin() + 1, words.end()});
+    if (!event.error.empty()) return "error: emit: " + event.error;
+    events.publish(event.text);
+    return "ok";
+}
+
+std::string PhoneService::listRequests(const std::vector<std::string>& words) {
+    const std::optional<int> from = words.size() == 1   ? 0
+                                    : words.size() == 2 ? toInt(words[1])
+                                                        : std::nullopt;
+    if (!from || *from < 0) return usage("requests [FROM]");
+    std::string list = "ok";
+    for (std::size_t index = static_cast<std::size_t>(*from); index < received.size(); ++index)
+        list += "\n" + std::to_string(index) + " " + received[index];
+    return list;
 }
 
 PhoneService::Call* PhoneService::commandCall(const std::vector<std::string>& words) {
@@ -95,13 +124,17 @@ std::string PhoneService::farEndHangUp(const std::vector<std::string>& words) {
     if (!id) return usage("hangup CALLID");
     auto found = calls.find(*id);
     if (found == calls.end()) return "error: no call " + words[1];
-    if (found->second.state == kRinging) {
-        publishMissed(found->second, kCauseNotAnswered);
-        clear(*id, kCauseNotAnswered);
-    } else {
-        clear(*id, kCauseNormalClearing);
-    }
+    hangUp(found->second);
     return "ok";
+}
+
+void PhoneService::hangUp(const Call& call) {
+    if (call.state == kRinging) {
+        publishMissed(call, kCauseNotAnswered);
+        clear(call.id, kCauseNotAnswered);
+    } else {
+        clear(call.id, kCauseNormalClearing);
+    }
 }
 
 std::string PhoneService::farEndAnswer(const std::vector<std::string>& words) {
@@ -276,7 +309,7 @@ std::string PhoneService::show() {
     }
     for (const auto& [id, call] : calls) {
         text += "\ncall " + std::to_string(id) + " on " + call.line + " with " +
-                call.remote.number + " in state " + std::to_string(call.state);
+                call.remote.number + " " + callStateName(call.state);
     }
     for (const auto& [id, offer] : pickupOffers) {
         text += "\npickup " + std::to_string(id) + " ringing at " + offer.line;
@@ -292,7 +325,7 @@ std::string PhoneService::show() {
         text += "\ncall-back on " + callback.line + " to " + callback.callee.number;
     }
     for (const auto& [lamp, mode] : lampModes) {
-        text += "\nlamp " + lamp + " mode " + std::to_string(mode);
+        text += "\nlamp " + lamp + " " + std::string(desktop::simulator::lampModeName(mode));
     }
     for (const auto& [callId, instance] : featureCallIds) {
         text += "\nfeature call " + callId + " instance " + std::to_string(instance);

@@ -29,8 +29,19 @@ PhoneService::PhoneService(ServiceSettings serviceSettings, EventSink& eventSink
       scheduler(stepScheduler) {}
 
 void PhoneService::reset() {
+    // Subscribers see each call end, as when the far end hangs up.
+    while (!calls.empty())
+        hangUp(calls.begin()->second);
     static_cast<ServiceModel&>(*this) = ServiceModel(settings);
     ++generation;
+}
+
+void PhoneService::record(const ParsedRequest& request) {
+    std::string line = request.method.empty() ? "(no method)" : request.method;
+    for (const auto& [tag, value] : request.fields)
+        line += " " + tag + "=" + value;
+    if (!request.payload.empty()) line += " payload=" + request.payload;
+    received.push_back(std::move(line));
 }
 
 void PhoneService::schedule(std::chrono::milliseconds delay, std::function<void()> step) {
@@ -98,6 +109,7 @@ const std::map<std::string, PhoneService::Handler>& PhoneService::handlers() {
 
 std::optional<std::string> PhoneService::handle(const ParsedRequest& request) {
     lastRefusal.clear();
+    record(request);
     auto handler = handlers().find(request.method);
     if (!request.valid() || handler == handlers().end()) {
         refuse(request.valid() ? "the service has no method " + request.method

@@ -244,6 +244,10 @@ private:
     // consultation or a transfer), as the answer to give; nothing when it can.
     std::optional<std::string> refusalToMoveOn(const Call* call, const std::string& destination,
                                                int feature);
+    std::string emit(const std::vector<std::string>& words);
+    std::string listRequests(const std::vector<std::string>& words);
+    // Kept for the requests command, as method and fields.
+    void record(const ParsedRequest& request);
     // Runs the step later unless the service has been reset in between.
     void schedule(std::chrono::milliseconds delay, std::function<void()> step);
     int allocateCallId(int wanted);
@@ -251,6 +255,8 @@ private:
     void farEndAnswers(int id);
     void setState(Call& call, CallState state, int reason);
     void clear(int id, int reason);
+    // The far end ends the call: a ringing one is missed.
+    void hangUp(const Call& call);
     void hold(Call& call, bool manual);
     void retrieve(Call& call);
     void publishCallState(const Call& call, int reason, const std::string& preemptionText = {});
@@ -269,6 +275,8 @@ private:
     // Counts resets; a step scheduled before the last one is dropped.
     unsigned generation = 0;
     std::string lastRefusal;
+    // Every request received, in order; a reset keeps them, so their numbers go on.
+    std::vector<std::string> received;
 };
 
 } // namespace simulator

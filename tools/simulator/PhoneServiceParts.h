@@ -38,8 +38,8 @@ inline std::optional<int> toInt(const std::string& word) {
 }
 
 inline std::optional<bool> toFlag(const std::string& word) {
-    if (word == "1" || word == "on" || word == "true") return true;
-    if (word == "0" || word == "off" || word == "false") return false;
+    if (word == "1" || word == "on" || word == "true" || word == "yes") return true;
+    if (word == "0" || word == "off" || word == "false" || word == "no") return false;
     return std::nullopt;
 }
 

@@ -137,6 +137,8 @@ int main(int argc, char** argv) {
                    "Entries the lamp, device, feature call and in-service tables may hold each")
         ->check(CLI::Range(1, 1 << 24))
         ->capture_default_str();
+    std::string logLevel = "info";
+    kit::addLogLevel(app, logLevel, "How much to log; debug and trace log as --verbose does");
     app.set_version_flag("--version", "comms-simulator " COMMUNICATIONS_SERVICE_VERSION);
 
     std::vector<std::string> controlWords;
@@ -187,7 +189,8 @@ int main(int argc, char** argv) {
 
         std::signal(SIGPIPE, SIG_IGN);
         asio::io_context io;
-        simulator::Server server(io, socketPath, logLine, verbose, limits);
+        simulator::Server server(io, socketPath, logLine,
+                                 verbose || logLevel == "debug" || logLevel == "trace", limits);
         simulator::PhoneService service(settings, server, server);
         asio::signal_set stopSignals(io, SIGINT, SIGTERM);
         stopSignals.async_wait([&](const asio::error_code& error, int) {

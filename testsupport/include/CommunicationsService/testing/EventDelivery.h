@@ -9,11 +9,16 @@
 /// deliver(app, events::incomingCall, {{"lineId", "1001"}, {"callId", 12}, {"uri", "sip:2005"}});
 /// @endcode
 ///
-/// The event is written as the service would send it, with an element for each named
-/// argument only, and handed to the plug-in's own event invoker. So every argument the test
-/// leaves out arrives exactly as it does from an event that lacks the field: -1 for a
-/// number, "" for a text, true for a flag, 4294967295 for a message counter, an empty list,
-/// and a CallPartyInfo record with empty texts.
+/// The event is written whole, as the service always sends it, and handed to the plug-in's
+/// own event invoker. Every argument the test leaves out takes a neutral value: "" for a
+/// text, 0 for a number, false for a flag, 0 for a message counter, an empty list, and a
+/// CallPartyInfo record with empty texts.
+///
+/// deliverWithMissingFields() writes an element for each named argument only, for tests of
+/// how an application copes with fields the service left out: each argument left out then
+/// arrives as from an event that lacks the field: -1 for a number, "" for a text, true for
+/// a flag (so a test of "only when the flag is set" cannot rely on it), 4294967295 for a
+/// message counter, an empty list, and a CallPartyInfo record with empty texts.
 ///
 /// Each event is named after its callback without `on` and a final `Event`, starting in
 /// lower case: `events::callStateChange` calls `onCallStateChangeEvent`,
@@ -106,8 +111,8 @@ inline constexpr std::string_view kPartyNames[] = {"callingParty", "callingParty
 // The arguments of one event and which of them have been written so far.
 class Writer {
 public:
-    Writer(std::string_view method, std::initializer_list<EventArgument> arguments)
-        : method(method), arguments(arguments), used(arguments.size(), false) {
+    Writer(std::string_view method, const std::vector<EventArgument>& arguments, bool whole)
+        : method(method), arguments(arguments), used(arguments.size(), false), whole(whole) {
         text.append("<Method>").append(method).append("</Method>");
         for (auto one = this->arguments.begin(); one != this->arguments.end(); ++one) {
             for (auto other = this->arguments.begin(); other != one; ++other) {
@@ -182,9 +187,15 @@ public:
         return text;
     }
 
+    // What an element the test left out holds in a whole event.
+    static const char* neutral(Kind kind) {
+        return kind == Kind::number || kind == Kind::counter || kind == Kind::flag ? "0" : "";
+    }
+
     std::string_view method;
-    std::initializer_list<EventArgument> arguments;
+    const std::vector<EventArgument>& arguments;
     std::vector<bool> used;
+    bool whole;
     std::string known;
     std::string text;
 };
@@ -206,9 +217,12 @@ template <typename Field> void findPayload(const Field& field, Payload& payload)
 template <typename Field> void writeField(Writer& writer, const Field& field, Payload& payload) {
     if constexpr (Field::kind == Kind::parties) {
         for (std::size_t party = 0; party < std::size(kPartyNames); ++party) {
-            if (const EventArgument::Value* value = writer.take(kPartyNames[party])) {
+            const EventArgument::Value* value = writer.take(kPartyNames[party]);
+            if (value != nullptr || writer.whole) {
                 writer.element(CommunicationsService::protocol::kPartyTags[party],
-                               writer.encode(kPartyNames[party], Kind::text, *value));
+                               value != nullptr
+                                   ? writer.encode(kPartyNames[party], Kind::text, *value)
+                                   : std::string());
             }
         }
     } else if constexpr (Field::kind == Kind::payload) {
@@ -222,24 +236,23 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
             // Kept for the end, where the payload follows it; unnamed, it holds what reads
             // as missing.
             payload.anchorTag = field.tag;
-            payload.anchorNamed = value != nullptr;
+            payload.anchorNamed = value != nullptr || writer.whole;
             payload.anchorText = value != nullptr
                                      ? writer.encode(field.argument, Field::kind, *value)
+                                 : writer.whole              ? Writer::neutral(Field::kind)
                                  : Field::kind == Kind::text ? ""
                                                              : "-1";
         } else if (value != nullptr) {
             writer.element(field.tag, writer.encode(field.argument, Field::kind, *value));
+        } else if (writer.whole) {
+            writer.element(field.tag, Writer::neutral(Field::kind));
         }
     }
 }
 
-} // namespace detail
-
-/// The text of the event with elements for the named arguments only, as deliver() hands it
-/// to the invoker. Throws std::invalid_argument as described for this file.
 template <typename Event>
-std::string eventText(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
-    detail::Writer writer(event.method, arguments);
+std::string compose(const Event& event, const std::vector<EventArgument>& arguments, bool whole) {
+    detail::Writer writer(event.method, arguments, whole);
     detail::Payload payload;
     std::apply([&](const auto&... field) { (detail::findPayload(field, payload), ...); },
                event.fields);
@@ -252,20 +265,62 @@ std::string eventText(const Event& event, std::initializer_list<EventArgument> a
     return text;
 }
 
+template <typename Event>
+void deliver(Executable& subscriber, const Event& event,
+             const std::vector<EventArgument>& arguments, bool whole);
+
+} // namespace detail
+
+/// The whole text of the event, as deliver() hands it to the invoker. Throws
+/// std::invalid_argument as described for this file.
+template <typename Event>
+std::string eventText(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
+    return detail::compose(event, arguments, true);
+}
+
+/// The whole text of the event from arguments gathered at run time, as eventText().
+template <typename Event>
+std::string eventTextFrom(const Event& event, const std::vector<EventArgument>& arguments) {
+    return detail::compose(event, arguments, true);
+}
+
+/// The text of the event with elements for the named arguments only, as
+/// deliverWithMissingFields() hands it to the invoker.
+template <typename Event>
+std::string eventTextWithMissingFields(const Event& event,
+                                       std::initializer_list<EventArgument> arguments = {}) {
+    return detail::compose(event, arguments, false);
+}
+
 /// The plug-in's event invoker, created once through its factory.
 inline Invoker& eventInvoker() {
     static const std::unique_ptr<Invoker> invoker(createCommunicationsServiceEventInvoker());
     return *invoker;
 }
 
-/// Delivers the event to @p subscriber through the plug-in's invoker, on the calling thread,
-/// as the framework delivers the service's events. @p subscriber must also derive from
-/// CommunicationsServiceEventIfc.
+template <typename Event>
+void detail::deliver(Executable& subscriber, const Event& event,
+                     const std::vector<EventArgument>& arguments, bool whole) {
+    const std::string message = compose(event, arguments, whole);
+    eventInvoker().handleMessage(&subscriber, message.c_str(), static_cast<int>(message.size()),
+                                 nullptr);
+}
+
+/// Delivers the whole event to @p subscriber through the plug-in's invoker, on the calling
+/// thread, as the framework delivers the service's events; arguments left out take neutral
+/// values. @p subscriber must also derive from CommunicationsServiceEventIfc.
 template <typename Event>
 void deliver(Executable& subscriber, const Event& event,
              std::initializer_list<EventArgument> arguments = {}) {
-    const std::string text = eventText(event, arguments);
-    eventInvoker().handleMessage(&subscriber, text.c_str(), static_cast<int>(text.size()), nullptr);
+    detail::deliver(subscriber, event, arguments, true);
+}
+
+/// Delivers the event with elements for the named arguments only, so that the others
+/// arrive as the invoker reads missing fields; otherwise as deliver().
+template <typename Event>
+void deliverWithMissingFields(Executable& subscriber, const Event& event,
+                              std::initializer_list<EventArgument> arguments = {}) {
+    detail::deliver(subscriber, event, arguments, false);
 }
 
 } // namespace communications::testing

@@ -1,0 +1,91 @@
+#pragma once
+
+// An application that answers the first call ringing on a line and waits until it is
+// connected. It is told when the service goes away and comes back, and then activates and
+// subscribes again: a restarted service has forgotten both.
+
+#include <chrono>
+#include <condition_variable>
+#include <iostream>
+#include <mutex>
+#include <string>
+
+#include "CommunicationsService/CommunicationsServiceEventAdapter.h"
+#include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/desktop/Host.h"
+#include "CommunicationsService/desktop/SimulatorCodes.h"
+
+class Answerer : public Executable,
+                 public CommunicationsServiceEventAdapter,
+                 public desktop::ServiceWatcher {
+public:
+    explicit Answerer(CommunicationsServiceIfc& service) : service(service) {}
+
+    void init(Context& /*context*/) override {}
+    void shutdown() override {}
+
+    // Lines start unregistered; activate registers them. True when the service took both.
+    bool start() {
+        return service.activate() == sfiSuccess && service.subscribe(this) == sfiSuccess;
+    }
+
+    void onServiceLost(const std::string& reason) override {
+        std::cout << "service lost (" << reason << ")" << std::endl;
+    }
+    void onServiceBack() override {
+        std::cout << "service back; " << (start() ? "activated again" : "activating failed")
+                  << std::endl;
+    }
+
+    // Runs on the host's delivery thread. A callback may send requests: the host reads
+    // their answers on another thread.
+    void onIncomingCallEvent(const std::string& lineId, int callId, const std::string& uri,
+                             const std::string& name, const std::string& /*fullPai*/,
+                             const std::string& /*alertUri*/, const std::string& /*alertInfoParam*/,
+                             bool /*alertAutoAnswer*/, int /*callType*/,
+                             const std::string& /*diversionUri*/,
+                             const std::string& /*diversionName*/, int /*diversionReason*/,
+                             bool /*zipAutoAnswer*/, int /*resourcePriority*/, int /*ilCallLevel*/,
+                             int /*ilLocalLevel*/, bool /*isVideoCall*/) override {
+        std::cout << "call " << callId << " on line " << lineId << " from " << name << " <" << uri
+                  << ">" << std::endl;
+        const int result = service.answerCall(lineId, callId);
+        std::cout << "answerCall: " << (result == sfiSuccess ? "sfiSuccess" : "refused")
+                  << std::endl;
+        std::lock_guard<std::mutex> lock(mutex);
+        if (result == sfiSuccess) answered = callId;
+    }
+
+    void onCallStateChangeEvent(const std::string& /*lineId*/, int callId, int callState,
+                                int /*reason*/, int /*sendOptions*/, const std::string& /*uri*/,
+                                const std::string& /*name*/, const std::string& /*fullPai*/,
+                                CallPartyInfo* /*callPartyInfo*/, int /*resourcePriority*/,
+                                int /*preemptionCause*/, const std::string& /*preemptionText*/,
+                                bool /*callBackFeatureAvailable*/, int /*ilCallLevel*/,
+                                int /*ilLocalLevel*/) override {
+        std::cout << "call " << callId << " " << desktop::simulator::callStateName(callState)
+                  << std::endl;
+        std::lock_guard<std::mutex> lock(mutex);
+        if (callState == static_cast<int>(desktop::simulator::CallState::connected) &&
+            callId == answered)
+            connected = callId;
+        changed.notify_all();
+    }
+
+    // The call this application answered, once it is connected; -1 after the time-out.
+    // The next call then counts afresh.
+    int awaitConnected(std::chrono::milliseconds timeout) {
+        std::unique_lock<std::mutex> lock(mutex);
+        changed.wait_for(lock, timeout, [this] { return connected != -1; });
+        const int call = connected;
+        connected = answered = -1;
+        return call;
+    }
+
+private:
+    CommunicationsServiceIfc& service;
+    std::mutex mutex;
+    std::condition_variable changed;
+    int answered = -1;
+    int connected = -1;
+};
