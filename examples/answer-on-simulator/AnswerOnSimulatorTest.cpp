@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
 
 #include "Answerer.h"
 #include "CommunicationsService/testing/Simulator.h"
@@ -38,6 +42,35 @@ TEST_F(AnswerOnSimulator, AnswersACallAgainAfterTheServiceRestarted) {
     while (!ring(host) && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_EQ(app.awaitConnected(std::chrono::seconds(20)), 1) << simulator.log();
+}
+
+// The application ends in either order while another client has the simulator send it
+// events as fast as it can.
+TEST_F(AnswerOnSimulator, EndsSafelyInEitherOrderWhileEventsFlood) {
+    for (const bool hostFirst : {false, true}) {
+        auto host = std::make_unique<desktop::Host>(options());
+        auto app = std::make_unique<Answerer>(host->service());
+        auto attached = std::make_unique<desktop::Attachment>(host->attach(*app, "answerer"));
+        ASSERT_TRUE(app->start());
+        ASSERT_TRUE(ring(*host));
+        EXPECT_EQ(app->awaitConnected(std::chrono::seconds(20)), 1) << simulator.log();
+
+        desktop::Host caller(options());
+        std::atomic<bool> flooding{true};
+        std::thread flood([&] {
+            for (int messages = 0; flooding; ++messages)
+                caller.channel().control("emit messageWaiting lineId=1001 newMessages=" +
+                                         std::to_string(messages));
+        });
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        if (hostFirst) host.reset();
+        attached.reset();
+        app.reset();
+        host.reset();
+        flooding = false;
+        flood.join();
+        caller.channel().control("reset");
+    }
 }
 
 } // namespace

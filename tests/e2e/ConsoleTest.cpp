@@ -36,6 +36,9 @@ TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
         {{"answerCall", "1001", "4294967296"},
          "answerCall: <callId> is out of range (-2147483648 to 2147483647), not '4294967296': "
          "answerCall <line> <callId:int>"},
+        {{"setLampMode", "1001", "lamp1", "blinking"},
+         "setLampMode: <lampMode> must be a lamp mode (off, on, flashing, winking, flickering) or "
+         "a number, not 'blinking': setLampMode <line> <lampId> <lampMode:int>"},
         {{"setMicrophoneMute", "maybe"},
          "setMicrophoneMute: <status> must be a flag (1/0, true/false, yes/no, on/off), not "
          "'maybe': setMicrophoneMute <status:flag>"},

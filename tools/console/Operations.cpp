@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "CommunicationsService/desktop/Printable.h"
+#include "CommunicationsService/desktop/SimulatorCodes.h"
 #include "CommunicationsService/protocol/Requests.h"
 
 #include <limits>
@@ -308,7 +309,7 @@ std::string usage(const Operation& operation) {
     return text;
 }
 
-Arguments bindArguments(const Operation& operation, const std::vector<std::string>& words) {
+Arguments bindArguments(const Operation& operation, std::vector<std::string> words) {
     const std::size_t expected = operation.parameters.size();
     if (words.size() != expected) {
         throw std::invalid_argument(std::string(operation.name) + " takes " +
@@ -318,12 +319,20 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
     }
     for (std::size_t i = 0; i < expected; ++i) {
         const Parameter& parameter = operation.parameters[i];
+        // Lamp modes go by the simulator's names too.
+        if (parameter.name == "lampMode") {
+            if (auto mode = desktop::simulator::numberOf(desktop::simulator::kLampModes, words[i]))
+                words[i] = std::to_string(*mode);
+        }
         const std::string& word = words[i];
         std::string problem;
         if (parameter.kind == Kind::Integer && !parseInteger(word)) {
             problem = outOfRange(word)
                           ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
                                 " to " + std::to_string(std::numeric_limits<int>::max()) + ")"
+                      : parameter.name == "lampMode"
+                          ? "must be a lamp mode (off, on, flashing, winking, flickering) or a "
+                            "number"
                           : "must be a whole number";
         } else if (parameter.kind == Kind::Flag && !parseFlag(word)) {
             problem = "must be a flag (1/0, true/false, yes/no, on/off)";

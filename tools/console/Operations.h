@@ -66,7 +66,7 @@ std::string usage(const Operation& operation);
 
 // Checks the words against the parameters; throws std::invalid_argument naming the
 // operation's expected arguments and what was wrong.
-Arguments bindArguments(const Operation& operation, const std::vector<std::string>& words);
+Arguments bindArguments(const Operation& operation, std::vector<std::string> words);
 
 // The name of a result code: "sfiSuccess", ..., or the number when it has none.
 std::string resultName(int code);
