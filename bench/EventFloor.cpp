@@ -14,7 +14,7 @@ namespace bench {
 namespace {
 
 namespace protocol = CommunicationsService::protocol;
-using protocol::Kind;
+using protocol::FieldKind;
 
 struct FreeRecord {
     void operator()(CallPartyInfo* record) const { std::free(record); }
@@ -32,23 +32,23 @@ void copyParty(char (&field)[65], std::string_view value) {
 template <typename Field>
 auto build(const Field&, std::string& message, const ElementSpan*& span, std::uint32_t cut,
            CallPartyInfo* record) {
-    if constexpr (Field::kind == Kind::text) {
+    if constexpr (Field::kind == FieldKind::text) {
         return std::string(valueOf(message, *span++));
-    } else if constexpr (Field::kind == Kind::number) {
+    } else if constexpr (Field::kind == FieldKind::number) {
         return static_cast<int>(numberOf(message, *span++));
-    } else if constexpr (Field::kind == Kind::counter) {
+    } else if constexpr (Field::kind == FieldKind::counter) {
         return static_cast<unsigned int>(numberOf(message, *span++));
-    } else if constexpr (Field::kind == Kind::flag) {
+    } else if constexpr (Field::kind == FieldKind::flag) {
         return numberOf(message, *span++) != 0;
-    } else if constexpr (Field::kind == Kind::numberList) {
+    } else if constexpr (Field::kind == FieldKind::numberList) {
         std::string encoded(valueOf(message, *span++));
         std::vector<int> values;
         Serializer::deserialize(encoded, values);
         return values;
-    } else if constexpr (Field::kind == Kind::textList) {
+    } else if constexpr (Field::kind == FieldKind::textList) {
         std::string encoded(valueOf(message, *span++));
         return Serializer::deserialize(encoded);
-    } else if constexpr (Field::kind == Kind::payload) {
+    } else if constexpr (Field::kind == FieldKind::payload) {
         message.erase(0, cut);
         return std::ref(message);
     } else {
@@ -60,7 +60,7 @@ auto build(const Field&, std::string& message, const ElementSpan*& span, std::ui
 }
 
 template <typename Event> constexpr bool hasParties(const Event& event) {
-    return std::apply([](const auto&... field) { return ((field.kind == Kind::parties) || ...); },
+    return std::apply([](const auto&... field) { return ((field.kind == FieldKind::parties) || ...); },
                       event.fields);
 }
 
@@ -110,10 +110,10 @@ bool EventFloor::learn(const std::string& method, const std::string& message) {
         [&](const auto&... field) {
             [[maybe_unused]] const auto add = [&](const auto& each) {
                 using Field = std::decay_t<decltype(each)>;
-                if constexpr (Field::kind == Kind::parties) {
+                if constexpr (Field::kind == FieldKind::parties) {
                     for (std::string_view tag : protocol::kPartyTags)
                         spans.push_back(place(tag, message));
-                } else if constexpr (Field::kind == Kind::payload) {
+                } else if constexpr (Field::kind == FieldKind::payload) {
                     cut = static_cast<std::uint32_t>(message.find(each.tag) + each.tag.size());
                 } else {
                     spans.push_back(place(each.tag, message));

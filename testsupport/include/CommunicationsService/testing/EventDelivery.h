@@ -97,7 +97,7 @@ public:
 
 namespace detail {
 
-using CommunicationsService::protocol::Kind;
+using CommunicationsService::protocol::FieldKind;
 
 // The names under which a test sets the four party elements, in kPartyTags' order.
 inline constexpr std::string_view kPartyNames[] = {"callingParty", "callingPartyName",
@@ -135,27 +135,27 @@ public:
     }
 
     // The value as the element's text; wrong kinds of value are refused.
-    std::string encode(std::string_view name, Kind kind, const EventArgument::Value& value) const {
+    std::string encode(std::string_view name, FieldKind kind, const EventArgument::Value& value) const {
         const auto refuse = [&](const char* wanted) {
             fail("argument '" + std::string(name) + "' takes " + wanted);
         };
         switch (kind) {
-        case Kind::number:
+        case FieldKind::number:
             if (!std::holds_alternative<int>(value)) refuse("an int");
             return std::to_string(std::get<int>(value));
-        case Kind::counter:
+        case FieldKind::counter:
             // The service's counters are 32 bits read as a signed number.
             if (std::holds_alternative<unsigned int>(value))
                 return std::to_string(static_cast<std::int32_t>(std::get<unsigned int>(value)));
             if (!std::holds_alternative<int>(value)) refuse("an unsigned int");
             return std::to_string(std::get<int>(value));
-        case Kind::flag:
+        case FieldKind::flag:
             if (!std::holds_alternative<bool>(value)) refuse("a bool");
             return std::get<bool>(value) ? "1" : "0";
-        case Kind::numberList:
+        case FieldKind::numberList:
             if (!std::holds_alternative<std::vector<int>>(value)) refuse("a std::vector<int>");
             return desktop::serializeList(std::get<std::vector<int>>(value));
-        case Kind::textList:
+        case FieldKind::textList:
             if (!std::holds_alternative<std::vector<std::string>>(value))
                 refuse("a std::vector<std::string>");
             return desktop::serializeList(std::get<std::vector<std::string>>(value));
@@ -200,20 +200,20 @@ struct Payload {
 };
 
 template <typename Field> void findPayload(const Field& field, Payload& payload) {
-    if constexpr (Field::kind == Kind::payload) payload.closing = field.tag;
+    if constexpr (Field::kind == FieldKind::payload) payload.closing = field.tag;
 }
 
 template <typename Field> void writeField(Writer& writer, const Field& field, Payload& payload) {
-    if constexpr (Field::kind == Kind::parties) {
+    if constexpr (Field::kind == FieldKind::parties) {
         for (std::size_t party = 0; party < std::size(kPartyNames); ++party) {
             if (const EventArgument::Value* value = writer.take(kPartyNames[party])) {
                 writer.element(CommunicationsService::protocol::kPartyTags[party],
-                               writer.encode(kPartyNames[party], Kind::text, *value));
+                               writer.encode(kPartyNames[party], FieldKind::text, *value));
             }
         }
-    } else if constexpr (Field::kind == Kind::payload) {
+    } else if constexpr (Field::kind == FieldKind::payload) {
         payload.value = writer.take(field.argument);
-        if (payload.value != nullptr) writer.encode(field.argument, Kind::payload, *payload.value);
+        if (payload.value != nullptr) writer.encode(field.argument, FieldKind::payload, *payload.value);
     } else {
         const EventArgument::Value* value = writer.take(field.argument);
         const std::string_view closing = payload.closing;
@@ -225,7 +225,7 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
             payload.anchorNamed = value != nullptr;
             payload.anchorText = value != nullptr
                                      ? writer.encode(field.argument, Field::kind, *value)
-                                 : Field::kind == Kind::text ? ""
+                                 : Field::kind == FieldKind::text ? ""
                                                              : "-1";
         } else if (value != nullptr) {
             writer.element(field.tag, writer.encode(field.argument, Field::kind, *value));
