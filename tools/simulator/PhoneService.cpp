@@ -91,7 +91,7 @@ const std::map<std::string, PhoneService::Handler>& PhoneService::handlers() {
         {std::string(requests::setAgentState.method), &PhoneService::setAgentState},
         {std::string(requests::RemoveConfParticipant.method),
          &PhoneService::removeConferenceParticipant},
-        {"SigEvent", &PhoneService::signalling},
+        {std::string(kSignallingMethod), &PhoneService::signalling},
     };
     return table;
 }
@@ -151,9 +151,9 @@ PhoneService::Call* PhoneService::findCall(const std::string& line, int id) {
     return &found->second;
 }
 
-PhoneService::Call* PhoneService::requestedCall(const ParsedRequest& request, const char* idTag,
-                                                const char* role) {
-    const std::string& line = request.text("Line");
+PhoneService::Call* PhoneService::requestedCall(const ParsedRequest& request,
+                                                std::string_view idTag, const char* role) {
+    const std::string& line = request.text(tagOf<0>(requests::answerCall));
     const int id = request.number(idTag);
     Call* call = findCall(line, id);
     if (call == nullptr) lastRefusal = missingCall(line, id) + role;

@@ -10,21 +10,23 @@ namespace simulator {
 using namespace parts;
 
 std::optional<std::string> PhoneService::getMute(const ParsedRequest&) {
-    return microphoneMuted ? "true" : "false";
+    return flagAnswer(microphoneMuted);
 }
 
 std::optional<std::string> PhoneService::getDoNotDisturb(const ParsedRequest& request) {
-    const std::string& device = request.text("deviceID");
+    const std::string& device = request.text(tagOf<0>(requests::getDoNotDisturb));
     if (!knownLine(device)) return refuse(lineProblem(device));
-    return lines[device].doNotDisturb ? "true" : "false";
+    return flagAnswer(lines[device].doNotDisturb);
 }
 
 std::optional<std::string> PhoneService::getForwarding(const ParsedRequest& request) {
     // The query names no line; it answers for the phone's first line.
     const std::string line = settings.lines.empty() ? std::string() : settings.lines.front();
-    auto type = forwarding[line].find(request.number("fwType"));
+    auto type =
+        forwarding[line].find(request.number(tagOf<0>(requests::getForwardingConfiguration)));
     if (type == forwarding[line].end()) {
-        refuse("forwarding type " + std::to_string(request.number("fwType")) +
+        refuse("forwarding type " +
+               std::to_string(request.number(tagOf<0>(requests::getForwardingConfiguration))) +
                " does not exist (0 unconditional, 1 busy, 2 no reply)");
         return answerText(protocol::requests::getForwardingConfiguration.answer, kFailure);
     }
@@ -51,22 +53,22 @@ std::optional<std::string> PhoneService::getDevices(const ParsedRequest&) {
 }
 
 std::optional<std::string> PhoneService::isCallHoldPossible(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::isCallHoldPossible));
     const bool possible = std::any_of(calls.begin(), calls.end(), [&](const auto& entry) {
         return entry.second.line == line && entry.second.state == kConnected;
     });
-    return possible ? "true" : "false";
+    return flagAnswer(possible);
 }
 
 std::optional<std::string> PhoneService::getManualHold(const ParsedRequest& request) {
     Call* call = requestedCall(request);
-    return call != nullptr && call->state == kHeld && call->manualHold ? "true" : "false";
+    return flagAnswer(call != nullptr && call->state == kHeld && call->manualHold);
 }
 
 // Answers a CSTA document with the response named after its root element, or with a
 // CSTA error when the document has none.
 std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::SendCSTARequest));
     if (!knownLine(line)) return refuse(lineProblem(line));
     const std::string& document = request.payload;
     std::size_t open = 0;
@@ -93,15 +95,18 @@ std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& reques
 }
 
 std::optional<std::string> PhoneService::serverFeatures(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::InitializeOrFinalizeServerFeatures));
     if (!knownLine(line)) return refuse(lineProblem(line));
     events.publish(eventText(protocol::events::serverFeatureStatus, line,
-                             request.flag("initialize") ? "initialized" : "finalized"));
+                             request.flag(tagOf<1>(requests::InitializeOrFinalizeServerFeatures))
+                                 ? "initialized"
+                                 : "finalized"));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::callbackFeatureCallId(const ParsedRequest& request) {
-    featureCallIds[request.text("CallID")] = request.number("instanceId");
+    featureCallIds[request.text(tagOf<0>(requests::callbackDOFeatureCallID))] =
+        request.number(tagOf<1>(requests::callbackDOFeatureCallID));
     return kSuccess;
 }
 

@@ -9,7 +9,21 @@
 #include <utility>
 #include <vector>
 
+#include "CommunicationsService/protocol/Requests.h"
+
 namespace simulator {
+
+namespace requests = CommunicationsService::protocol::requests;
+
+// The tag of a request's I-th field, as the description spells it.
+template <std::size_t I, typename Request>
+constexpr std::string_view tagOf(const Request& request) {
+    return std::get<I>(request.fields).tag;
+}
+
+// The method a parsed signalling pass-through is given: its prefix without the colon.
+inline constexpr std::string_view kSignallingMethod =
+    requests::kSignalling.substr(0, requests::kSignalling.size() - 1);
 
 struct ParsedRequest {
     // What was wrong with the text; empty for a well-formed request.
