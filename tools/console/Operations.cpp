@@ -21,18 +21,19 @@ std::optional<int> parseInteger(const std::string& word) {
     return value;
 }
 
+namespace protocol = CommunicationsService::protocol;
+
 std::optional<bool> parseFlag(const std::string& word) {
-    if (word == "1" || word == "true" || word == "yes" || word == "on") return true;
-    if (word == "0" || word == "false" || word == "no" || word == "off") return false;
+    if (word == "1" || word == protocol::kTrueWord || word == "yes" || word == "on") return true;
+    if (word == "0" || word == protocol::kFalseWord || word == "no" || word == "off") return false;
     return std::nullopt;
 }
 
-const char* const kStateNames[] = {"sfiServiceInService", "sfiServiceOutOfService",
-                                   "sfiServiceDoNotDisturb"};
+constexpr int kStates = static_cast<int>(std::size(protocol::kServiceStateNames));
 
 std::optional<sfiServiceState> parseServiceState(const std::string& word) {
-    for (int value = 0; value < 3; ++value) {
-        if (word == kStateNames[value] || word == std::to_string(value)) {
+    for (int value = 0; value < kStates; ++value) {
+        if (word == protocol::kServiceStateNames[value] || word == std::to_string(value)) {
             return static_cast<sfiServiceState>(value);
         }
     }
@@ -57,17 +58,19 @@ using A = const Arguments&;
 using S = CommunicationsServiceIfc&;
 using E = Executable&;
 
-namespace protocol = CommunicationsService::protocol;
 namespace requests = protocol::requests;
 using protocol::Encoding;
 using protocol::agreement::Bare;
 
-std::string show(bool value) { return value ? "true" : "false"; }
+std::string show(bool value) {
+    return std::string(value ? protocol::kTrueWord : protocol::kFalseWord);
+}
 std::string show(int value) { return std::to_string(value); }
 std::string show(unsigned int value) { return std::to_string(value); }
 std::string show(const std::string& value) { return value; }
 std::string show(sfiServiceState state) {
-    return state >= 0 && state < 3 ? kStateNames[state] : std::to_string(state);
+    return state >= 0 && state < kStates ? std::string(protocol::kServiceStateNames[state])
+                                         : std::to_string(state);
 }
 std::string show(const std::vector<std::string>& items) {
     std::string joined;
@@ -174,7 +177,7 @@ Operation describedOperation(const char* name,
     if constexpr (std::is_void_v<Result>)
         results = {"sent"};
     else if constexpr (std::is_same_v<Result, bool>)
-        results = {"true", "false"};
+        results = {std::string(protocol::kTrueWord), std::string(protocol::kFalseWord)};
     else
         results = resultNames();
     const std::vector<std::string_view> outputs = outputNames(request.answer);
@@ -307,16 +310,18 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
     for (std::size_t i = 0; i < expected; ++i) {
         const Parameter& parameter = operation.parameters[i];
         const std::string& word = words[i];
-        const char* problem = nullptr;
+        std::string problem;
         if (parameter.kind == Kind::Integer && !parseInteger(word)) {
             problem = "a whole number";
         } else if (parameter.kind == Kind::Flag && !parseFlag(word)) {
             problem = "a flag (1/0, true/false, yes/no, on/off)";
         } else if (parameter.kind == Kind::ServiceState && !parseServiceState(word)) {
-            problem = "a service state (sfiServiceInService, sfiServiceOutOfService, "
-                      "sfiServiceDoNotDisturb or 0 to 2)";
+            problem = "a service state (";
+            for (int value = 0; value < kStates; ++value)
+                problem.append(value == 0 ? "" : ", ").append(protocol::kServiceStateNames[value]);
+            problem += " or 0 to " + std::to_string(kStates - 1) + ")";
         }
-        if (problem != nullptr) {
+        if (!problem.empty()) {
             throw std::invalid_argument(std::string(operation.name) + ": <" +
                                         std::string(parameter.name) + "> must be " + problem +
                                         ", not '" + word + "': " + usage(operation));
@@ -336,19 +341,9 @@ const std::vector<std::string>& resultNames() {
 }
 
 std::string resultName(int code) {
-    switch (code) {
-    case sfiSuccess:
-        return "sfiSuccess";
-    case sfiFailure:
-        return "sfiFailure";
-    case sfiFailureCallBackInvalidState:
-        return "sfiFailureCallBackInvalidState";
-    case sfiFailureCallBackNoCallInfo:
-        return "sfiFailureCallBackNoCallInfo";
-    case sfiFailureCallBackToMany:
-        return "sfiFailureCallBackToMany";
-    case sfiFailureCallBackAllreadyExists:
-        return "sfiFailureCallBackAllreadyExists";
+    if (code == sfiFailure) return std::string(protocol::kFailureWord);
+    for (const protocol::ResultWord& entry : protocol::kResultWords) {
+        if (entry.code == code) return std::string(entry.word);
     }
     return std::to_string(code);
 }
