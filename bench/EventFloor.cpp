@@ -60,8 +60,9 @@ auto build(const Field&, std::string& message, const ElementSpan*& span, std::ui
 }
 
 template <typename Event> constexpr bool hasParties(const Event& event) {
-    return std::apply([](const auto&... field) { return ((field.kind == FieldKind::parties) || ...); },
-                      event.fields);
+    return std::apply(
+        [](const auto&... field) { return ((field.kind == FieldKind::parties) || ...); },
+        event.fields);
 }
 
 std::string plainText(std::string_view tag, const std::string& message) {

@@ -108,7 +108,9 @@ class Writer {
 public:
     Writer(std::string_view method, std::initializer_list<EventArgument> arguments)
         : method(method), arguments(arguments), used(arguments.size(), false) {
-        text.append("<Method>").append(method).append("</Method>");
+        text.append(CommunicationsService::protocol::kMethodOpen)
+            .append(method)
+            .append(CommunicationsService::protocol::kMethodClose);
         for (auto one = this->arguments.begin(); one != this->arguments.end(); ++one) {
             for (auto other = this->arguments.begin(); other != one; ++other) {
                 if (other->name == one->name) fail("names '" + one->name + "' twice");
@@ -135,7 +137,8 @@ public:
     }
 
     // The value as the element's text; wrong kinds of value are refused.
-    std::string encode(std::string_view name, FieldKind kind, const EventArgument::Value& value) const {
+    std::string encode(std::string_view name, FieldKind kind,
+                       const EventArgument::Value& value) const {
         const auto refuse = [&](const char* wanted) {
             fail("argument '" + std::string(name) + "' takes " + wanted);
         };
@@ -151,7 +154,7 @@ public:
             return std::to_string(std::get<int>(value));
         case FieldKind::flag:
             if (!std::holds_alternative<bool>(value)) refuse("a bool");
-            return std::get<bool>(value) ? "1" : "0";
+            return std::string(CommunicationsService::protocol::kFlagDigits[std::get<bool>(value)]);
         case FieldKind::numberList:
             if (!std::holds_alternative<std::vector<int>>(value)) refuse("a std::vector<int>");
             return desktop::serializeList(std::get<std::vector<int>>(value));
@@ -213,7 +216,8 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
         }
     } else if constexpr (Field::kind == FieldKind::payload) {
         payload.value = writer.take(field.argument);
-        if (payload.value != nullptr) writer.encode(field.argument, FieldKind::payload, *payload.value);
+        if (payload.value != nullptr)
+            writer.encode(field.argument, FieldKind::payload, *payload.value);
     } else {
         const EventArgument::Value* value = writer.take(field.argument);
         const std::string_view closing = payload.closing;
@@ -226,7 +230,7 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
             payload.anchorText = value != nullptr
                                      ? writer.encode(field.argument, Field::kind, *value)
                                  : Field::kind == FieldKind::text ? ""
-                                                             : "-1";
+                                                                  : "-1";
         } else if (value != nullptr) {
             writer.element(field.tag, writer.encode(field.argument, Field::kind, *value));
         }
