@@ -8,10 +8,21 @@
 #include <tuple>
 #include <utility>
 
+#include "CommunicationsService/protocol/Events.h"
+#include "CommunicationsService/protocol/Requests.h"
+#include "EventMessages.h"
+
 namespace bench {
 namespace {
 
-const std::string kCallState = "CallStateChangeEvent";
+namespace requests = CommunicationsService::protocol::requests;
+const std::string kCallState(CommunicationsService::protocol::events::callStateChange.method);
+const std::string kHoldCall = "request/" + std::string(requests::holdCall.method);
+const std::string kGetForwarding =
+    "request/" + std::string(requests::getForwardingConfiguration.method);
+const std::string kGetMessageWaiting =
+    "request/" + std::string(requests::getMessageWaitingIndicator.method);
+const std::string kGetDevices = "request/" + std::string(requests::getDevices.method);
 
 double at(const std::map<std::string, double>& values, const std::string& name) {
     const auto found = values.find(name);
@@ -55,7 +66,7 @@ std::vector<Goal> goals(const Results& results) {
     const double floor = at(time, "floor/" + kCallState);
     const double straightforward = at(time, "straightforward/" + kCallState);
     const double pugixml = at(time, "pugixml/" + kCallState);
-    const double hold = at(time, "request/holdCall");
+    const double hold = at(time, kHoldCall);
     const double stream = at(time, "ostringstream/holdCall");
     std::vector<Goal> all;
     all.push_back({"Call-state event against its floor", ns(callState), ns(floor),
@@ -188,11 +199,11 @@ std::string markdown(const Results& results) {
         {"Call-state event, one vectorised pass over the text", "scan/" + kCallState},
         {"CallHeldEvent, handleMessage", "event/CallHeldEvent"},
         {"CallHeldEvent, its floor", "floor/CallHeldEvent"},
-        {"holdCall", "request/holdCall"},
+        {"holdCall", kHoldCall},
         {"holdCall through std::ostringstream", "ostringstream/holdCall"},
-        {"getForwardingConfiguration", "request/getForwardingConfiguration"},
-        {"getMessageWaitingIndicator", "request/getMessageWaitingIndicator"},
-        {"getDevices (50 devices)", "request/getDevices"},
+        {"getForwardingConfiguration", kGetForwarding},
+        {"getMessageWaitingIndicator", kGetMessageWaiting},
+        {"getDevices (50 devices)", kGetDevices},
     };
     for (const auto& [measure, name] : headlines) {
         out << "| " << measure << " | " << ns(at(time, name)) << " | " << instr(name) << " | "
@@ -204,9 +215,10 @@ std::string markdown(const Results& results) {
     const double scan = at(instructions, "scan/" + kCallState);
     out << "\n### Where the time of the call-state event goes\n\n"
         << "Of its " << count(ours) << " instructions, " << count(floor)
-        << " are the floor: copying the 595-byte text, the cross-cast to the callbacks' "
+        << " are the floor: copying the " << callStateEvent().message.size()
+        << "-byte text, the cross-cast to the callbacks' "
            "interface (dynamic_cast alone takes about 460), the party record, building the "
-           "15 arguments (three texts longer than the inline capacity allocate), the callback "
+           "15 arguments (the texts longer than the inline capacity allocate), the callback "
            "and the notice. The other "
         << count(ours - floor)
         << " find the method and its handler and locate the 18 elements: the '<' of the text "
@@ -284,11 +296,11 @@ bool drawChart(const Results& results, const std::string& folder) {
         {"call-state: pugixml", "pugixml/" + kCallState, kReference},
         {"call-state: floor", "floor/" + kCallState, kFloor},
         {"call-state: one pass", "scan/" + kCallState, kFloor},
-        {"holdCall", "request/holdCall", kOurs},
+        {"holdCall", kHoldCall, kOurs},
         {"holdCall: ostringstream", "ostringstream/holdCall", kReference},
-        {"getForwardingConfiguration", "request/getForwardingConfiguration", kOurs},
-        {"getMessageWaitingIndicator", "request/getMessageWaitingIndicator", kOurs},
-        {"getDevices (50)", "request/getDevices", kOurs},
+        {"getForwardingConfiguration", kGetForwarding, kOurs},
+        {"getMessageWaitingIndicator", kGetMessageWaiting, kOurs},
+        {"getDevices (50)", kGetDevices, kOurs},
     };
     script << "$headline << EOD\n";
     for (const auto& [label, name, colour] : headlines) {
