@@ -127,7 +127,7 @@ bool EventFloor::learn(const std::string& method, const std::string& message) {
 }
 
 EventFloor::EventFloor(const std::string& message) {
-    const std::string method = plainText("Method", message);
+    const std::string method = plainText(protocol::kMethodTag, message);
     learnAny(method, message,
              std::make_index_sequence<
                  std::tuple_size_v<std::decay_t<decltype(protocol::events::all)>>>());

@@ -111,7 +111,7 @@ inline void handleMessage(Executable* subscriber, const char* msg, InvokerRespon
     if (msg == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
     std::string message(msg);
     auto* events = dynamic_cast<CommunicationsServiceEventIfc*>(subscriber);
-    const std::string method = text("Method", message);
+    const std::string method = text(protocol::kMethodTag, message);
     std::apply(
         [&](const auto&... event) {
             const bool chosen[] = {matches(event, method)...};

@@ -17,6 +17,7 @@ namespace {
 
 namespace requests = CommunicationsService::protocol::requests;
 const std::string kCallState(CommunicationsService::protocol::events::callStateChange.method);
+const std::string kCallHeld(CommunicationsService::protocol::events::callHeld.method);
 const std::string kHoldCall = "request/" + std::string(requests::holdCall.method);
 const std::string kGetForwarding =
     "request/" + std::string(requests::getForwardingConfiguration.method);
@@ -191,17 +192,17 @@ std::string markdown(const Results& results) {
 
     out << "### Headlines\n\n| Measure | Median | Instructions | Allocations |\n"
            "|---|---:|---:|---:|\n";
-    const std::pair<const char*, std::string> headlines[] = {
+    const std::pair<std::string, std::string> headlines[] = {
         {"Call-state event, handleMessage", "event/" + kCallState},
         {"Call-state event, its floor", "floor/" + kCallState},
         {"Call-state event, straightforward way", "straightforward/" + kCallState},
         {"Call-state event, pugixml DOM and 18 values", "pugixml/" + kCallState},
         {"Call-state event, one vectorised pass over the text", "scan/" + kCallState},
-        {"CallHeldEvent, handleMessage", "event/CallHeldEvent"},
-        {"CallHeldEvent, its floor", "floor/CallHeldEvent"},
+        {kCallHeld + ", handleMessage", "event/" + kCallHeld},
+        {kCallHeld + ", its floor", "floor/" + kCallHeld},
         {"holdCall", kHoldCall},
         {"holdCall through std::ostringstream", "ostringstream/holdCall"},
-        {"getForwardingConfiguration", kGetForwarding},
+        {std::string(requests::getForwardingConfiguration.method), kGetForwarding},
         {"getMessageWaitingIndicator", kGetMessageWaiting},
         {"getDevices (50 devices)", kGetDevices},
     };
@@ -290,7 +291,7 @@ bool drawChart(const Results& results, const std::string& folder) {
     constexpr unsigned kOurs = 0x4472c4;
     constexpr unsigned kReference = 0xc0504d;
     constexpr unsigned kFloor = 0x9a9a9a;
-    const std::tuple<const char*, std::string, unsigned> headlines[] = {
+    const std::tuple<std::string, std::string, unsigned> headlines[] = {
         {"call-state: handleMessage", "event/" + kCallState, kOurs},
         {"call-state: straightforward", "straightforward/" + kCallState, kReference},
         {"call-state: pugixml", "pugixml/" + kCallState, kReference},
@@ -298,7 +299,7 @@ bool drawChart(const Results& results, const std::string& folder) {
         {"call-state: one pass", "scan/" + kCallState, kFloor},
         {"holdCall", kHoldCall, kOurs},
         {"holdCall: ostringstream", "ostringstream/holdCall", kReference},
-        {"getForwardingConfiguration", kGetForwarding, kOurs},
+        {std::string(requests::getForwardingConfiguration.method), kGetForwarding, kOurs},
         {"getMessageWaitingIndicator", kGetMessageWaiting, kOurs},
         {"getDevices (50)", kGetDevices, kOurs},
     };

@@ -40,7 +40,7 @@ private:
 };
 
 struct Outcome {
-    std::string result; // "sfiSuccess", "true", "sent", ...
+    std::string result; // a result word, a yes or no, "sent", ...
     std::vector<NamedValue> outputs;
 };
 
@@ -65,7 +65,7 @@ std::string usage(const Operation& operation);
 // operation's expected arguments and what was wrong.
 Arguments bindArguments(const Operation& operation, const std::vector<std::string>& words);
 
-// The name of a result code: "sfiSuccess", ..., or the number when it has none.
+// The name of a result code: its result word, or the number when it has none.
 std::string resultName(int code);
 
 // The names of every result code.

@@ -122,7 +122,7 @@ protected:
     std::map<std::string, int> lampModes;
     std::map<std::string, bool> inServiceInitiated;
     std::map<std::string, int> featureCallIds;
-    std::string serviceState = "sfiServiceInService";
+    std::string serviceState{CommunicationsService::protocol::kServiceStateNames[0]};
     std::string systemState = "normal";
     bool microphoneMuted = false;
     bool associatedCalls = false;

@@ -40,8 +40,9 @@ inline std::optional<int> toInt(const std::string& word) {
 }
 
 inline std::optional<bool> toFlag(const std::string& word) {
-    if (word == "1" || word == "on" || word == "true") return true;
-    if (word == "0" || word == "off" || word == "false") return false;
+    namespace protocol = CommunicationsService::protocol;
+    if (word == "1" || word == "on" || word == protocol::kTrueWord) return true;
+    if (word == "0" || word == "off" || word == protocol::kFalseWord) return false;
     return std::nullopt;
 }
 

@@ -28,12 +28,12 @@ inline constexpr std::string_view kSignallingMethod =
 struct ParsedRequest {
     // What was wrong with the text; empty for a well-formed request.
     std::string error;
-    // "AnswerCall", ...; "SigEvent" for signalling data; may be set even on error.
+    // The method name; kSignallingMethod for signalling data; may be set even on error.
     std::string method;
     // The fields in message order, tag without brackets and value as sent.
     std::vector<std::pair<std::string, std::string>> fields;
     // The CSTA document behind "</Line>" of the pass-through requests, or the bytes
-    // behind "SigEvent:".
+    // behind the signalling prefix.
     std::string payload;
     // Sent without awaiting an answer.
     bool oneWay = false;
