@@ -26,9 +26,9 @@
 #include "CommunicationsServiceProxy.h"
 #include "EventFloor.h"
 #include "EventMessages.h"
-#include "PlainInvoker.h"
 #include "References.h"
 #include "Report.h"
+#include "Straightforward.h"
 
 namespace {
 
@@ -92,7 +92,7 @@ void addEvents() {
         add("event/" + event.method,
             [message, length] { invoker.handleMessage(&subscriber, message, length, &noticed); });
         add("straightforward/" + event.method,
-            [message] { plain::handleMessage(&subscriber, message, &noticed); });
+            [message] { straightforward::handleMessage(&subscriber, message, &noticed); });
         auto floor = std::make_shared<bench::EventFloor>(event.message);
         add("floor/" + event.method,
             [floor, message] { floor->deliver(&subscriber, message, &noticed); });

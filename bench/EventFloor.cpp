@@ -65,11 +65,11 @@ template <typename Event> constexpr bool hasParties(const Event& event) {
         event.fields);
 }
 
-std::string plainText(std::string_view tag, const std::string& message) {
+std::string straightforwardText(std::string_view tag, const std::string& message) {
     return eventText("<" + std::string(tag) + ">", message, "</" + std::string(tag) + ">");
 }
 
-// Where the element stands, found the plain way once.
+// Where the element stands, found the straightforward way once.
 ElementSpan place(std::string_view tag, const std::string& message) {
     const std::string open = "<" + std::string(tag) + ">";
     const std::size_t start = message.find(open);
@@ -127,7 +127,7 @@ bool EventFloor::learn(const std::string& method, const std::string& message) {
 }
 
 EventFloor::EventFloor(const std::string& message) {
-    const std::string method = plainText(protocol::kMethodTag, message);
+    const std::string method = straightforwardText(protocol::kMethodTag, message);
     learnAny(method, message,
              std::make_index_sequence<
                  std::tuple_size_v<std::decay_t<decltype(protocol::events::all)>>>());

@@ -111,15 +111,17 @@ std::vector<Goal> goals(const Results& results) {
     all.push_back({"holdCall against std::ostringstream", ns(hold), ns(stream),
                    fixed(stream / hold, 1) + "x faster", ">= 5x faster", stream / hold >= 5});
     const Results::Size* ours = sizeOf(results, "x86-64");
-    const Results::Size* plainBuild = sizeOf(results, "x86-64 straightforward");
+    const Results::Size* straightforwardBuild = sizeOf(results, "x86-64 straightforward");
     if (ours != nullptr) {
-        const std::string reference =
-            plainBuild != nullptr ? kib(plainBuild->stripped) + " straightforward" : "";
+        const std::string reference = straightforwardBuild != nullptr
+                                          ? kib(straightforwardBuild->stripped) + " straightforward"
+                                          : "";
         all.push_back({"Stripped plug-in, x86-64", kib(ours->stripped), reference, "", "<= 120 KiB",
                        ours->stripped <= 120 * 1024});
         const std::string referenceData =
-            plainBuild != nullptr ? kib(plainBuild->data + plainBuild->bss) + " straightforward"
-                                  : "";
+            straightforwardBuild != nullptr
+                ? kib(straightforwardBuild->data + straightforwardBuild->bss) + " straightforward"
+                : "";
         all.push_back({"Writable static data (data + bss), x86-64", kib(ours->data + ours->bss),
                        referenceData, "", "<= 8 KiB", ours->data + ours->bss <= 8 * 1024});
     }
@@ -264,12 +266,12 @@ std::string markdown(const Results& results) {
     for (const std::string& event : results.eventNames) {
         const double mine = at(time, "event/" + event);
         const double base = at(time, "floor/" + event);
-        const double plain = at(time, "straightforward/" + event);
+        const double straightforward = at(time, "straightforward/" + event);
         out << "| " << event << " | " << ns(mine) << " | " << instr("event/" + event) << " | "
             << ns(base) << " | " << instr("floor/" + event) << " | " << fixed(mine / base, 2)
             << "x | "
             << fixed(at(instructions, "event/" + event) / at(instructions, "floor/" + event), 2)
-            << "x | " << ns(plain) << " | " << fixed(plain / mine, 1) << "x | "
+            << "x | " << ns(straightforward) << " | " << fixed(straightforward / mine, 1) << "x | "
             << count(at(allocations, "event/" + event)) << " | "
             << count(at(results.budgets, "event/" + event)) << " |\n";
     }

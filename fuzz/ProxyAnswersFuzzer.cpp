@@ -13,8 +13,8 @@
 #include "Check.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
+#include "FuzzedCalls.h"
 #include "MessageFormat.h"
-#include "Operations.h"
 #include "RecordingChannel.h"
 
 namespace {

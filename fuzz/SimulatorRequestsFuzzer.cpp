@@ -13,7 +13,7 @@
 #include "Check.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
-#include "Operations.h"
+#include "FuzzedCalls.h"
 #include "RecordingChannel.h"
 #include "RequestParser.h"
 

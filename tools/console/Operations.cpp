@@ -40,15 +40,15 @@ std::optional<sfiServiceState> parseServiceState(const std::string& word) {
     return std::nullopt;
 }
 
-const char* kindName(Kind kind) {
+const char* kindName(ArgumentKind kind) {
     switch (kind) {
-    case Kind::Text:
+    case ArgumentKind::Text:
         return "";
-    case Kind::Integer:
+    case ArgumentKind::Integer:
         return ":int";
-    case Kind::Flag:
+    case ArgumentKind::Flag:
         return ":flag";
-    case Kind::ServiceState:
+    case ArgumentKind::ServiceState:
         return ":state";
     }
     return "";
@@ -81,16 +81,16 @@ std::string show(const std::vector<std::string>& items) {
 
 // What the console accepts for a parameter: its C++ type decides, except that a service
 // state also takes its name.
-template <Encoding E, typename Param> constexpr Kind kindOf() {
+template <Encoding E, typename Param> constexpr ArgumentKind kindOf() {
     using T = Bare<Param>;
     if constexpr (E == Encoding::stateName)
-        return Kind::ServiceState;
+        return ArgumentKind::ServiceState;
     else if constexpr (std::is_same_v<T, bool>)
-        return Kind::Flag;
+        return ArgumentKind::Flag;
     else if constexpr (std::is_integral_v<T> || std::is_enum_v<T>)
-        return Kind::Integer;
+        return ArgumentKind::Integer;
     else
-        return Kind::Text;
+        return ArgumentKind::Text;
 }
 
 template <typename T> T convert(const Arguments& arguments, std::size_t index) {
@@ -247,17 +247,24 @@ std::vector<Operation> makeOperations() {
     static_assert(std::tuple_size_v<std::remove_const_t<decltype(requests::all)>> == 45,
                   "every request but Subscribe is an operation above");
     // Operations that the description does not carry as enveloped requests.
-    table.push_back(
-        {"processSignallingComponentEvent", {{"data", Kind::Text}}, {"sent"}, {}, [](S s, E, A a) {
-             s.processSignallingComponentEvent(a.text(0).data(),
-                                               static_cast<int>(a.text(0).size()));
-             return Outcome{"sent", {}};
-         }});
+    table.push_back({"processSignallingComponentEvent",
+                     {{"data", ArgumentKind::Text}},
+                     {"sent"},
+                     {},
+                     [](S s, E, A a) {
+                         s.processSignallingComponentEvent(a.text(0).data(),
+                                                           static_cast<int>(a.text(0).size()));
+                         return Outcome{"sent", {}};
+                     }});
     table.push_back({"subscribe", {}, resultNames(), {}, [](S s, E subscriber, A) {
                          return Outcome{resultName(s.subscribe(&subscriber)), {}};
                      }});
     table.push_back(
-        {"csCommunicationsService", {{"name", Kind::Text}}, {"text"}, {"value"}, [](S s, E, A a) {
+        {"csCommunicationsService",
+         {{"name", ArgumentKind::Text}},
+         {"text"},
+         {"value"},
+         [](S s, E, A a) {
              return Outcome{"text", {{"value", s.csCommunicationsService(a.text(0).c_str())}}};
          }});
     table.push_back({"activateStoredFwd", {}, {"done"}, {}, [](S s, E, A) {
@@ -311,11 +318,11 @@ Arguments bindArguments(const Operation& operation, const std::vector<std::strin
         const Parameter& parameter = operation.parameters[i];
         const std::string& word = words[i];
         std::string problem;
-        if (parameter.kind == Kind::Integer && !parseInteger(word)) {
+        if (parameter.kind == ArgumentKind::Integer && !parseInteger(word)) {
             problem = "a whole number";
-        } else if (parameter.kind == Kind::Flag && !parseFlag(word)) {
+        } else if (parameter.kind == ArgumentKind::Flag && !parseFlag(word)) {
             problem = "a flag (1/0, true/false, yes/no, on/off)";
-        } else if (parameter.kind == Kind::ServiceState && !parseServiceState(word)) {
+        } else if (parameter.kind == ArgumentKind::ServiceState && !parseServiceState(word)) {
             problem = "a service state (";
             for (int value = 0; value < kStates; ++value)
                 problem.append(value == 0 ? "" : ", ").append(protocol::kServiceStateNames[value]);

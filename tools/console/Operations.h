@@ -14,16 +14,17 @@
 
 namespace console {
 
-enum class Kind {
+// How a word of a command line is read as an operation's argument.
+enum class ArgumentKind {
     Text,         // any word
     Integer,      // a 32-bit decimal number (also enumeration values)
     Flag,         // 1/0, true/false, yes/no, on/off
-    ServiceState, // sfiServiceInService, ... or 0, 1, 2
+    ServiceState, // a service state's name, or 0, 1, 2
 };
 
 struct Parameter {
     std::string_view name;
-    Kind kind;
+    ArgumentKind kind;
 };
 
 // The words of one call, checked against the operation's parameters.

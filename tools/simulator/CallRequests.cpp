@@ -53,9 +53,9 @@ std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& reques
     if (call == nullptr) return kFailure;
     if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
     if (destination.empty()) return refuse("the request names no destination");
-    events.publish(eventText(protocol::events::callForwarded, call->line, call->id,
-                             call->remote.uri, call->remote.name, call->remote.fullPai(),
-                             partyFor(destination).uri, kCauseForwarded));
+    events.publish(writeEvent(protocol::events::callForwarded, call->line, call->id,
+                              call->remote.uri, call->remote.name, call->remote.fullPai(),
+                              partyFor(destination).uri, kCauseForwarded));
     clear(call->id, kCauseForwarded);
     return kSuccess;
 }
@@ -183,7 +183,7 @@ void PhoneService::publishConference(const std::string& line, int callId) {
     const std::string document = "<conference-info entity=\"sip:conf" + std::to_string(callId) +
                                  "@" + settings.domain + "\" state=\"full\"><users>" + users +
                                  "</users></conference-info>";
-    events.publish(eventText(protocol::events::conferenceStatus, line, callId, document));
+    events.publish(writeEvent(protocol::events::conferenceStatus, line, callId, document));
 }
 
 std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& request) {
@@ -201,9 +201,9 @@ std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& req
     for (Call* member : {held, active}) {
         member->manualHold = false;
         setState(*member, kConferenced, kCauseConference);
-        events.publish(eventText(protocol::events::remoteEndpointDetailsChanged, line, member->id,
-                                 member->remote.uri, member->remote.name, member->remote.fullPai(),
-                                 false, true));
+        events.publish(writeEvent(protocol::events::remoteEndpointDetailsChanged, line, member->id,
+                                  member->remote.uri, member->remote.name, member->remote.fullPai(),
+                                  false, true));
     }
     publishFeature(line, active->id, kFeatureConference);
     publishConference(line, active->id);
@@ -225,9 +225,9 @@ std::optional<std::string> PhoneService::removeConferenceParticipant(const Parse
     for (auto& [id, call] : calls) {
         if (call.line == line && call.state == kConferenced &&
             call.remote.number == leaving.number) {
-            events.publish(eventText(protocol::events::remoteEndpointDetailsChanged, line, id,
-                                     call.remote.uri, call.remote.name, call.remote.fullPai(), true,
-                                     false));
+            events.publish(writeEvent(protocol::events::remoteEndpointDetailsChanged, line, id,
+                                      call.remote.uri, call.remote.name, call.remote.fullPai(),
+                                      true, false));
             const int leavingId = id;
             clear(leavingId, kCauseNormalClearing);
             publishConference(line, request.number(tagOf<0>(requests::RemoveConfParticipant)));

@@ -18,7 +18,7 @@ std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& r
     auto refuseCallback = [&](int result, int failure, const std::string& uri,
                               const std::string& why) {
         lastRefusal = why;
-        events.publish(eventText(protocol::events::callCompletionFailed, line, uri, failure));
+        events.publish(writeEvent(protocol::events::callCompletionFailed, line, uri, failure));
         return std::optional<std::string>(protocol::resultWord(result));
     };
     if (call == nullptr) {
@@ -44,8 +44,8 @@ std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& r
                                   " call-backs");
     }
     callbacks.push_back({line, callee, type});
-    events.publish(eventText(protocol::events::callCompletion, line, callee.uri, type,
-                             kCallbackActivated, true));
+    events.publish(writeEvent(protocol::events::callCompletion, line, callee.uri, type,
+                              kCallbackActivated, true));
     clear(call->id, kCauseNormalClearing);
     return kSuccess;
 }
@@ -69,8 +69,8 @@ std::optional<std::string> PhoneService::cancelCallbacks(const ParsedRequest& re
             ++callback;
             continue;
         }
-        events.publish(eventText(protocol::events::callCompletion, line, callback->callee.uri,
-                                 callback->type, kCallbackCancelled, display));
+        events.publish(writeEvent(protocol::events::callCompletion, line, callback->callee.uri,
+                                  callback->type, kCallbackCancelled, display));
         callback = callbacks.erase(callback);
         cancelled = true;
     }
@@ -87,7 +87,7 @@ std::optional<std::string> PhoneService::setDoNotDisturb(const ParsedRequest& re
     const std::string& line = request.text(tagOf<0>(requests::setDoNotDisturb));
     if (!knownLine(line)) return refuse(lineProblem(line));
     lines[line].doNotDisturb = request.flag(tagOf<1>(requests::setDoNotDisturb));
-    events.publish(eventText(protocol::events::doNotDisturb, line, lines[line].doNotDisturb));
+    events.publish(writeEvent(protocol::events::doNotDisturb, line, lines[line].doNotDisturb));
     return kSuccess;
 }
 
@@ -150,8 +150,8 @@ std::optional<std::string> PhoneService::securityReinvite(const ParsedRequest& r
         }
     }
     // Security status 2: the call is now secured end to end.
-    events.publish(eventText(protocol::events::securityStatusChanged, call->line, call->id, 2,
-                             recordedIds, recordedLines));
+    events.publish(writeEvent(protocol::events::securityStatusChanged, call->line, call->id, 2,
+                              recordedIds, recordedLines));
     return kSuccess;
 }
 
@@ -165,8 +165,8 @@ std::optional<std::string> PhoneService::systemStatus(const ParsedRequest& reque
     const std::string& status = request.text(tagOf<0>(requests::systemStatus));
     if (status.empty()) return refuse("the request names no system status");
     systemState = status;
-    events.publish(eventText(protocol::events::systemStatus, status,
-                             request.text(tagOf<1>(requests::systemStatus))));
+    events.publish(writeEvent(protocol::events::systemStatus, status,
+                              request.text(tagOf<1>(requests::systemStatus))));
     return kSuccess;
 }
 
@@ -185,7 +185,7 @@ std::optional<std::string> PhoneService::setAgentState(const ParsedRequest& requ
         return refuse("'" + state + "' is not an agent state (" + joinFrom(states, 0) + ")");
     }
     lines[line].agentState = state;
-    events.publish(eventText(protocol::events::agentState, line, state));
+    events.publish(writeEvent(protocol::events::agentState, line, state));
     return kSuccess;
 }
 

@@ -80,7 +80,7 @@ inline std::string flagAnswer(bool value) {
 
 // The event's text with one value per field, in the fields' order.
 template <typename Callback, typename... Fields, typename... Values>
-std::string eventText(const protocol::Event<Callback, Fields...>& event, const Values&... values) {
+std::string writeEvent(const protocol::Event<Callback, Fields...>& event, const Values&... values) {
     static_assert(sizeof...(Fields) == sizeof...(Values), "one value per field of the event");
     std::string text;
     text.append(protocol::kMethodOpen).append(event.method).append(protocol::kMethodClose);
@@ -92,8 +92,8 @@ std::string eventText(const protocol::Event<Callback, Fields...>& event, const V
 
 // A tagged answer: the result word, then one value per field (none after a failure).
 template <typename... Fields, typename... Values>
-std::string answerText(const protocol::answers::Tagged<Fields...>& shape, std::string_view result,
-                       const Values&... values) {
+std::string writeAnswer(const protocol::answers::Tagged<Fields...>& shape, std::string_view result,
+                        const Values&... values) {
     static_assert(sizeof...(Values) == 0 || sizeof...(Fields) == sizeof...(Values),
                   "one value per field of the answer, or none");
     std::string text;

@@ -172,20 +172,20 @@ void PhoneService::publishCallState(const Call& call, int reason,
     const Party local = linePartyFor(call.line);
     const Party& calling = call.incoming ? call.remote : local;
     const Party& called = call.incoming ? local : call.remote;
-    events.publish(eventText(protocol::events::callStateChange, call.line, call.id, call.state,
-                             reason, 0, call.remote.uri, call.remote.name, call.remote.fullPai(),
-                             Parties{calling.uri, calling.name, called.uri, called.name},
-                             call.priority, preemptionText.empty() ? 0L : 1L, preemptionText,
-                             call.state == kBusy || call.state == kRingback, 0, 0));
+    events.publish(writeEvent(protocol::events::callStateChange, call.line, call.id, call.state,
+                              reason, 0, call.remote.uri, call.remote.name, call.remote.fullPai(),
+                              Parties{calling.uri, calling.name, called.uri, called.name},
+                              call.priority, preemptionText.empty() ? 0L : 1L, preemptionText,
+                              call.state == kBusy || call.state == kRingback, 0, 0));
 }
 
 void PhoneService::publishFeature(const std::string& line, int callId, int feature) {
-    events.publish(eventText(protocol::events::featureSuccess, line, callId, feature));
+    events.publish(writeEvent(protocol::events::featureSuccess, line, callId, feature));
 }
 
 void PhoneService::publishFeatureFailure(const std::string& line, int callId, int feature,
                                          int failure) {
-    events.publish(eventText(protocol::events::featureFailed, line, callId, feature, failure));
+    events.publish(writeEvent(protocol::events::featureFailed, line, callId, feature, failure));
 }
 
 void PhoneService::setState(Call& call, CallState state, int reason) {
@@ -205,7 +205,7 @@ void PhoneService::clear(int id, int reason) {
 void PhoneService::hold(Call& call, bool manual) {
     call.manualHold = manual;
     call.state = kHeld;
-    events.publish(eventText(protocol::events::callHeld, call.line, call.id));
+    events.publish(writeEvent(protocol::events::callHeld, call.line, call.id));
     publishCallState(call, kCauseNone);
 }
 
@@ -217,8 +217,8 @@ void PhoneService::retrieve(Call& call) {
     }
     call.manualHold = false;
     call.state = kConnected;
-    events.publish(eventText(protocol::events::callRetrieved, call.line, call.id, call.remote.uri,
-                             call.remote.name, call.remote.fullPai(), 0, 0, false));
+    events.publish(writeEvent(protocol::events::callRetrieved, call.line, call.id, call.remote.uri,
+                              call.remote.name, call.remote.fullPai(), 0, 0, false));
     publishCallState(call, kCauseNone);
 }
 
@@ -253,9 +253,9 @@ void PhoneService::farEndAnswers(int id) {
 }
 
 void PhoneService::publishMissed(const Call& call, int reason) {
-    events.publish(eventText(protocol::events::incomingCallMissed, call.line, call.id,
-                             call.remote.uri, call.remote.name, call.remote.fullPai(), reason, "",
-                             "", 0));
+    events.publish(writeEvent(protocol::events::incomingCallMissed, call.line, call.id,
+                              call.remote.uri, call.remote.name, call.remote.fullPai(), reason, "",
+                              "", 0));
 }
 
 void PhoneService::ringIncoming(Call& call, bool missed) {
@@ -269,9 +269,9 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
     });
     auto forwardTo = [this, id, line](const std::string& target) {
         Call forwarded = calls[id];
-        events.publish(eventText(protocol::events::callForwarded, line, id, forwarded.remote.uri,
-                                 forwarded.remote.name, forwarded.remote.fullPai(),
-                                 partyFor(target).uri, kCauseForwarded));
+        events.publish(writeEvent(protocol::events::callForwarded, line, id, forwarded.remote.uri,
+                                  forwarded.remote.name, forwarded.remote.fullPai(),
+                                  partyFor(target).uri, kCauseForwarded));
         calls.erase(id);
     };
     if (lines[line].doNotDisturb) {
@@ -287,15 +287,15 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
         for (const auto& [otherId, other] : calls) {
             if (otherId != id && other.line == line) {
                 events.publish(
-                    eventText(protocol::events::incomingAssociatedCall, line, otherId, id));
+                    writeEvent(protocol::events::incomingAssociatedCall, line, otherId, id));
                 break;
             }
         }
     }
     call.state = kRinging;
-    events.publish(eventText(protocol::events::incomingCall, line, id, call.remote.uri,
-                             call.remote.name, call.remote.fullPai(), "", "", false, 0, "", "", 0,
-                             false, call.priority, 0, 0, false));
+    events.publish(writeEvent(protocol::events::incomingCall, line, id, call.remote.uri,
+                              call.remote.name, call.remote.fullPai(), "", "", false, 0, "", "", 0,
+                              false, call.priority, 0, 0, false));
     publishCallState(call, kCauseNone);
     if (missed) {
         schedule(settings.ringTime, [this, id] {
@@ -318,7 +318,7 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
 std::optional<std::string> PhoneService::activate(const ParsedRequest&) {
     for (auto& [line, state] : lines) {
         state.registered = true;
-        events.publish(eventText(protocol::events::registrationStateChange, line, 0, true, 200));
+        events.publish(writeEvent(protocol::events::registrationStateChange, line, 0, true, 200));
     }
     return kSuccess;
 }
@@ -327,7 +327,7 @@ std::optional<std::string> PhoneService::deactivate(const ParsedRequest&) {
     for (auto& [line, state] : lines) {
         if (!state.registered) continue;
         state.registered = false;
-        events.publish(eventText(protocol::events::registrationStateChange, line, 0, false, 0));
+        events.publish(writeEvent(protocol::events::registrationStateChange, line, 0, false, 0));
     }
     return kSuccess;
 }

@@ -28,10 +28,10 @@ std::optional<std::string> PhoneService::getForwarding(const ParsedRequest& requ
         refuse("forwarding type " +
                std::to_string(request.number(tagOf<0>(requests::getForwardingConfiguration))) +
                " does not exist (0 unconditional, 1 busy, 2 no reply)");
-        return answerText(protocol::requests::getForwardingConfiguration.answer, kFailure);
+        return writeAnswer(protocol::requests::getForwardingConfiguration.answer, kFailure);
     }
-    return answerText(protocol::requests::getForwardingConfiguration.answer, kSuccess,
-                      type->second.status, type->second.uri, type->second.ringCount);
+    return writeAnswer(protocol::requests::getForwardingConfiguration.answer, kSuccess,
+                       type->second.status, type->second.uri, type->second.ringCount);
 }
 
 std::optional<std::string> PhoneService::getServiceState(const ParsedRequest&) {
@@ -40,9 +40,9 @@ std::optional<std::string> PhoneService::getServiceState(const ParsedRequest&) {
 
 std::optional<std::string> PhoneService::getMessageWaiting(const ParsedRequest&) {
     const MessageWaiting& mwi = messageWaiting;
-    return answerText(protocol::requests::getMessageWaitingIndicator.answer, kSuccess, 1,
-                      mwi.newMessages, mwi.oldMessages, mwi.newUrgent, mwi.oldUrgent, 0, 1,
-                      mwi.newMessages + mwi.newUrgent > 0, kVoiceMailNumber);
+    return writeAnswer(protocol::requests::getMessageWaitingIndicator.answer, kSuccess, 1,
+                       mwi.newMessages, mwi.oldMessages, mwi.newUrgent, mwi.oldUrgent, 0, 1,
+                       mwi.newMessages + mwi.newUrgent > 0, kVoiceMailNumber);
 }
 
 std::optional<std::string> PhoneService::getDevices(const ParsedRequest&) {
@@ -90,17 +90,17 @@ std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& reques
     } else {
         response = "<" + root + "Response " + ns + "/>";
     }
-    events.publish(eventText(protocol::events::b2buaCSTAResponse, line, !root.empty(), response));
+    events.publish(writeEvent(protocol::events::b2buaCSTAResponse, line, !root.empty(), response));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::serverFeatures(const ParsedRequest& request) {
     const std::string& line = request.text(tagOf<0>(requests::InitializeOrFinalizeServerFeatures));
     if (!knownLine(line)) return refuse(lineProblem(line));
-    events.publish(eventText(protocol::events::serverFeatureStatus, line,
-                             request.flag(tagOf<1>(requests::InitializeOrFinalizeServerFeatures))
-                                 ? "initialized"
-                                 : "finalized"));
+    events.publish(writeEvent(protocol::events::serverFeatureStatus, line,
+                              request.flag(tagOf<1>(requests::InitializeOrFinalizeServerFeatures))
+                                  ? "initialized"
+                                  : "finalized"));
     return kSuccess;
 }
 

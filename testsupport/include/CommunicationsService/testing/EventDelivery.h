@@ -56,7 +56,7 @@ extern "C" FRAMEWORK_API Invoker* createCommunicationsServiceEventInvoker();
 namespace communications::testing {
 
 /// The 28 events by name, as the protocol describes them (events::incomingCall,
-/// events::callStateChange, ...), for deliver() and eventText().
+/// events::callStateChange, ...), for deliver() and writeEvent().
 namespace events = ::CommunicationsService::protocol::events;
 
 /// One argument of an event: its name and its value. Written in braces, `{"callId", 12}`.
@@ -242,7 +242,7 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
 /// The text of the event with elements for the named arguments only, as deliver() hands it
 /// to the invoker. Throws std::invalid_argument as described for this file.
 template <typename Event>
-std::string eventText(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
+std::string writeEvent(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
     detail::Writer writer(event.method, arguments);
     detail::Payload payload;
     std::apply([&](const auto&... field) { (detail::findPayload(field, payload), ...); },
@@ -268,7 +268,7 @@ inline Invoker& eventInvoker() {
 template <typename Event>
 void deliver(Executable& subscriber, const Event& event,
              std::initializer_list<EventArgument> arguments = {}) {
-    const std::string text = eventText(event, arguments);
+    const std::string text = writeEvent(event, arguments);
     eventInvoker().handleMessage(&subscriber, text.c_str(), static_cast<int>(text.size()), nullptr);
 }
 

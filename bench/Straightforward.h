@@ -1,10 +1,9 @@
 #pragma once
 
 // handleMessage the straightforward way, driven by the protocol description: the method
-// is read with the invoker's plain reader, every matching event runs, and each of its
-// fields is read by the plain readers through tag strings built for it, each search
-// starting at the front of the text. The benchmarks measure it; the fuzzers hold the
-// library to it.
+// is read with the invoker's field reader, every matching event runs, and each of its
+// fields is read by the field readers through tag strings built for it, each search
+// starting at the front of the text. The benchmarks set the library beside it.
 
 #include <cstdint>
 #include <cstdlib>
@@ -21,7 +20,7 @@
 #include "CommunicationsService/protocol/Events.h"
 #include "MessageFormat.h"
 
-namespace plain {
+namespace straightforward {
 
 namespace protocol = CommunicationsService::protocol;
 using protocol::FieldKind;
@@ -122,4 +121,4 @@ inline void handleMessage(Executable* subscriber, const char* msg, InvokerRespon
     if (response != nullptr) response->messageHandled();
 }
 
-} // namespace plain
+} // namespace straightforward
