@@ -35,15 +35,8 @@ using PartyRecord = std::unique_ptr<CallPartyInfo, FreeRecord>;
 
 PartyRecord newPartyRecord() {
     PartyRecord record(static_cast<CallPartyInfo*>(std::malloc(sizeof(CallPartyInfo))));
-    record->reservedText1[0] = '\0';
-    record->reservedText2[0] = '\0';
-    record->reservedText3[0] = '\0';
-    record->reservedText4[0] = '\0';
-    record->reservedValue = 0;
-    record->calledPartyName[0] = '\0';
-    record->calledParty[0] = '\0';
-    record->callingPartyName[0] = '\0';
-    record->callingParty[0] = '\0';
+    // Every text empty and the reserved value 0, as the phone has always handed it over.
+    std::memset(record.get(), 0, sizeof(CallPartyInfo));
     return record;
 }
 
