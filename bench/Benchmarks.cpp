@@ -97,6 +97,19 @@ void addEvents() {
         add("floor/" + event.method,
             [floor, message] { floor->deliver(&subscriber, message, &noticed); });
     }
+    // Cost per byte: the conference event with documents from 1 KiB to 1 MiB.
+    for (const std::size_t bytes :
+         {std::size_t{1} << 10, std::size_t{1} << 14, std::size_t{1} << 18, std::size_t{1} << 20}) {
+        const auto conference = std::make_shared<const Event>(bench::conferenceEvent(bytes));
+        const std::string size = std::to_string(bytes);
+        add("conference/" + size, [conference] {
+            invoker.handleMessage(&subscriber, conference->message.c_str(),
+                                  static_cast<int>(conference->message.size()), &noticed);
+        });
+        add("straightforward-conference/" + size, [conference] {
+            straightforward::handleMessage(&subscriber, conference->message.c_str(), &noticed);
+        });
+    }
     const Event& callState = bench::callStateEvent();
     static const std::string wrapped = "<root>" + callState.message + "</root>";
     pugi::xml_document check;
