@@ -5,6 +5,8 @@
 
 #include <cstddef>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "CommunicationsService/protocol/Description.h"
@@ -22,8 +24,9 @@ int readState(const std::string& response, sfiServiceState& state);
 // Each '<' opens an item that runs to the next '>'.
 int readItems(const std::string& response, std::vector<std::string>& items);
 
+// Out of line, so that the answers share one reader of each sort of field.
 template <protocol::answers::Reading R, typename Output>
-Output fieldValue(const std::string& response, ElementSpan span) {
+[[gnu::noinline]] Output fieldValue(const std::string& response, ElementSpan span) {
     using protocol::answers::Reading;
     if constexpr (R == Reading::flag)
         return numberOf(response, span) != 0;
@@ -40,16 +43,23 @@ Output fieldValue(const std::string& response, ElementSpan span) {
             static_cast<int>(reader::decimal(valueOf(response, span))));
 }
 
+template <typename Fields, std::size_t... I, typename... Outputs>
+void readFields(const std::string& response, const ElementSpan* spans, std::index_sequence<I...>,
+                Outputs&... outputs) {
+    ((outputs = fieldValue<std::tuple_element_t<I, Fields>::reading, Outputs>(response, spans[I])),
+     ...);
+}
+
 // Every output is written, whatever the result word says, in the outputs' order; the
 // result is the result word of its own element.
-template <typename... Fields, typename... Outputs>
-int readTagged(std::size_t row, const protocol::answers::Tagged<Fields...>&,
-               const std::string& response, Outputs&... outputs) {
-    ElementSpan spans[sizeof...(Fields) + 1];
+template <typename Tagged, typename... Outputs>
+int readTagged(std::size_t row, const std::string& response, Outputs&... outputs) {
+    using Fields = decltype(Tagged::fields);
+    constexpr std::size_t count = std::tuple_size_v<Fields>;
+    ElementSpan spans[count + 1];
     reader::findAnswerElements(row, response, spans);
-    std::size_t i = 0;
-    ((outputs = fieldValue<Fields::reading, Outputs>(response, spans[i++])), ...);
-    return resultOf(valueOf(response, spans[sizeof...(Fields)]));
+    readFields<Fields>(response, spans, std::make_index_sequence<count>(), outputs...);
+    return resultOf(valueOf(response, spans[count]));
 }
 
 } // namespace answer

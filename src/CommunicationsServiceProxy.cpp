@@ -50,11 +50,14 @@ auto exchangeWith(ProxyRequest& channel, const Argument (&arguments)[Inputs],
     if constexpr (std::is_same_v<Answer, answers::None>) {
         channel.sendOneWay(text);
     } else {
+        // The entry is read at compile time only, so that it never becomes data of its own.
         std::string response;
         if constexpr (std::is_same_v<Answer, answers::FlagWord> ||
-                      std::is_same_v<Answer, answers::StateWord>)
-            response = request.answer.preset;
-        if (request.carrier == protocol::Carrier::sendRequestTimed)
+                      std::is_same_v<Answer, answers::StateWord>) {
+            constexpr std::string_view preset = request.answer.preset;
+            response = preset;
+        }
+        if constexpr (request.carrier == protocol::Carrier::sendRequestTimed)
             channel.sendRequestTimed(text, response, protocol::kTimeout);
         else
             channel.sendRequest(text, response);
@@ -70,9 +73,7 @@ auto exchangeWith(ProxyRequest& channel, const Argument (&arguments)[Inputs],
             return answer::readItems(response, std::get<0>(outputs));
         else
             return std::apply(
-                [&](auto&... out) {
-                    return answer::readTagged(row, request.answer, response, out...);
-                },
+                [&](auto&... out) { return answer::readTagged<Answer>(row, response, out...); },
                 outputs);
     }
 }

@@ -23,9 +23,9 @@ namespace requests = protocol::requests;
 inline constexpr std::size_t kRequests = protocol::rowCount(requests::all);
 
 struct Bounds {
-    std::size_t fields = 0;       // of a request
-    std::size_t answerFields = 0; // of a tagged answer
-    std::size_t names = 0;        // bytes of all names
+    std::size_t fields = 0;      // of a request
+    std::size_t answerNames = 0; // of all tagged answers, their results' included
+    std::size_t names = 0;       // bytes of all names
 };
 
 constexpr Bounds bounds() {
@@ -52,8 +52,7 @@ constexpr Bounds bounds() {
                     std::apply(
                         [&](const auto&... field) { ((most.names += field.tag.size() + 1), ...); },
                         one.answer.fields);
-                    most.answerFields =
-                        std::max(most.answerFields, std::tuple_size_v<decltype(one.answer.fields)>);
+                    most.answerNames += std::tuple_size_v<decltype(one.answer.fields)> + 1;
                 }
             };
             (measure(request), ...);
@@ -63,6 +62,7 @@ constexpr Bounds bounds() {
 }
 
 inline constexpr Bounds kBounds = bounds();
+static_assert(kBounds.answerNames < 256, "every answer's first name fits its byte");
 
 struct EventLayout {
     ElementName method;
@@ -80,15 +80,23 @@ struct RequestLayout {
     ElementName method;
     std::uint8_t fields = 0;
     FieldLayout field[kBounds.fields];
-    // A tagged answer: its fields' names, then the result's name.
+    // A tagged answer: where its names begin among the answer names, and how many of its
+    // fields precede the result's.
+    std::uint8_t answerFirst = 0;
     std::uint8_t answerFields = 0;
-    ElementName answerNames[kBounds.answerFields + 1];
+};
+
+// The answer names of a tagged answer lie together: its fields', then its result's.
+struct AnswerNames {
+    ElementName names[kBounds.answerNames];
+    std::size_t count = 0;
 };
 
 struct Catalogue {
     NamePool<kBounds.names> pool;
     EventLayout events[elements::kEvents];
     RequestLayout requests[kRequests];
+    AnswerNames answers;
 };
 
 template <typename Event>
@@ -109,7 +117,8 @@ constexpr EventLayout eventLayout(const Event& event, NamePool<kBounds.names>& p
 }
 
 template <typename Request>
-constexpr RequestLayout requestLayout(const Request& request, NamePool<kBounds.names>& pool) {
+constexpr RequestLayout requestLayout(const Request& request, NamePool<kBounds.names>& pool,
+                                      AnswerNames& answers) {
     RequestLayout layout;
     layout.method = pool.add(request.method);
     std::apply(
@@ -121,12 +130,15 @@ constexpr RequestLayout requestLayout(const Request& request, NamePool<kBounds.n
         },
         request.fields);
     if constexpr (protocol::answers::isTagged<std::decay_t<decltype(request.answer)>>) {
+        layout.answerFirst = static_cast<std::uint8_t>(answers.count);
         std::apply(
             [&](const auto&... field) {
-                ((layout.answerNames[layout.answerFields++] = pool.answerName(field.tag)), ...);
+                ((++layout.answerFields,
+                  answers.names[answers.count++] = pool.answerName(field.tag)),
+                 ...);
             },
             request.answer.fields);
-        layout.answerNames[layout.answerFields] = pool.answerName(request.answer.resultTag);
+        answers.names[answers.count++] = pool.answerName(request.answer.resultTag);
     }
     return layout;
 }
@@ -142,7 +154,7 @@ constexpr Catalogue build() {
     row = 0;
     std::apply(
         [&](const auto&... request) {
-            ((built.requests[row++] = requestLayout(request, built.pool)), ...);
+            ((built.requests[row++] = requestLayout(request, built.pool, built.answers)), ...);
         },
         requests::all);
     return built;

@@ -67,7 +67,9 @@ void findEventElements(std::size_t row, std::string_view event, ElementSpan* spa
 
 void findAnswerElements(std::size_t row, std::string_view answer, ElementSpan* spans) {
     const RequestLayout& layout = kCatalogue.requests[row];
-    findAnswerFields(answer, {kCatalogue.pool.bytes, layout.answerNames, layout.answerFields + 1u},
+    findAnswerFields(answer,
+                     {kCatalogue.pool.bytes, kCatalogue.answers.names + layout.answerFirst,
+                      layout.answerFields + 1u},
                      spans);
 }
 
