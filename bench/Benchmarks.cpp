@@ -19,18 +19,21 @@
 
 #include "AllocationCounter.h"
 #include "CommunicationsService/framework/Utilities.h"
+#include "CommunicationsService/protocol/Requests.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
+#include "CommunicationsService/testing/Samples.h"
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
 #include "EventFloor.h"
 #include "EventMessages.h"
-#include "PlainInvoker.h"
 #include "References.h"
 #include "Report.h"
+#include "Straightforward.h"
 
 namespace {
 
 using bench::Event;
+using CommunicationsService::protocol::FieldKind;
 
 class NamingContext : public FrameworkContext {
 public:
@@ -89,10 +92,23 @@ void addEvents() {
         add("event/" + event.method,
             [message, length] { invoker.handleMessage(&subscriber, message, length, &noticed); });
         add("straightforward/" + event.method,
-            [message] { plain::handleMessage(&subscriber, message, &noticed); });
+            [message] { straightforward::handleMessage(&subscriber, message, &noticed); });
         auto floor = std::make_shared<bench::EventFloor>(event.message);
         add("floor/" + event.method,
             [floor, message] { floor->deliver(&subscriber, message, &noticed); });
+    }
+    // Cost per byte: the conference event with documents from 1 KiB to 1 MiB.
+    for (const std::size_t bytes :
+         {std::size_t{1} << 10, std::size_t{1} << 14, std::size_t{1} << 18, std::size_t{1} << 20}) {
+        const auto conference = std::make_shared<const Event>(bench::conferenceEvent(bytes));
+        const std::string size = std::to_string(bytes);
+        add("conference/" + size, [conference] {
+            invoker.handleMessage(&subscriber, conference->message.c_str(),
+                                  static_cast<int>(conference->message.size()), &noticed);
+        });
+        add("straightforward-conference/" + size, [conference] {
+            straightforward::handleMessage(&subscriber, conference->message.c_str(), &noticed);
+        });
     }
     const Event& callState = bench::callStateEvent();
     static const std::string wrapped = "<root>" + callState.message + "</root>";
@@ -137,13 +153,65 @@ std::string devicesAnswer() {
     return answer;
 }
 
+namespace protocol = CommunicationsService::protocol;
+namespace samples = communications::testing::samples;
+
 const std::string kLine = "sip:1001@pbx";
-const std::string kCsta =
-    "<?xml version=\"1.0\" encoding=\"UTF-8\"?><MakeCall "
-    "xmlns=\"http://www.ecma-international.org/standards/ecma-323/csta/ed4\"><callingDevice>"
-    "sip:1001@pbx.example.com</callingDevice><calledDirectoryNumber>sip:2002@pbx.example.com"
-    "</calledDirectoryNumber><autoOriginate>doNotPrompt</autoOriginate></MakeCall>";
-const std::string kSuccess = "sfiSuccess";
+const std::string kSuccess(protocol::resultWord(sfiSuccess));
+
+// A sample argument for each parameter of an operation: texts and payloads by their
+// field, numbers, flags and enumeration values by type; outputs start empty.
+template <typename Field, typename Param> struct Sample {
+    using Value = std::remove_cv_t<std::remove_reference_t<Param>>;
+    Value value{};
+    Sample() {
+        if constexpr (std::is_same_v<Value, std::string> &&
+                      Field::encoding == protocol::Encoding::payload)
+            value = samples::kPayload;
+        else if constexpr (std::is_same_v<Value, std::string>)
+            value = kLine;
+        else if constexpr (std::is_same_v<Value, bool>)
+            value = true;
+        else if constexpr (std::is_same_v<Value, sfiServiceState>)
+            value = sfiServiceInService;
+        else if constexpr (std::is_enum_v<Value> || std::is_integral_v<Value>)
+            value = static_cast<Value>(12);
+    }
+    Value& get() { return value; }
+};
+template <typename Field> struct Sample<Field, const char*> {
+    const char* get() { return "sip:2002@pbx"; }
+};
+
+// An output: a parameter beyond the request's fields.
+struct Output {
+    static constexpr protocol::Encoding encoding = protocol::Encoding::text;
+};
+
+template <typename Fields, std::size_t I, bool = (I < std::tuple_size_v<Fields>)> struct FieldAt {
+    using type = Output;
+};
+template <typename Fields, std::size_t I> struct FieldAt<Fields, I, true> {
+    using type = std::tuple_element_t<I, Fields>;
+};
+
+template <typename Fields, std::size_t I, typename Param>
+using SampleAt = Sample<typename FieldAt<Fields, I>::type, Param>;
+
+template <typename Entry, typename R, typename... Params, std::size_t... I>
+auto sampleCall(const Entry& entry, R (CommunicationsServiceIfc::*)(Params...),
+                std::index_sequence<I...>) {
+    using Fields = std::decay_t<decltype(entry.fields)>;
+    return [operation = entry.operation](CommunicationsServiceIfc& service) {
+        std::tuple<SampleAt<Fields, I, Params>...> arguments;
+        if constexpr (std::is_void_v<R>) {
+            (service.*operation)(std::get<I>(arguments).get()...);
+            return 0;
+        } else {
+            return static_cast<int>((service.*operation)(std::get<I>(arguments).get()...));
+        }
+    };
+}
 
 void addRequests() {
     static const std::string signalling(120, 'S');
@@ -151,161 +219,29 @@ void addRequests() {
         s.processSignallingComponentEvent(signalling.data(), static_cast<int>(signalling.size()));
         return 0;
     });
-    addRequest("activate", kSuccess, [](CommunicationsServiceIfc& s) { return s.activate(); });
-    addRequest("deactivate", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.deactivate(true); });
-    addRequest("callClear", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.callClear(kLine, 12, static_cast<CSTAEventCause>(22));
-    });
-    addRequest("outgoingCallMake", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.outgoingCallMake(kLine, 12, "sip:2002@pbx", true, false, true);
-    });
-    addRequest("acceptCall", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.acceptCall(kLine, 12, true); });
-    addRequest("answerCall", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.answerCall(kLine, 12); });
-    addRequest("deflectCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.deflectCall(kLine, 12, "sip:3003@pbx");
-    });
-    addRequest("holdCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.holdCall(kLine, 12, sfiFeatureManual, true);
-    });
-    addRequest("retrieveCall", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.retrieveCall(kLine, 12); });
-    addRequest("attendedTransferCall", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.attendedTransferCall(kLine, 12, 7); });
-    addRequest("blindTransferCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.blindTransferCall(kLine, 12, "sip:3003@pbx");
-    });
-    addRequest("SendCSTARequest", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.SendCSTARequest(kLine, kCsta); });
-    addRequest("sendUACSTAServerMessage", kSuccess, [](CommunicationsServiceIfc& s) {
-        static std::string line = kLine;
-        static std::string message = kCsta;
-        s.sendUACSTAServerMessage(line, message);
-        return 0;
-    });
-    addRequest("InitializeOrFinalizeServerFeatures", kSuccess, [](CommunicationsServiceIfc& s) {
-        s.InitializeOrFinalizeServerFeatures(kLine, true);
-        return 0;
-    });
-    addRequest("activateCallbackRinging", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.activateCallbackRinging(kLine, 12); });
-    addRequest("activateCallbackBusy", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.activateCallbackBusy(kLine, 12); });
-    addRequest("cancelCallbacks", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string uri = "sip:2002@pbx";
-        return s.cancelCallbacks(kLine, 12, uri, sfiCancelCallBackSingle, true);
-    });
-    addRequest("consultationCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.consultationCall(kLine, 12, "sip:3003@pbx");
-    });
-    addRequest("refuseCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.refuseCall(kLine, 12, sfiRefuseCallDecline);
-    });
-    addRequest("subscribe", kSuccess,
+    addRequest(std::string(protocol::requests::subscribe.method), kSuccess,
                [](CommunicationsServiceIfc& s) { return s.subscribe(&subscriber); });
-    addRequest("directedPickupCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string pickedUp = "sip:3003@pbx";
-        return s.directedPickupCall(kLine, 12, pickedUp, true);
-    });
-    addRequest("groupPickupCall", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.groupPickupCall(kLine, 12); });
-    addRequest("setServiceState", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.setServiceState(sfiServiceInService); });
-    addRequest("getServiceState", "sfiServiceInService", [](CommunicationsServiceIfc& s) {
-        sfiServiceState state = sfiServiceOutOfService;
-        return s.getServiceState(state) + state;
-    });
-    addRequest("setDoNotDisturb", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.setDoNotDisturb(kLine, true); });
-    addRequest("getDoNotDisturb", "true", [](CommunicationsServiceIfc& s) {
-        bool on = false;
-        return s.getDoNotDisturb(kLine, on) + on;
-    });
-    addRequest("setAgentState", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string ready = "ready";
-        return s.setAgentState(kLine, ready);
-    });
-    addRequest("setMicrophoneMute", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.setMicrophoneMute(true); });
-    addRequest("getMicrophoneMute", "true", [](CommunicationsServiceIfc& s) {
-        bool muted = false;
-        return s.getMicrophoneMute(muted) + muted;
-    });
-    addRequest("systemStatus", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.systemStatus("DEGRADED", "backup server active");
-    });
-    addRequest("generateDigits", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.generateDigits(kLine, 12, "12#"); });
-    addRequest("getDevices", devicesAnswer(), [](CommunicationsServiceIfc& s) {
-        std::vector<std::string> devices;
-        return s.getDevices(devices) + static_cast<int>(devices.size());
-    });
-    results.budgets["request/getDevices"] += 1; // the caller's list, grown once
-    addRequest("conferenceCall", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.conferenceCall(kLine, 12, 7, sfiFeatureNone);
-    });
-    addRequest("RemoveConfParticipant", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string participant = "sip:2002@pbx";
-        static const std::string member = "5";
-        s.RemoveConfParticipant(12, participant, member);
-        return 0;
-    });
-    addRequest("getManualHoldIndication", "true", [](CommunicationsServiceIfc& s) {
-        return static_cast<int>(s.getManualHoldIndication(kLine, 12));
-    });
-    addRequest("alternateCalls", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.alternateCalls(kLine); });
-    addRequest("getMessageWaitingIndicator",
-               "<func_return_val>sfiSuccess</func_return_val><Type>1</Type><newMsgs>3</newMsgs>"
-               "<oldMsgs>12</oldMsgs><newUrgMsgs>1</newUrgMsgs><oldUrgMsgs>0</oldUrgMsgs>"
-               "<return_type>0</return_type><available_info>1</available_info>"
-               "<messages_waiting>1</messages_waiting><voiceMailNumber>8000</voiceMailNumber>",
-               [](CommunicationsServiceIfc& s) {
-                   int type = 0, returnType = 0, available = 0, waiting = 0;
-                   unsigned int fresh = 0, old = 0, freshUrgent = 0, oldUrgent = 0;
-                   static std::string voiceMail;
-                   return s.getMessageWaitingIndicator(type, fresh, old, freshUrgent, oldUrgent,
-                                                       returnType, available, waiting, voiceMail) +
-                          type + static_cast<int>(fresh);
-               });
-    addRequest("setAssociatedCalls", kSuccess,
-               [](CommunicationsServiceIfc& s) { return s.setAssociatedCalls(true); });
-    addRequest("setLampMode", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string lamp = "lamp3";
-        return s.setLampMode(kLine, lamp, 2);
-    });
-    addRequest("makeSecurityChangeReinvite", kSuccess, [](CommunicationsServiceIfc& s) {
-        return s.makeSecurityChangeReinvite(kLine, 12, true);
-    });
-    addRequest("setIsInServiceInitiatedState", kSuccess, [](CommunicationsServiceIfc& s) {
-        s.setIsInServiceInitiatedState(kLine, true);
-        return 0;
-    });
-    addRequest("setForwardingConfiguration", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string uri = "sip:2002@pbx";
-        return s.setForwardingConfiguration(kLine, sfiForwardingNoReply, true, uri, 4, false);
-    });
-    addRequest("getForwardingConfiguration",
-               "<sfiResult>sfiSuccess</sfiResult><status>1</status><uri>sip:2002@pbx</uri>"
-               "<cfnrRingCount>3</cfnrRingCount>",
-               [](CommunicationsServiceIfc& s) {
-                   bool status = false;
-                   int ringCount = 0;
-                   static std::string uri;
-                   return s.getForwardingConfiguration(sfiForwardingNoReply, status, uri,
-                                                       ringCount) +
-                          ringCount;
-               });
-    addRequest("callbackDOFeatureCallID", kSuccess, [](CommunicationsServiceIfc& s) {
-        static const std::string callId = "12";
-        s.callbackDOFeatureCallID(callId, 3);
-        return 0;
-    });
-    addRequest("isCallHoldPossible", "true", [](CommunicationsServiceIfc& s) {
-        return static_cast<int>(s.isCallHoldPossible(kLine));
-    });
+    // Every operation of the description, with sample arguments and a sample answer; the
+    // device list is fifty long.
+    std::apply(
+        [](const auto&... entry) {
+            const auto each = [](const auto& one) {
+                if constexpr (!std::is_same_v<decltype(one.operation), std::nullptr_t>) {
+                    const std::string method(one.method);
+                    const bool devices = method == protocol::requests::getDevices.method;
+                    addRequest(
+                        method, devices ? devicesAnswer() : samples::answer(one),
+                        sampleCall(one, one.operation,
+                                   std::make_index_sequence<
+                                       std::tuple_size_v<typename protocol::agreement::Parameters<
+                                           decltype(one.operation)>::types>>()));
+                }
+            };
+            (each(entry), ...);
+        },
+        protocol::requests::all);
+    results.budgets["request/" + std::string(protocol::requests::getDevices.method)] +=
+        1; // the caller's list, grown once
     addRequest("csCommunicationsService", kSuccess, [](CommunicationsServiceIfc& s) {
         return static_cast<int>(s.csCommunicationsService("service").size());
     });
@@ -330,10 +266,10 @@ void setEventBudgets() {
             if (field.value.size() > std::string().capacity()) ++budget;
             std::string copy = field.value;
             const std::size_t before = bench::allocationCount;
-            if (field.kind == bench::Kind::NumberList) {
+            if (field.kind == FieldKind::numberList) {
                 std::vector<int> values;
                 Serializer::deserialize(copy, values);
-            } else if (field.kind == bench::Kind::TextList) {
+            } else if (field.kind == FieldKind::textList) {
                 Serializer::deserialize(copy);
             }
             budget += static_cast<double>(bench::allocationCount - before);

@@ -14,7 +14,7 @@ namespace bench {
 namespace {
 
 namespace protocol = CommunicationsService::protocol;
-using protocol::Kind;
+using protocol::FieldKind;
 
 struct FreeRecord {
     void operator()(CallPartyInfo* record) const { std::free(record); }
@@ -32,23 +32,23 @@ void copyParty(char (&field)[65], std::string_view value) {
 template <typename Field>
 auto build(const Field&, std::string& message, const ElementSpan*& span, std::uint32_t cut,
            CallPartyInfo* record) {
-    if constexpr (Field::kind == Kind::text) {
+    if constexpr (Field::kind == FieldKind::text) {
         return std::string(valueOf(message, *span++));
-    } else if constexpr (Field::kind == Kind::number) {
+    } else if constexpr (Field::kind == FieldKind::number) {
         return static_cast<int>(numberOf(message, *span++));
-    } else if constexpr (Field::kind == Kind::counter) {
+    } else if constexpr (Field::kind == FieldKind::counter) {
         return static_cast<unsigned int>(numberOf(message, *span++));
-    } else if constexpr (Field::kind == Kind::flag) {
+    } else if constexpr (Field::kind == FieldKind::flag) {
         return numberOf(message, *span++) != 0;
-    } else if constexpr (Field::kind == Kind::numberList) {
+    } else if constexpr (Field::kind == FieldKind::numberList) {
         std::string encoded(valueOf(message, *span++));
         std::vector<int> values;
         Serializer::deserialize(encoded, values);
         return values;
-    } else if constexpr (Field::kind == Kind::textList) {
+    } else if constexpr (Field::kind == FieldKind::textList) {
         std::string encoded(valueOf(message, *span++));
         return Serializer::deserialize(encoded);
-    } else if constexpr (Field::kind == Kind::payload) {
+    } else if constexpr (Field::kind == FieldKind::payload) {
         message.erase(0, cut);
         return std::ref(message);
     } else {
@@ -60,15 +60,16 @@ auto build(const Field&, std::string& message, const ElementSpan*& span, std::ui
 }
 
 template <typename Event> constexpr bool hasParties(const Event& event) {
-    return std::apply([](const auto&... field) { return ((field.kind == Kind::parties) || ...); },
-                      event.fields);
+    return std::apply(
+        [](const auto&... field) { return ((field.kind == FieldKind::parties) || ...); },
+        event.fields);
 }
 
-std::string plainText(std::string_view tag, const std::string& message) {
+std::string straightforwardText(std::string_view tag, const std::string& message) {
     return eventText("<" + std::string(tag) + ">", message, "</" + std::string(tag) + ">");
 }
 
-// Where the element stands, found the plain way once.
+// Where the element stands, found the straightforward way once.
 ElementSpan place(std::string_view tag, const std::string& message) {
     const std::string open = "<" + std::string(tag) + ">";
     const std::size_t start = message.find(open);
@@ -110,10 +111,10 @@ bool EventFloor::learn(const std::string& method, const std::string& message) {
         [&](const auto&... field) {
             [[maybe_unused]] const auto add = [&](const auto& each) {
                 using Field = std::decay_t<decltype(each)>;
-                if constexpr (Field::kind == Kind::parties) {
+                if constexpr (Field::kind == FieldKind::parties) {
                     for (std::string_view tag : protocol::kPartyTags)
                         spans.push_back(place(tag, message));
-                } else if constexpr (Field::kind == Kind::payload) {
+                } else if constexpr (Field::kind == FieldKind::payload) {
                     cut = static_cast<std::uint32_t>(message.find(each.tag) + each.tag.size());
                 } else {
                     spans.push_back(place(each.tag, message));
@@ -126,7 +127,7 @@ bool EventFloor::learn(const std::string& method, const std::string& message) {
 }
 
 EventFloor::EventFloor(const std::string& message) {
-    const std::string method = plainText("Method", message);
+    const std::string method = straightforwardText(protocol::kMethodTag, message);
     learnAny(method, message,
              std::make_index_sequence<
                  std::tuple_size_v<std::decay_t<decltype(protocol::events::all)>>>());

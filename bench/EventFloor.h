@@ -8,6 +8,7 @@
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
 #include "MessageFormat.h"
+#include "Reader.h"
 
 namespace bench {
 

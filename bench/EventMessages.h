@@ -1,32 +1,36 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
+#include "CommunicationsService/protocol/Description.h"
+
 namespace bench {
 
-// How a reader takes a field's value.
-enum class Kind { Text, Number, NumberList, TextList };
-
+// One element of an event and its value.
 struct Field {
-    Kind kind;
+    CommunicationsService::protocol::FieldKind kind;
     std::string tag;
     std::string value;
 };
 
-// One event as the service sends it: the method element, the fields in the order the
-// handler reads them, and for the two pass-through events the CSTA payload behind them.
+// One event as the service sends it, written from its entry with a sample value per
+// field: the method element, the elements in the order the handler reads them, and for
+// the two pass-through events the CSTA payload behind them.
 struct Event {
     std::string method;
     std::vector<Field> fields;
-    std::string payload;
     std::string message;
 };
 
-// The 28 events in dispatch order, each with every field filled as a busy phone sees it.
+// Every event of the description in dispatch order, each with every field filled.
 const std::vector<Event>& events();
 
-// The headline: 595 bytes, 18 fields.
+// The headline: the call-state event.
 const Event& callStateEvent();
+
+// The conference status event carrying a conference document of about `bytes` bytes.
+Event conferenceEvent(std::size_t bytes);
 
 } // namespace bench

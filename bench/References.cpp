@@ -7,18 +7,24 @@
 #include <sstream>
 
 #include "CommunicationsService/framework/ProxyRequest.h"
+#include "CommunicationsService/protocol/Requests.h"
 #include "MessageFormat.h"
 
 namespace bench {
+
+namespace protocol = CommunicationsService::protocol;
 
 std::size_t readWithPugixml(const std::string& wrapped, const Event& event) {
     pugi::xml_document document;
     document.load_buffer(wrapped.data(), wrapped.size());
     const pugi::xml_node root = document.first_child();
-    std::size_t checksum = std::string_view(root.child_value("Method")).size();
+    const std::string method(protocol::kMethodTag);
+    std::size_t checksum = std::string_view(root.child_value(method.c_str())).size();
     for (const Field& field : event.fields) {
+        using protocol::FieldKind;
         const pugi::xml_node element = root.child(field.tag.c_str());
-        if (field.kind == Kind::Number) {
+        if (field.kind == FieldKind::number || field.kind == FieldKind::counter ||
+            field.kind == FieldKind::flag) {
             checksum += static_cast<std::size_t>(element.text().as_int(-1));
         } else {
             checksum += std::string_view(element.child_value()).size();
@@ -29,10 +35,14 @@ std::size_t readWithPugixml(const std::string& wrapped, const Event& event) {
 
 int holdCallThroughStream(ProxyRequest& channel, const std::string& line, int callId,
                           sfiFeature reason, bool manual) {
+    const auto& [lineField, callField, reasonField, manualField] =
+        protocol::requests::holdCall.fields;
     std::ostringstream request;
-    request << "<Method>HoldCall</Method><Line>" << line << "</Line><CallID>" << callId
-            << "</CallID><HoldCallReason>" << reason << "</HoldCallReason><Manual>" << manual
-            << "</Manual>";
+    request << protocol::kMethodOpen << protocol::requests::holdCall.method
+            << protocol::kMethodClose << '<' << lineField.tag << '>' << line << "</"
+            << lineField.tag << "><" << callField.tag << '>' << callId << "</" << callField.tag
+            << "><" << reasonField.tag << '>' << reason << "</" << reasonField.tag << "><"
+            << manualField.tag << '>' << manual << "</" << manualField.tag << '>';
     std::string response;
     channel.sendRequest(request.str(), response);
     return resultOf(response);

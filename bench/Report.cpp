@@ -8,10 +8,22 @@
 #include <tuple>
 #include <utility>
 
+#include "CommunicationsService/protocol/Events.h"
+#include "CommunicationsService/protocol/Requests.h"
+#include "EventMessages.h"
+
 namespace bench {
 namespace {
 
-const std::string kCallState = "CallStateChangeEvent";
+namespace requests = CommunicationsService::protocol::requests;
+const std::string kCallState(CommunicationsService::protocol::events::callStateChange.method);
+const std::string kCallHeld(CommunicationsService::protocol::events::callHeld.method);
+const std::string kHoldCall = "request/" + std::string(requests::holdCall.method);
+const std::string kGetForwarding =
+    "request/" + std::string(requests::getForwardingConfiguration.method);
+const std::string kGetMessageWaiting =
+    "request/" + std::string(requests::getMessageWaitingIndicator.method);
+const std::string kGetDevices = "request/" + std::string(requests::getDevices.method);
 
 double at(const std::map<std::string, double>& values, const std::string& name) {
     const auto found = values.find(name);
@@ -55,7 +67,7 @@ std::vector<Goal> goals(const Results& results) {
     const double floor = at(time, "floor/" + kCallState);
     const double straightforward = at(time, "straightforward/" + kCallState);
     const double pugixml = at(time, "pugixml/" + kCallState);
-    const double hold = at(time, "request/holdCall");
+    const double hold = at(time, kHoldCall);
     const double stream = at(time, "ostringstream/holdCall");
     std::vector<Goal> all;
     all.push_back({"Call-state event against its floor", ns(callState), ns(floor),
@@ -99,15 +111,17 @@ std::vector<Goal> goals(const Results& results) {
     all.push_back({"holdCall against std::ostringstream", ns(hold), ns(stream),
                    fixed(stream / hold, 1) + "x faster", ">= 5x faster", stream / hold >= 5});
     const Results::Size* ours = sizeOf(results, "x86-64");
-    const Results::Size* plainBuild = sizeOf(results, "x86-64 straightforward");
+    const Results::Size* straightforwardBuild = sizeOf(results, "x86-64 straightforward");
     if (ours != nullptr) {
-        const std::string reference =
-            plainBuild != nullptr ? kib(plainBuild->stripped) + " straightforward" : "";
+        const std::string reference = straightforwardBuild != nullptr
+                                          ? kib(straightforwardBuild->stripped) + " straightforward"
+                                          : "";
         all.push_back({"Stripped plug-in, x86-64", kib(ours->stripped), reference, "", "<= 120 KiB",
                        ours->stripped <= 120 * 1024});
         const std::string referenceData =
-            plainBuild != nullptr ? kib(plainBuild->data + plainBuild->bss) + " straightforward"
-                                  : "";
+            straightforwardBuild != nullptr
+                ? kib(straightforwardBuild->data + straightforwardBuild->bss) + " straightforward"
+                : "";
         all.push_back({"Writable static data (data + bss), x86-64", kib(ours->data + ours->bss),
                        referenceData, "", "<= 8 KiB", ours->data + ours->bss <= 8 * 1024});
     }
@@ -180,19 +194,19 @@ std::string markdown(const Results& results) {
 
     out << "### Headlines\n\n| Measure | Median | Instructions | Allocations |\n"
            "|---|---:|---:|---:|\n";
-    const std::pair<const char*, std::string> headlines[] = {
+    const std::pair<std::string, std::string> headlines[] = {
         {"Call-state event, handleMessage", "event/" + kCallState},
         {"Call-state event, its floor", "floor/" + kCallState},
         {"Call-state event, straightforward way", "straightforward/" + kCallState},
         {"Call-state event, pugixml DOM and 18 values", "pugixml/" + kCallState},
         {"Call-state event, one vectorised pass over the text", "scan/" + kCallState},
-        {"CallHeldEvent, handleMessage", "event/CallHeldEvent"},
-        {"CallHeldEvent, its floor", "floor/CallHeldEvent"},
-        {"holdCall", "request/holdCall"},
+        {kCallHeld + ", handleMessage", "event/" + kCallHeld},
+        {kCallHeld + ", its floor", "floor/" + kCallHeld},
+        {"holdCall", kHoldCall},
         {"holdCall through std::ostringstream", "ostringstream/holdCall"},
-        {"getForwardingConfiguration", "request/getForwardingConfiguration"},
-        {"getMessageWaitingIndicator", "request/getMessageWaitingIndicator"},
-        {"getDevices (50 devices)", "request/getDevices"},
+        {std::string(requests::getForwardingConfiguration.method), kGetForwarding},
+        {"getMessageWaitingIndicator", kGetMessageWaiting},
+        {"getDevices (50 devices)", kGetDevices},
     };
     for (const auto& [measure, name] : headlines) {
         out << "| " << measure << " | " << ns(at(time, name)) << " | " << instr(name) << " | "
@@ -204,9 +218,10 @@ std::string markdown(const Results& results) {
     const double scan = at(instructions, "scan/" + kCallState);
     out << "\n### Where the time of the call-state event goes\n\n"
         << "Of its " << count(ours) << " instructions, " << count(floor)
-        << " are the floor: copying the 595-byte text, the cross-cast to the callbacks' "
+        << " are the floor: copying the " << callStateEvent().message.size()
+        << "-byte text, the cross-cast to the callbacks' "
            "interface (dynamic_cast alone takes about 460), the party record, building the "
-           "15 arguments (three texts longer than the inline capacity allocate), the callback "
+           "15 arguments (the texts longer than the inline capacity allocate), the callback "
            "and the notice. The other "
         << count(ours - floor)
         << " find the method and its handler and locate the 18 elements: the '<' of the text "
@@ -251,12 +266,12 @@ std::string markdown(const Results& results) {
     for (const std::string& event : results.eventNames) {
         const double mine = at(time, "event/" + event);
         const double base = at(time, "floor/" + event);
-        const double plain = at(time, "straightforward/" + event);
+        const double straightforward = at(time, "straightforward/" + event);
         out << "| " << event << " | " << ns(mine) << " | " << instr("event/" + event) << " | "
             << ns(base) << " | " << instr("floor/" + event) << " | " << fixed(mine / base, 2)
             << "x | "
             << fixed(at(instructions, "event/" + event) / at(instructions, "floor/" + event), 2)
-            << "x | " << ns(plain) << " | " << fixed(plain / mine, 1) << "x | "
+            << "x | " << ns(straightforward) << " | " << fixed(straightforward / mine, 1) << "x | "
             << count(at(allocations, "event/" + event)) << " | "
             << count(at(results.budgets, "event/" + event)) << " |\n";
     }
@@ -278,17 +293,17 @@ bool drawChart(const Results& results, const std::string& folder) {
     constexpr unsigned kOurs = 0x4472c4;
     constexpr unsigned kReference = 0xc0504d;
     constexpr unsigned kFloor = 0x9a9a9a;
-    const std::tuple<const char*, std::string, unsigned> headlines[] = {
+    const std::tuple<std::string, std::string, unsigned> headlines[] = {
         {"call-state: handleMessage", "event/" + kCallState, kOurs},
         {"call-state: straightforward", "straightforward/" + kCallState, kReference},
         {"call-state: pugixml", "pugixml/" + kCallState, kReference},
         {"call-state: floor", "floor/" + kCallState, kFloor},
         {"call-state: one pass", "scan/" + kCallState, kFloor},
-        {"holdCall", "request/holdCall", kOurs},
+        {"holdCall", kHoldCall, kOurs},
         {"holdCall: ostringstream", "ostringstream/holdCall", kReference},
-        {"getForwardingConfiguration", "request/getForwardingConfiguration", kOurs},
-        {"getMessageWaitingIndicator", "request/getMessageWaitingIndicator", kOurs},
-        {"getDevices (50)", "request/getDevices", kOurs},
+        {std::string(requests::getForwardingConfiguration.method), kGetForwarding, kOurs},
+        {"getMessageWaitingIndicator", kGetMessageWaiting, kOurs},
+        {"getDevices (50)", kGetDevices, kOurs},
     };
     script << "$headline << EOD\n";
     for (const auto& [label, name, colour] : headlines) {

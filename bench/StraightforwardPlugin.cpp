@@ -1,9 +1,9 @@
 // The plug-in built the straightforward way, so that the report can set the library's
 // size beside it: the same proxy and factories, and an invoker that reads every field
-// with the plain readers.
+// with the field readers.
 
 #include "CommunicationsServiceProxy.h"
-#include "PlainInvoker.h"
+#include "Straightforward.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ class StraightforwardInvoker : public Invoker {
 public:
     void handleMessage(Executable* subscriber, const char* msg, int /*len*/,
                        InvokerResponse* response) override {
-        plain::handleMessage(subscriber, msg, response);
+        straightforward::handleMessage(subscriber, msg, response);
     }
 };
 

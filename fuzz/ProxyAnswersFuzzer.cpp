@@ -13,15 +13,16 @@
 #include "Check.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
+#include "FuzzedCalls.h"
 #include "MessageFormat.h"
-#include "Operations.h"
 #include "RecordingChannel.h"
 
 namespace {
 
-namespace answers = CommunicationsService::protocol::answers;
+namespace protocol = CommunicationsService::protocol;
+namespace answers = protocol::answers;
 using Channel = testsupport::RecordingChannel;
-using Carrier = CommunicationsService::protocol::Carrier;
+using protocol::Carrier;
 
 bool contains(std::string_view text, std::string_view word) {
     return text.find(word) != std::string_view::npos;
@@ -49,13 +50,13 @@ int expectedResult(const Answer& shape, const std::string& answer, Outputs&... o
     if constexpr (std::is_same_v<Answer, answers::ResultWord>) {
         return resultOf(answer);
     } else if constexpr (std::is_same_v<Answer, answers::TrueWord>) {
-        return answer == "true";
+        return answer == protocol::kTrueWord;
     } else if constexpr (std::is_same_v<Answer, answers::FlagWord>) {
-        if (contains(answer, "sfiFailure")) return sfiFailure;
-        ((outputs = contains(answer, "true")), ...);
+        if (contains(answer, protocol::kFailureWord)) return sfiFailure;
+        ((outputs = contains(answer, protocol::kTrueWord)), ...);
         return sfiSuccess;
     } else if constexpr (std::is_same_v<Answer, answers::StateWord>) {
-        if (contains(answer, "sfiFailure")) return sfiFailure;
+        if (contains(answer, protocol::kFailureWord)) return sfiFailure;
         for (const sfiServiceState state :
              {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
             if (contains(answer, serviceStateName(state))) {
@@ -65,7 +66,7 @@ int expectedResult(const Answer& shape, const std::string& answer, Outputs&... o
         }
         return sfiFailure;
     } else if constexpr (std::is_same_v<Answer, answers::ItemList>) {
-        if (answer == "sfiFailure") return sfiFailure;
+        if (answer == protocol::kFailureWord) return sfiFailure;
         for (std::size_t open = answer.find('<'); open != std::string::npos;
              open = answer.find('<', open + 1)) {
             const std::size_t close = answer.find('>', open);
@@ -153,7 +154,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (operation == operations::kRequests) {
             const std::string& bytes = channel.answer;
             service.processSignallingComponentEvent(bytes.data(), static_cast<int>(bytes.size()));
-            check::equal(channel.calls.at(0).text, "SigEvent:" + bytes, "signalling");
+            check::equal(channel.calls.at(0).text,
+                         std::string(protocol::requests::kSignalling) + bytes, "signalling");
         } else if (operation == operations::kRequests + 1) {
             check::equal(service.csCommunicationsService("name"), std::string(),
                          "csCommunicationsService");

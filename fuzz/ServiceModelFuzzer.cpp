@@ -18,7 +18,7 @@
 #include "CommunicationsServiceProxy.h"
 #include "ControlCommandNames.h"
 #include "ControlScript.h"
-#include "Operations.h"
+#include "FuzzedCalls.h"
 #include "PhoneService.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include "Check.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
-#include "Operations.h"
+#include "FuzzedCalls.h"
 #include "RecordingChannel.h"
 #include "RequestParser.h"
 
@@ -22,8 +22,11 @@ namespace {
 using Channel = testsupport::RecordingChannel;
 
 std::string rebuilt(const simulator::ParsedRequest& request) {
-    if (request.method == "SigEvent") return "SigEvent:" + request.payload;
-    std::string text = "<Method>" + request.method + "</Method>";
+    namespace protocol = CommunicationsService::protocol;
+    if (request.method == simulator::kSignallingMethod)
+        return std::string(protocol::requests::kSignalling) + request.payload;
+    std::string text =
+        std::string(protocol::kMethodOpen) + request.method + std::string(protocol::kMethodClose);
     for (const auto& [tag, value] : request.fields)
         text += "<" + tag + ">" + value + "</" + tag + ">";
     return text + request.payload;
@@ -48,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         checkParsed(input.ConsumeRemainingBytesAsString());
         return 0;
     }
-    Channel channel("sfiSuccess");
+    Channel channel(std::string(CommunicationsService::protocol::resultWord(sfiSuccess)));
     CommunicationsServiceProxy proxy;
     proxy.initProxy(channel);
     channel.calls.clear();

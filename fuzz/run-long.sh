@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs every fuzz harness of a fuzz build, one after the other, and prints executions and
 # coverage per harness. Usage: fuzz/run-long.sh [seconds per harness, default 600] [build dir]
-# The seed corpus in fuzz/corpus/<name> is only read; what a run finds goes to
+# The seed corpus in fuzz/corpus/<name>, and the seeds and dictionaries the build writes from
+# the protocol's description (<build dir>/fuzz/seeds), are only read; what a run finds goes to
 # <build dir>/fuzz-runs/<name>/ and is fuzzed on from there next time. Exits non-zero when a
 # harness fails, after printing the end of its output and the input that failed.
 set -euo pipefail
@@ -31,11 +32,13 @@ for harness in "$build"/fuzz/fuzz_*; do
   mkdir -p "$work/corpus"
   log="$work/last-run.log"
   options=(-max_total_time="$seconds" -timeout=10 -print_final_stats=1 -artifact_prefix="$work/")
-  dictionary="fuzz/dict/${dictionaries[$name]:-}.dict"
+  dictionary="$build/fuzz/seeds/dict/${dictionaries[$name]:-}.dict"
   [ -f "$dictionary" ] && options+=(-dict="$dictionary")
   echo "== fuzzing $name for ${seconds}s"
   status=0
-  "$harness" "${options[@]}" "$work/corpus" "fuzz/corpus/$name" >"$log" 2>&1 || status=$?
+  seeds=("fuzz/corpus/$name")
+  [ -d "$build/fuzz/seeds/corpus/$name" ] && seeds+=("$build/fuzz/seeds/corpus/$name")
+  "$harness" "${options[@]}" "$work/corpus" "${seeds[@]}" >"$log" 2>&1 || status=$?
   executions="$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -n 1)"
   coverage="$(grep -o 'cov: [0-9]*' "$log" | tail -n 1 | cut -d' ' -f2)"
   features="$(grep -o 'ft: [0-9]*' "$log" | tail -n 1 | cut -d' ' -f2)"

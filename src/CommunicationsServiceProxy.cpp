@@ -1,22 +1,19 @@
 #include "CommunicationsServiceProxy.h"
 
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <cstring>
 #include <stdexcept>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 
+#include "Answers.h"
 #include "CommunicationsService/framework/Utilities.h"
 #include "CommunicationsService/protocol/Requests.h"
 #include "MessageFormat.h"
+#include "Reader.h"
 
 namespace {
 
-constexpr int kTimeout = 100000;
 constexpr const char* kLogComponent = "SIP Communications Service";
 constexpr const char* kLogSourceFile = "./src/CommunicationsServiceProxy.cpp";
 constexpr int kLogLevel = 5;
@@ -26,155 +23,9 @@ namespace requests = protocol::requests;
 namespace answers = protocol::answers;
 using protocol::Encoding;
 
-constexpr std::size_t kRequests = std::tuple_size_v<std::decay_t<decltype(requests::all)>>;
-
-// ---------------------------------------------------------------------------------------
-// The requests as compact tables made at compile time from the description: every name
-// in one pool, each request as its method, carrier and fields. One writer serves every
-// request; each operation's own code only gathers its arguments and outputs.
-// ---------------------------------------------------------------------------------------
-
-enum class Shape : std::uint8_t {
-    none,
-    resultWord,
-    flagWord,
-    stateWord,
-    trueWord,
-    itemList,
-    tagged
-};
-
-template <typename Answer> constexpr Shape shapeOf() {
-    if constexpr (std::is_same_v<Answer, answers::None>)
-        return Shape::none;
-    else if constexpr (std::is_same_v<Answer, answers::ResultWord>)
-        return Shape::resultWord;
-    else if constexpr (std::is_same_v<Answer, answers::FlagWord>)
-        return Shape::flagWord;
-    else if constexpr (std::is_same_v<Answer, answers::StateWord>)
-        return Shape::stateWord;
-    else if constexpr (std::is_same_v<Answer, answers::TrueWord>)
-        return Shape::trueWord;
-    else if constexpr (std::is_same_v<Answer, answers::ItemList>)
-        return Shape::itemList;
-    else
-        return Shape::tagged;
-}
-
-struct Bounds {
-    std::size_t fields = 0;
-    std::size_t answerFields = 0;
-    std::size_t names = 0; // bytes of all names
-};
-
-constexpr Bounds bounds() {
-    Bounds most;
-    std::apply(
-        [&](const auto&... request) {
-            const auto measure = [&](const auto& one) {
-                using Answer = std::decay_t<decltype(one.answer)>;
-                most.names += one.method.size() + 5; // and a preset
-                most.fields = std::max(most.fields, std::tuple_size_v<decltype(one.fields)>);
-                std::apply([&](const auto&... field) { ((most.names += field.tag.size()), ...); },
-                           one.fields);
-                if constexpr (shapeOf<Answer>() == Shape::tagged) {
-                    most.names += one.answer.resultTag.size() + 1;
-                    std::apply(
-                        [&](const auto&... field) { ((most.names += field.tag.size() + 1), ...); },
-                        one.answer.fields);
-                    most.answerFields =
-                        std::max(most.answerFields, std::tuple_size_v<decltype(one.answer.fields)>);
-                }
-            };
-            (measure(request), ...);
-        },
-        requests::all);
-    return most;
-}
-
-constexpr Bounds kBounds = bounds();
-
-struct FieldLayout {
-    Encoding encoding = Encoding::text;
-    ElementName tag;
-};
-
-struct RequestLayout {
-    ElementName method;
-    protocol::Carrier carrier = protocol::Carrier::sendRequest;
-    ElementName preset; // what the response holds before the channel fills it
-    std::uint8_t fields = 0;
-    FieldLayout field[kBounds.fields];
-    // A tagged answer: its fields' readings and names, then the result's name.
-    std::uint8_t answerFields = 0;
-    answers::Reading readings[kBounds.answerFields] = {};
-    ElementName answerNames[kBounds.answerFields + 1];
-};
-
-struct Catalogue {
-    NamePool<kBounds.names> pool;
-    RequestLayout requests[kRequests];
-};
-
-template <typename Entry>
-constexpr RequestLayout layoutOf(const Entry& request, NamePool<kBounds.names>& pool) {
-    using Answer = std::decay_t<decltype(request.answer)>;
-    RequestLayout layout;
-    layout.method = pool.add(request.method);
-    layout.carrier = request.carrier;
-    if constexpr (shapeOf<Answer>() == Shape::flagWord || shapeOf<Answer>() == Shape::stateWord) {
-        if (!request.answer.preset.empty()) layout.preset = pool.add(request.answer.preset);
-    }
-    std::apply(
-        [&](const auto&... field) {
-            ((layout.field[layout.fields++] =
-                  FieldLayout{field.encoding,
-                              field.tag.empty() ? ElementName{} : pool.add(field.tag)}),
-             ...);
-        },
-        request.fields);
-    if constexpr (shapeOf<Answer>() == Shape::tagged) {
-        std::apply(
-            [&](const auto&... field) {
-                ((layout.readings[layout.answerFields] = field.reading,
-                  layout.answerNames[layout.answerFields++] = pool.answerName(field.tag)),
-                 ...);
-            },
-            request.answer.fields);
-        layout.answerNames[layout.answerFields] = pool.answerName(request.answer.resultTag);
-    }
-    return layout;
-}
-
-constexpr Catalogue catalogue() {
-    Catalogue built{};
-    std::size_t row = 0;
-    std::apply(
-        [&](const auto&... request) {
-            ((built.requests[row++] = layoutOf(request, built.pool)), ...);
-        },
-        requests::all);
-    return built;
-}
-
-constexpr Catalogue kCatalogue = catalogue();
-
-std::string_view textOf(ElementName name) {
-    return std::string_view(kCatalogue.pool.bytes + name.offset, name.size);
-}
-
-// One argument as the writer takes it.
-struct Argument {
-    std::string_view text;
-    int number = 0;
-    bool missing = false; // a null C string
-};
-
 template <typename Field, typename Value> Argument argumentOf(const Value& value) {
-    if constexpr (Field::encoding == Encoding::stateName) {
-        return {serviceStateName(value)};
-    } else if constexpr (Field::encoding == Encoding::text ||
-                         Field::encoding == Encoding::payload) {
+    static_assert(Field::encoding != Encoding::stateName, "a state is written by its name");
+    if constexpr (Field::encoding == Encoding::text || Field::encoding == Encoding::payload) {
         if constexpr (std::is_same_v<Value, const char*>) {
             if (value == nullptr) return {{}, 0, true};
         }
@@ -184,199 +35,46 @@ template <typename Field, typename Value> Argument argumentOf(const Value& value
     }
 }
 
-// One request in the envelope, written into one string of exactly its length, so that a
-// request costs one allocation however long its values are. A null C string stops the
-// text right after its field's opening tag and drops everything after it, which is what
-// the service has always received for such a request.
-std::string requestText(const RequestLayout& layout, const Argument* arguments) {
-    constexpr std::string_view kOpenMethod = protocol::kMethodOpen;
-    constexpr std::string_view kCloseMethod = protocol::kMethodClose;
-    const std::string_view method = textOf(layout.method);
-    std::string_view values[kBounds.fields];
-    char decimals[kBounds.fields][12];
-    // The pass-through requests format numbers with the framework's own helper.
-    std::string spelled[kBounds.fields];
-    std::size_t written = layout.fields; // fields written whole
-    std::size_t total = kOpenMethod.size() + method.size() + kCloseMethod.size();
-    for (std::size_t i = 0; i < layout.fields; ++i) {
-        const Argument& argument = arguments[i];
-        const std::size_t tag = layout.field[i].tag.size;
-        switch (layout.field[i].encoding) {
-        case Encoding::text:
-        case Encoding::stateName:
-        case Encoding::payload:
-            values[i] = argument.text;
-            break;
-        case Encoding::decimal: {
-            const auto end = std::to_chars(decimals[i], decimals[i] + 12, argument.number).ptr;
-            values[i] = std::string_view(decimals[i], static_cast<std::size_t>(end - decimals[i]));
-            break;
-        }
-        case Encoding::flag:
-            values[i] = argument.number != 0 ? "1" : "0";
-            break;
-        case Encoding::word:
-            values[i] = argument.number != 0 ? "TRUE" : "FALSE";
-            break;
-        case Encoding::number:
-            spelled[i] = ClientUtils::itos(argument.number);
-            values[i] = spelled[i];
-            break;
-        }
-        if (argument.missing) {
-            total += tag + 2;
-            written = i;
-            break;
-        }
-        total += layout.field[i].encoding == Encoding::payload ? values[i].size()
-                                                               : 2 * tag + 5 + values[i].size();
-    }
-    std::string message(total, '\0');
-    char* out = copyShort(message.data(), kOpenMethod);
-    out = copyShort(copyShort(out, method), kCloseMethod);
-    for (std::size_t i = 0; i < layout.fields; ++i) {
-        const std::string_view tag = textOf(layout.field[i].tag);
-        if (layout.field[i].encoding == Encoding::payload) {
-            out = copyShort(out, values[i]);
-            continue;
-        }
-        *out++ = '<';
-        out = copyShort(out, tag);
-        *out++ = '>';
-        if (i == written) break;
-        out = copyShort(out, values[i]);
-        *out++ = '<';
-        *out++ = '/';
-        out = copyShort(out, tag);
-        *out++ = '>';
-    }
-    return message;
-}
-
-void post(ProxyRequest& channel, const RequestLayout& layout, const Argument* arguments) {
-    channel.sendOneWay(requestText(layout, arguments));
-}
-
-// Sends a request by its carrier and gives the answer.
-std::string ask(ProxyRequest& channel, const RequestLayout& layout, const Argument* arguments) {
-    const std::string request = requestText(layout, arguments);
-    std::string response(textOf(layout.preset));
-    if (layout.carrier == protocol::Carrier::sendRequestTimed)
-        channel.sendRequestTimed(request, response, kTimeout);
-    else
-        channel.sendRequest(request, response);
-    return response;
-}
-
-bool contains(std::string_view text, std::string_view word) {
-    return text.find(word) != std::string_view::npos;
-}
-
-// The answer shapes: how the answer text becomes the result and the outputs.
-
-// A failure word anywhere wins, then "true" anywhere.
-int readFlag(const std::string& response, bool& value) {
-    if (contains(response, "sfiFailure")) return sfiFailure;
-    value = contains(response, "true");
-    return sfiSuccess;
-}
-
-int readState(const std::string& response, sfiServiceState& state) {
-    if (contains(response, "sfiFailure")) return sfiFailure;
-    for (const sfiServiceState candidate :
-         {sfiServiceInService, sfiServiceOutOfService, sfiServiceDoNotDisturb}) {
-        if (contains(response, serviceStateName(candidate))) {
-            state = candidate;
-            return sfiSuccess;
-        }
-    }
-    return sfiFailure;
-}
-
-int readItems(const std::string& response, std::vector<std::string>& items) {
-    if (response == "sfiFailure") return sfiFailure;
-    // Each '<' opens an item, even inside another one: "<a<b>" lists "a<b" and "b". Every
-    // '<' before the last '>' gives one item, so the list grows once.
-    const std::size_t lastClose = response.rfind('>');
-    if (lastClose != std::string::npos) {
-        items.reserve(items.size() + static_cast<std::size_t>(std::count(
-                                         response.begin(), response.begin() + lastClose, '<')));
-    }
-    for (std::size_t open = response.find('<'); open != std::string::npos;
-         open = response.find('<', open + 1)) {
-        const std::size_t close = response.find('>', open);
-        if (close != std::string::npos)
-            items.push_back(response.substr(open + 1, close - open - 1));
-    }
-    return sfiSuccess;
-}
-
-// Every output is written, whatever the result word says, in the outputs' order; the
-// result is the result word of its own element.
-int readTagged(const std::string& response, const RequestLayout& layout, void* const* outputs) {
-    using answers::Reading;
-    ElementSpan spans[kBounds.answerFields + 1];
-    const std::size_t count = layout.answerFields;
-    findAnswerFields(response, {kCatalogue.pool.bytes, layout.answerNames, count + 1}, spans);
-    for (std::size_t i = 0; i < count; ++i) {
-        const ElementSpan span = spans[i];
-        switch (layout.readings[i]) {
-        case Reading::flag:
-            *static_cast<bool*>(outputs[i]) = numberOf(response, span) != 0;
-            break;
-        case Reading::number:
-            *static_cast<int*>(outputs[i]) = static_cast<int>(numberOf(response, span));
-            break;
-        case Reading::text:
-            *static_cast<std::string*>(outputs[i]) = valueOf(response, span);
-            break;
-        // Read as text first: a missing number is "" and so converts to 0, not -1.
-        case Reading::textNumber:
-            *static_cast<int*>(outputs[i]) = static_cast<int>(decimal32(valueOf(response, span)));
-            break;
-        // The counts keep the bits of the phone's 32-bit long: "-1" stores 4294967295.
-        case Reading::textCounter:
-            *static_cast<unsigned int*>(outputs[i]) =
-                static_cast<unsigned int>(static_cast<int>(decimal32(valueOf(response, span))));
-            break;
-        }
-    }
-    return resultOf(valueOf(response, spans[count]));
-}
-
 constexpr std::size_t kSubscribeRow = protocol::rowOf(requests::all, requests::subscribe.method);
 
-// One request of the description: writes its fields from the leading arguments, sends it
-// by its carrier and reads the answer into the remaining arguments.
-template <const auto& request, typename... Args, std::size_t... In, std::size_t... Out>
-auto exchangeWith(ProxyRequest& channel, std::tuple<Args&...> all, std::index_sequence<In...>,
-                  std::index_sequence<Out...>) {
+// One request of the description: sends it with its arguments by its carrier and reads
+// the answer into the outputs.
+template <const auto& request, std::size_t Inputs, typename... Outputs>
+auto exchangeWith(ProxyRequest& channel, const Argument (&arguments)[Inputs],
+                  std::tuple<Outputs&...> outputs) {
     constexpr std::size_t row = protocol::rowOf(requests::all, request.method);
-    static_assert(row < kRequests, "every request is in the description's list");
-    const RequestLayout& layout = kCatalogue.requests[row];
-    const Argument arguments[sizeof...(In) + 1] = {
-        argumentOf<std::tuple_element_t<In, std::decay_t<decltype(request.fields)>>>(
-            std::get<In>(all))...};
-    constexpr Shape shape = shapeOf<std::decay_t<decltype(request.answer)>>();
-    if constexpr (shape == Shape::none) {
-        post(channel, layout, arguments);
+    static_assert(row < protocol::rowCount(requests::all),
+                  "every request is in the description's list");
+    using Answer = std::decay_t<decltype(request.answer)>;
+    const std::string text = reader::requestText(row, arguments);
+    if constexpr (std::is_same_v<Answer, answers::None>) {
+        channel.sendOneWay(text);
     } else {
-        const std::string response = ask(channel, layout, arguments);
-        constexpr std::size_t in = sizeof...(In);
-        if constexpr (shape == Shape::resultWord)
-            return resultOf(response);
-        else if constexpr (shape == Shape::trueWord)
-            return response == "true";
-        else if constexpr (shape == Shape::flagWord)
-            return readFlag(response, std::get<in + Out>(all)...);
-        else if constexpr (shape == Shape::stateWord)
-            return readState(response, std::get<in + Out>(all)...);
-        else if constexpr (shape == Shape::itemList)
-            return readItems(response, std::get<in + Out>(all)...);
-        else {
-            void* const outputs[] = {&std::get<in + Out>(all)...};
-            return readTagged(response, layout, outputs);
+        // The entry is read at compile time only, so that it never becomes data of its own.
+        std::string response;
+        if constexpr (std::is_same_v<Answer, answers::FlagWord> ||
+                      std::is_same_v<Answer, answers::StateWord>) {
+            constexpr std::string_view preset = request.answer.preset;
+            response = preset;
         }
+        if constexpr (request.carrier == protocol::Carrier::sendRequestTimed)
+            channel.sendRequestTimed(text, response, protocol::kTimeout);
+        else
+            channel.sendRequest(text, response);
+        if constexpr (std::is_same_v<Answer, answers::ResultWord>)
+            return resultOf(response);
+        else if constexpr (std::is_same_v<Answer, answers::TrueWord>)
+            return response == protocol::kTrueWord;
+        else if constexpr (std::is_same_v<Answer, answers::FlagWord>)
+            return answer::readFlag(response, std::get<0>(outputs));
+        else if constexpr (std::is_same_v<Answer, answers::StateWord>)
+            return answer::readState(response, std::get<0>(outputs));
+        else if constexpr (std::is_same_v<Answer, answers::ItemList>)
+            return answer::readItems(response, std::get<0>(outputs));
+        else
+            return std::apply(
+                [&](auto&... out) { return answer::readTagged<Answer>(row, response, out...); },
+                outputs);
     }
 }
 
@@ -388,14 +86,26 @@ struct Parameters<R (CommunicationsServiceIfc::*)(Params...)> {
 };
 template <typename Operation> using ParametersOf = typename Parameters<Operation>::type;
 
+template <const auto& request, typename... Args, std::size_t... In, std::size_t... Out>
+auto exchangeSplit(ProxyRequest& channel, [[maybe_unused]] std::tuple<Args&...> all,
+                   std::index_sequence<In...>, std::index_sequence<Out...>) {
+    using Fields = std::decay_t<decltype(request.fields)>;
+    const Argument arguments[sizeof...(In) + 1] = {
+        argumentOf<std::tuple_element_t<In, Fields>>(std::get<In>(all))...};
+    return exchangeWith<request>(channel, arguments,
+                                 std::tie(std::get<sizeof...(In) + Out>(all)...));
+}
+
+// An operation's request: its leading arguments are written into the fields, the rest are
+// the answer's outputs.
 template <const auto& request, typename... Args>
 auto exchange(ProxyRequest& channel, Args&... args) {
     static_assert(std::is_same_v<std::tuple<Args&...>, ParametersOf<decltype(request.operation)>>,
                   "the operation passes exactly the parameters its entry describes");
     constexpr std::size_t inputs = std::tuple_size_v<std::decay_t<decltype(request.fields)>>;
-    return exchangeWith<request>(channel, std::tuple<Args&...>(args...),
-                                 std::make_index_sequence<inputs>(),
-                                 std::make_index_sequence<sizeof...(Args) - inputs>());
+    return exchangeSplit<request>(channel, std::tuple<Args&...>(args...),
+                                  std::make_index_sequence<inputs>(),
+                                  std::make_index_sequence<sizeof...(Args) - inputs>());
 }
 
 void log(int line, const char* message) {
@@ -412,7 +122,7 @@ CommunicationsServiceProxy::~CommunicationsServiceProxy() = default;
 
 void CommunicationsServiceProxy::initProxy(ProxyRequest& channel) {
     requestChannel = &channel;
-    requestChannel->setProtocol("CommunicationsServiceProtocol");
+    requestChannel->setProtocol(std::string(protocol::kProtocolName));
 }
 
 int CommunicationsServiceProxy::getResult(std::string& response) { return resultOf(response); }
@@ -443,11 +153,11 @@ void CommunicationsServiceProxy::processSignallingComponentEvent(const char* dat
 int CommunicationsServiceProxy::subscribe(Executable* subscriber) {
     log(277, "subscribe start");
     if (subscriber == nullptr) return sfiFailure;
-    const std::string request = requestText(kCatalogue.requests[kSubscribeRow], nullptr);
+    const std::string request = reader::requestText(kSubscribeRow, nullptr);
     std::string response;
     const std::string channelName = requestChannel->context->findChannel(subscriber);
     try {
-        requestChannel->sendSubscribe(request, response, channelName, kTimeout);
+        requestChannel->sendSubscribe(request, response, channelName, protocol::kTimeout);
     } catch (MarloException& caught) {
         log(298, "subscribe exception caught:");
         throw MarloException(caught);
@@ -498,7 +208,7 @@ int Self::setLampMode(const std::string& line, const std::string& lampId, int la
 int Self::makeSecurityChangeReinvite(const std::string& line, int callId, bool forceFlag) { return exchange<requests::makeSecurityChangeReinvite>(*requestChannel, line, callId, forceFlag); }
 void Self::setIsInServiceInitiatedState(const std::string& line, bool isInServiceInitiatedState) { exchange<requests::setIsInServiceInitiatedState>(*requestChannel, line, isInServiceInitiatedState); }
 int Self::systemStatus(const char* systemStatus, const char* systemStatusInfo) { return exchange<requests::systemStatus>(*requestChannel, systemStatus, systemStatusInfo); }
-int Self::setServiceState(sfiServiceState state) { return exchange<requests::setServiceState>(*requestChannel, state); }
+int Self::setServiceState(sfiServiceState state) { const std::string name = serialize(state); return exchangeWith<requests::setServiceState>(*requestChannel, {Argument{name}}, std::tuple<>()); }
 
 // Queries.
 int Self::getMicrophoneMute(bool& muted) { return exchange<requests::getMicrophoneMute>(*requestChannel, muted); }

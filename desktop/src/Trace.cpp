@@ -5,7 +5,6 @@
 #include <string_view>
 #include <tuple>
 
-#include "CommunicationsService/CommunicationsServiceTypes.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 
@@ -79,7 +78,9 @@ template <typename Entry> std::string requestCall(const Entry& entry, std::strin
     return call + ")";
 }
 
-template <typename Field> bool isText(const Field&) { return Field::kind == protocol::Kind::text; }
+template <typename Field> bool isText(const Field&) {
+    return Field::kind == protocol::FieldKind::text;
+}
 
 template <typename Entry> std::string eventCall(const Entry& entry, std::string_view text) {
     std::string call = "on" + std::string(entry.method) + "(";
@@ -127,14 +128,7 @@ std::string event(const std::string& text) {
 }
 
 std::string answer(const std::string& text) {
-    static const std::pair<const char*, int> kResults[] = {
-        {"sfiSuccess", sfiSuccess},
-        {"sfiFailureCallBackInvalidState", sfiFailureCallBackInvalidState},
-        {"sfiFailureCallBackNoCallInfo", sfiFailureCallBackNoCallInfo},
-        {"sfiFailureCallBackToMany", sfiFailureCallBackToMany},
-        {"sfiFailureCallBackAllreadyExists", sfiFailureCallBackAllreadyExists},
-    };
-    for (const auto& [word, code] : kResults) {
+    for (const auto& [word, code] : protocol::kResultWords) {
         if (text == word) return text + " (" + std::to_string(code) + ")";
     }
     return text.empty() ? "(no answer)" : shortened(text);

@@ -162,7 +162,9 @@ bool Console::runOperation(const std::vector<std::string>& words) {
         outputs += (outputs.empty() ? "" : " ") + output.name + "=" + displayValue(output.value);
     }
     // A failed query leaves its outputs at whatever the reader made of the answer.
-    const bool outputsValid = outcome.result == "sfiSuccess" || outcome.result == "text";
+    const bool outputsValid =
+        outcome.result == CommunicationsService::protocol::resultWord(sfiSuccess) ||
+        outcome.result == "text";
     if (!outputs.empty())
         shown += outputsValid ? " " + outputs : " (outputs not valid: " + outputs + ")";
     const std::string refusal = settings.refusal ? settings.refusal() : std::string();

@@ -34,33 +34,34 @@ bool outOfRange(const std::string& word) {
            (parsed.ec == std::errc::result_out_of_range || parsed.ec == std::errc());
 }
 
+namespace protocol = CommunicationsService::protocol;
+
 std::optional<bool> parseFlag(const std::string& word) {
-    if (word == "1" || word == "true" || word == "yes" || word == "on") return true;
-    if (word == "0" || word == "false" || word == "no" || word == "off") return false;
+    if (word == "1" || word == protocol::kTrueWord || word == "yes" || word == "on") return true;
+    if (word == "0" || word == protocol::kFalseWord || word == "no" || word == "off") return false;
     return std::nullopt;
 }
 
-const char* const kStateNames[] = {"sfiServiceInService", "sfiServiceOutOfService",
-                                   "sfiServiceDoNotDisturb"};
+constexpr int kStates = static_cast<int>(std::size(protocol::kServiceStateNames));
 
 std::optional<sfiServiceState> parseServiceState(const std::string& word) {
-    for (int value = 0; value < 3; ++value) {
-        if (word == kStateNames[value] || word == std::to_string(value)) {
+    for (int value = 0; value < kStates; ++value) {
+        if (word == protocol::kServiceStateNames[value] || word == std::to_string(value)) {
             return static_cast<sfiServiceState>(value);
         }
     }
     return std::nullopt;
 }
 
-const char* kindName(Kind kind) {
+const char* kindName(ArgumentKind kind) {
     switch (kind) {
-    case Kind::Text:
+    case ArgumentKind::Text:
         return "";
-    case Kind::Integer:
+    case ArgumentKind::Integer:
         return ":int";
-    case Kind::Flag:
+    case ArgumentKind::Flag:
         return ":flag";
-    case Kind::ServiceState:
+    case ArgumentKind::ServiceState:
         return ":state";
     }
     return "";
@@ -70,17 +71,19 @@ using A = const Arguments&;
 using S = CommunicationsServiceIfc&;
 using E = Executable&;
 
-namespace protocol = CommunicationsService::protocol;
 namespace requests = protocol::requests;
 using protocol::Encoding;
 using protocol::agreement::Bare;
 
-std::string show(bool value) { return value ? "true" : "false"; }
+std::string show(bool value) {
+    return std::string(value ? protocol::kTrueWord : protocol::kFalseWord);
+}
 std::string show(int value) { return std::to_string(value); }
 std::string show(unsigned int value) { return std::to_string(value); }
 std::string show(const std::string& value) { return value; }
 std::string show(sfiServiceState state) {
-    return state >= 0 && state < 3 ? kStateNames[state] : std::to_string(state);
+    return state >= 0 && state < kStates ? std::string(protocol::kServiceStateNames[state])
+                                         : std::to_string(state);
 }
 std::string show(const std::vector<std::string>& items) {
     std::string joined;
@@ -91,16 +94,16 @@ std::string show(const std::vector<std::string>& items) {
 
 // What the console accepts for a parameter: its C++ type decides, except that a service
 // state also takes its name.
-template <Encoding E, typename Param> constexpr Kind kindOf() {
+template <Encoding E, typename Param> constexpr ArgumentKind kindOf() {
     using T = Bare<Param>;
     if constexpr (E == Encoding::stateName)
-        return Kind::ServiceState;
+        return ArgumentKind::ServiceState;
     else if constexpr (std::is_same_v<T, bool>)
-        return Kind::Flag;
+        return ArgumentKind::Flag;
     else if constexpr (std::is_integral_v<T> || std::is_enum_v<T>)
-        return Kind::Integer;
+        return ArgumentKind::Integer;
     else
-        return Kind::Text;
+        return ArgumentKind::Text;
 }
 
 template <typename T> T convert(const Arguments& arguments, std::size_t index) {
@@ -187,7 +190,7 @@ Operation describedOperation(const char* name,
     if constexpr (std::is_void_v<Result>)
         results = {"sent"};
     else if constexpr (std::is_same_v<Result, bool>)
-        results = {"true", "false"};
+        results = {std::string(protocol::kTrueWord), std::string(protocol::kFalseWord)};
     else
         results = resultNames();
     const std::vector<std::string_view> outputs = outputNames(request.answer);
@@ -257,17 +260,24 @@ std::vector<Operation> makeOperations() {
     static_assert(std::tuple_size_v<std::remove_const_t<decltype(requests::all)>> == 45,
                   "every request but Subscribe is an operation above");
     // Operations that the description does not carry as enveloped requests.
-    table.push_back(
-        {"processSignallingComponentEvent", {{"data", Kind::Text}}, {"sent"}, {}, [](S s, E, A a) {
-             s.processSignallingComponentEvent(a.text(0).data(),
-                                               static_cast<int>(a.text(0).size()));
-             return Outcome{"sent", {}};
-         }});
+    table.push_back({"processSignallingComponentEvent",
+                     {{"data", ArgumentKind::Text}},
+                     {"sent"},
+                     {},
+                     [](S s, E, A a) {
+                         s.processSignallingComponentEvent(a.text(0).data(),
+                                                           static_cast<int>(a.text(0).size()));
+                         return Outcome{"sent", {}};
+                     }});
     table.push_back({"subscribe", {}, resultNames(), {}, [](S s, E subscriber, A) {
                          return Outcome{resultName(s.subscribe(&subscriber)), {}};
                      }});
     table.push_back(
-        {"csCommunicationsService", {{"name", Kind::Text}}, {"text"}, {"value"}, [](S s, E, A a) {
+        {"csCommunicationsService",
+         {{"name", ArgumentKind::Text}},
+         {"text"},
+         {"value"},
+         [](S s, E, A a) {
              return Outcome{"text", {{"value", s.csCommunicationsService(a.text(0).c_str())}}};
          }});
     table.push_back({"activateStoredFwd", {}, {"done"}, {}, [](S s, E, A) {
@@ -326,7 +336,7 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
         }
         const std::string& word = words[i];
         std::string problem;
-        if (parameter.kind == Kind::Integer && !parseInteger(word)) {
+        if (parameter.kind == ArgumentKind::Integer && !parseInteger(word)) {
             problem = outOfRange(word)
                           ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
                                 " to " + std::to_string(std::numeric_limits<int>::max()) + ")"
@@ -334,11 +344,13 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
                           ? "must be a lamp mode (off, on, flashing, winking, flickering) or a "
                             "number"
                           : "must be a whole number";
-        } else if (parameter.kind == Kind::Flag && !parseFlag(word)) {
+        } else if (parameter.kind == ArgumentKind::Flag && !parseFlag(word)) {
             problem = "must be a flag (1/0, true/false, yes/no, on/off)";
-        } else if (parameter.kind == Kind::ServiceState && !parseServiceState(word)) {
-            problem = "must be a service state (sfiServiceInService, sfiServiceOutOfService, "
-                      "sfiServiceDoNotDisturb or 0 to 2)";
+        } else if (parameter.kind == ArgumentKind::ServiceState && !parseServiceState(word)) {
+            problem = "must be a service state (";
+            for (int value = 0; value < kStates; ++value)
+                problem.append(value == 0 ? "" : ", ").append(protocol::kServiceStateNames[value]);
+            problem += " or 0 to " + std::to_string(kStates - 1) + ")";
         }
         if (!problem.empty()) {
             throw std::invalid_argument(
@@ -360,19 +372,9 @@ const std::vector<std::string>& resultNames() {
 }
 
 std::string resultName(int code) {
-    switch (code) {
-    case sfiSuccess:
-        return "sfiSuccess";
-    case sfiFailure:
-        return "sfiFailure";
-    case sfiFailureCallBackInvalidState:
-        return "sfiFailureCallBackInvalidState";
-    case sfiFailureCallBackNoCallInfo:
-        return "sfiFailureCallBackNoCallInfo";
-    case sfiFailureCallBackToMany:
-        return "sfiFailureCallBackToMany";
-    case sfiFailureCallBackAllreadyExists:
-        return "sfiFailureCallBackAllreadyExists";
+    if (code == sfiFailure) return std::string(protocol::kFailureWord);
+    for (const protocol::ResultWord& entry : protocol::kResultWords) {
+        if (entry.code == code) return std::string(entry.word);
     }
     return std::to_string(code);
 }

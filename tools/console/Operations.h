@@ -17,16 +17,17 @@ namespace console {
 // How much of a word of a line a message shows.
 constexpr std::size_t kEchoLimit = 64;
 
-enum class Kind {
+// How a word of a command line is read as an operation's argument.
+enum class ArgumentKind {
     Text,         // any word
     Integer,      // a 32-bit decimal number (also enumeration values)
     Flag,         // 1/0, true/false, yes/no, on/off
-    ServiceState, // sfiServiceInService, ... or 0, 1, 2
+    ServiceState, // a service state's name, or 0, 1, 2
 };
 
 struct Parameter {
     std::string_view name;
-    Kind kind;
+    ArgumentKind kind;
 };
 
 // The words of one call, checked against the operation's parameters.
@@ -43,7 +44,7 @@ private:
 };
 
 struct Outcome {
-    std::string result; // "sfiSuccess", "true", "sent", ...
+    std::string result; // a result word, a yes or no, "sent", ...
     std::vector<NamedValue> outputs;
 };
 
@@ -68,7 +69,7 @@ std::string usage(const Operation& operation);
 // operation's expected arguments and what was wrong.
 Arguments bindArguments(const Operation& operation, std::vector<std::string> words);
 
-// The name of a result code: "sfiSuccess", ..., or the number when it has none.
+// The name of a result code: its result word, or the number when it has none.
 std::string resultName(int code);
 
 // The names of every result code.

@@ -11,8 +11,8 @@ namespace simulator {
 using namespace parts;
 
 std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    const std::string& destination = request.text("Destination");
+    const std::string& line = request.text(tagOf<0>(requests::outgoingCallMake));
+    const std::string& destination = request.text(tagOf<2>(requests::outgoingCallMake));
     if (!knownLine(line)) return refuse(lineProblem(line));
     if (!lines[line].registered) {
         return refuse("line " + line + " is not registered (send Activate first)");
@@ -21,7 +21,8 @@ std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) 
     for (auto& [id, other] : calls) {
         if (other.line == line && other.state == kConnected) hold(other, false);
     }
-    dial(line, allocateCallId(request.number("CallID")), partyFor(destination));
+    dial(line, allocateCallId(request.number(tagOf<1>(requests::outgoingCallMake))),
+         partyFor(destination));
     return kSuccess;
 }
 
@@ -29,7 +30,7 @@ std::optional<std::string> PhoneService::acceptCall(const ParsedRequest& request
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
     if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
-    if (request.flag("AutoAnswer")) setState(*call, kConnected, kCauseNone);
+    if (request.flag(tagOf<2>(requests::acceptCall))) setState(*call, kConnected, kCauseNone);
     return kSuccess;
 }
 
@@ -48,13 +49,13 @@ std::optional<std::string> PhoneService::answerCall(const ParsedRequest& request
 
 std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
-    const std::string& destination = request.text("Destination");
+    const std::string& destination = request.text(tagOf<2>(requests::deflectCall));
     if (call == nullptr) return kFailure;
     if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
     if (destination.empty()) return refuse("the request names no destination");
-    events.publish(eventText(protocol::events::callForwarded, call->line, call->id,
-                             call->remote.uri, call->remote.name, call->remote.fullPai(),
-                             partyFor(destination).uri, kCauseForwarded));
+    events.publish(writeEvent(protocol::events::callForwarded, call->line, call->id,
+                              call->remote.uri, call->remote.name, call->remote.fullPai(),
+                              partyFor(destination).uri, kCauseForwarded));
     clear(call->id, kCauseForwarded);
     return kSuccess;
 }
@@ -66,7 +67,7 @@ std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) 
         publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
         return refuse(notInState(*call, "connected"));
     }
-    hold(*call, request.flag("Manual"));
+    hold(*call, request.flag(tagOf<3>(requests::holdCall)));
     return kSuccess;
 }
 
@@ -84,7 +85,7 @@ std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& reque
 std::optional<std::string> PhoneService::clearCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    clear(call->id, request.number("Cause"));
+    clear(call->id, request.number(tagOf<2>(requests::callClear)));
     return kSuccess;
 }
 
@@ -101,7 +102,7 @@ PhoneService::refusalToMoveOn(const Call* call, const std::string& destination, 
 
 std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
     Call* call = requestedCall(request);
-    const std::string& destination = request.text("Destination");
+    const std::string& destination = request.text(tagOf<2>(requests::consultationCall));
     if (auto refusal = refusalToMoveOn(call, destination, kFeatureHold)) return refusal;
     if (call->state == kConnected) hold(*call, false);
     dial(call->line, allocateCallId(0), partyFor(destination));
@@ -109,10 +110,11 @@ std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
 }
 
 std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    Call* active = requestedCall(request, "activeCall", " (active call)");
+    const std::string& line = request.text(tagOf<0>(requests::attendedTransferCall));
+    Call* active =
+        requestedCall(request, tagOf<1>(requests::attendedTransferCall), " (active call)");
     if (active == nullptr) return kFailure;
-    Call* held = requestedCall(request, "heldCall", " (held call)");
+    Call* held = requestedCall(request, tagOf<2>(requests::attendedTransferCall), " (held call)");
     if (held == nullptr) return kFailure;
     if (active == held) return refuse("the active and the held call are the same call");
     if ((active->state != kConnected && active->state != kRingback) || held->state != kHeld) {
@@ -130,7 +132,7 @@ std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& r
 
 std::optional<std::string> PhoneService::blindTransfer(const ParsedRequest& request) {
     Call* call = requestedCall(request);
-    const std::string& destination = request.text("Destination");
+    const std::string& destination = request.text(tagOf<2>(requests::blindTransferCall));
     if (auto refusal = refusalToMoveOn(call, destination, kFeatureTransfer)) return refusal;
     const Outcome outcome = outcomeFor(partyFor(destination).number);
     if (outcome == Outcome::Busy || outcome == Outcome::Rejects) {
@@ -147,12 +149,13 @@ std::optional<std::string> PhoneService::refuseCall(const ParsedRequest& request
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
     if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
-    clear(call->id, request.number("RefuseCallReason") == 0 ? kCauseBusy : kCauseRejected);
+    clear(call->id,
+          request.number(tagOf<2>(requests::refuseCall)) == 0 ? kCauseBusy : kCauseRejected);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::alternateCalls(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::alternateCalls));
     Call* active = nullptr;
     Call* held = nullptr;
     for (auto& [id, call] : calls) {
@@ -180,14 +183,14 @@ void PhoneService::publishConference(const std::string& line, int callId) {
     const std::string document = "<conference-info entity=\"sip:conf" + std::to_string(callId) +
                                  "@" + settings.domain + "\" state=\"full\"><users>" + users +
                                  "</users></conference-info>";
-    events.publish(eventText(protocol::events::conferenceStatus, line, callId, document));
+    events.publish(writeEvent(protocol::events::conferenceStatus, line, callId, document));
 }
 
 std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    Call* active = requestedCall(request, "activeCall", " (active call)");
+    const std::string& line = request.text(tagOf<0>(requests::conferenceCall));
+    Call* active = requestedCall(request, tagOf<1>(requests::conferenceCall), " (active call)");
     if (active == nullptr) return kFailure;
-    Call* held = requestedCall(request, "heldCall", " (held call)");
+    Call* held = requestedCall(request, tagOf<2>(requests::conferenceCall), " (held call)");
     if (held == nullptr) return kFailure;
     if (active == held) return refuse("the active and the held call are the same call");
     if (active->state != kConnected || held->state != kHeld) {
@@ -198,9 +201,9 @@ std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& req
     for (Call* member : {held, active}) {
         member->manualHold = false;
         setState(*member, kConferenced, kCauseConference);
-        events.publish(eventText(protocol::events::remoteEndpointDetailsChanged, line, member->id,
-                                 member->remote.uri, member->remote.name, member->remote.fullPai(),
-                                 false, true));
+        events.publish(writeEvent(protocol::events::remoteEndpointDetailsChanged, line, member->id,
+                                  member->remote.uri, member->remote.name, member->remote.fullPai(),
+                                  false, true));
     }
     publishFeature(line, active->id, kFeatureConference);
     publishConference(line, active->id);
@@ -208,34 +211,36 @@ std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& req
 }
 
 std::optional<std::string> PhoneService::removeConferenceParticipant(const ParsedRequest& request) {
-    auto conference = calls.find(request.number("callID"));
+    auto conference = calls.find(request.number(tagOf<0>(requests::RemoveConfParticipant)));
     if (conference == calls.end()) {
-        return refuse("call " + std::to_string(request.number("callID")) + " does not exist");
+        return refuse("call " +
+                      std::to_string(request.number(tagOf<0>(requests::RemoveConfParticipant))) +
+                      " does not exist");
     }
     if (conference->second.state != kConferenced) {
         return refuse(notInState(conference->second, "conferenced"));
     }
     const std::string line = conference->second.line;
-    const Party leaving = partyFor(request.text("remoteParticipant"));
+    const Party leaving = partyFor(request.text(tagOf<1>(requests::RemoveConfParticipant)));
     for (auto& [id, call] : calls) {
         if (call.line == line && call.state == kConferenced &&
             call.remote.number == leaving.number) {
-            events.publish(eventText(protocol::events::remoteEndpointDetailsChanged, line, id,
-                                     call.remote.uri, call.remote.name, call.remote.fullPai(), true,
-                                     false));
+            events.publish(writeEvent(protocol::events::remoteEndpointDetailsChanged, line, id,
+                                      call.remote.uri, call.remote.name, call.remote.fullPai(),
+                                      true, false));
             const int leavingId = id;
             clear(leavingId, kCauseNormalClearing);
-            publishConference(line, request.number("callID"));
+            publishConference(line, request.number(tagOf<0>(requests::RemoveConfParticipant)));
             return kSuccess;
         }
     }
     return refuse(leaving.number + " is not in the conference of call " +
-                  std::to_string(request.number("callID")));
+                  std::to_string(request.number(tagOf<0>(requests::RemoveConfParticipant))));
 }
 
 std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& request) {
-    Call* call = requestedCall(request, "activeCall");
-    const std::string& digits = request.text("digits");
+    Call* call = requestedCall(request, tagOf<1>(requests::generateDigits));
+    const std::string& digits = request.text(tagOf<2>(requests::generateDigits));
     const bool dialable =
         !digits.empty() && digits.find_first_not_of("0123456789*#ABCD") == std::string::npos;
     if (call == nullptr) return kFailure;
@@ -245,12 +250,14 @@ std::optional<std::string> PhoneService::generateDigits(const ParsedRequest& req
 }
 
 std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    const std::string extension = partyFor(request.text("CallToBePickedUp")).number;
+    const std::string& line = request.text(tagOf<0>(requests::directedPickupCall));
+    const std::string extension =
+        partyFor(request.text(tagOf<2>(requests::directedPickupCall))).number;
     auto offer = std::find_if(pickupOffers.begin(), pickupOffers.end(),
                               [&](const auto& entry) { return entry.second.line == extension; });
     if (!knownLine(line) || offer == pickupOffers.end()) {
-        publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
+        publishFeatureFailure(line, request.number(tagOf<1>(requests::directedPickupCall)),
+                              kFeaturePickup, kFailureNoCall);
         return refuse(!knownLine(line) ? lineProblem(line)
                                        : "no call rings at extension " + extension +
                                              " (send the colleagueCall control command first)");
@@ -266,14 +273,15 @@ std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& req
 }
 
 std::optional<std::string> PhoneService::groupPickup(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::groupPickupCall));
     if (!knownLine(line) || pickupOffers.empty()) {
-        publishFeatureFailure(line, request.number("CallID"), kFeaturePickup, kFailureNoCall);
+        publishFeatureFailure(line, request.number(tagOf<1>(requests::groupPickupCall)),
+                              kFeaturePickup, kFailureNoCall);
         return refuse(!knownLine(line) ? lineProblem(line)
                                        : "no call rings at a colleague's phone (send the "
                                          "colleagueCall control command first)");
     }
-    auto offer = pickupOffers.find(request.number("CallID"));
+    auto offer = pickupOffers.find(request.number(tagOf<1>(requests::groupPickupCall)));
     if (offer == pickupOffers.end()) offer = pickupOffers.begin();
     Call picked = offer->second;
     pickupOffers.erase(offer);

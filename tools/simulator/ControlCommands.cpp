@@ -158,16 +158,17 @@ std::string PhoneService::colleagueCall(const std::vector<std::string>& words) {
     if (words.size() > 3) offer.remote.name = truncated(joinFrom(words, 3));
     offer.incoming = true;
     pickupOffers[offer.id] = offer;
-    events.publish(eventText(protocol::events::incomingPickupCall, settings.lines.front(), offer.id,
-                             offer.remote.uri, offer.remote.name, offer.remote.fullPai()));
+    events.publish(writeEvent(protocol::events::incomingPickupCall, settings.lines.front(),
+                              offer.id, offer.remote.uri, offer.remote.name,
+                              offer.remote.fullPai()));
     return "ok call " + std::to_string(offer.id);
 }
 
 void PhoneService::publishMessageWaiting() {
     const MessageWaiting& mwi = messageWaiting;
-    events.publish(eventText(protocol::events::messageWaiting, mwi.line, 1, mwi.newMessages,
-                             mwi.oldMessages, mwi.newUrgent, mwi.oldUrgent, 0, 1,
-                             mwi.newMessages + mwi.newUrgent > 0, kVoiceMailNumber));
+    events.publish(writeEvent(protocol::events::messageWaiting, mwi.line, 1, mwi.newMessages,
+                              mwi.oldMessages, mwi.newUrgent, mwi.oldUrgent, 0, 1,
+                              mwi.newMessages + mwi.newUrgent > 0, kVoiceMailNumber));
 }
 
 std::string PhoneService::voicemail(const std::vector<std::string>& words) {
@@ -195,7 +196,7 @@ std::string PhoneService::registration(const std::vector<std::string>& words, bo
     if (!knownLine(words[1])) return "error: no line " + words[1];
     lines[words[1]].registered = registered;
     events.publish(
-        eventText(protocol::events::registrationStateChange, words[1], 0, registered, *code));
+        writeEvent(protocol::events::registrationStateChange, words[1], 0, registered, *code));
     return "ok";
 }
 
@@ -208,8 +209,8 @@ std::string PhoneService::preempt(const std::vector<std::string>& words) {
     Call* call = commandCall(words);
     if (call == nullptr) return noCallError(words);
     const std::string reason = "pre-empted by a call of higher precedence";
-    events.publish(eventText(protocol::events::preemptionStatusChanged, call->line, call->id,
-                             *priority, 1, reason));
+    events.publish(writeEvent(protocol::events::preemptionStatusChanged, call->line, call->id,
+                              *priority, 1, reason));
     Call cleared = *call;
     calls.erase(*id);
     cleared.state = kIdle;
@@ -223,8 +224,8 @@ std::string PhoneService::impactLevel(const std::vector<std::string>& words) {
         return usage("impactLevel LINE CALLID CALLLEVEL LOCALLEVEL");
     }
     if (commandCall(words) == nullptr) return noCallError(words);
-    events.publish(eventText(protocol::events::impactLevelChanged, words[1], *toInt(words[2]),
-                             *toInt(words[3]), *toInt(words[4])));
+    events.publish(writeEvent(protocol::events::impactLevelChanged, words[1], *toInt(words[2]),
+                              *toInt(words[3]), *toInt(words[4])));
     return "ok";
 }
 
@@ -234,8 +235,8 @@ std::string PhoneService::recording(const std::vector<std::string>& words) {
     Call* call = commandCall(words);
     if (call == nullptr) return noCallError(words);
     call->recorded = *on;
-    events.publish(eventText(protocol::events::callRecordingStatus, call->line, call->id,
-                             *on ? "true" : "false"));
+    events.publish(writeEvent(protocol::events::callRecordingStatus, call->line, call->id,
+                              *on ? "true" : "false"));
     return "ok";
 }
 
@@ -249,8 +250,8 @@ std::string PhoneService::bluetooth(const std::vector<std::string>& words) {
         flags.push_back(*flag);
     }
     if (!knownLine(words[1])) return "error: no line " + words[1];
-    events.publish(eventText(protocol::events::bluetoothAudioStatusChanged, words[1],
-                             *toInt(words[2]), bool(flags[0]), bool(flags[1]), bool(flags[2])));
+    events.publish(writeEvent(protocol::events::bluetoothAudioStatusChanged, words[1],
+                              *toInt(words[2]), bool(flags[0]), bool(flags[1]), bool(flags[2])));
     return "ok";
 }
 
@@ -258,14 +259,14 @@ std::string PhoneService::cstaEvent(const std::vector<std::string>& words) {
     if (words.size() < 3) return usage("cstaEvent LINE DOCUMENT");
     if (!knownLine(words[1])) return "error: no line " + words[1];
     events.publish(
-        eventText(protocol::events::b2buaCSTAEventOrRequest, words[1], joinFrom(words, 2)));
+        writeEvent(protocol::events::b2buaCSTAEventOrRequest, words[1], joinFrom(words, 2)));
     return "ok";
 }
 
 std::string PhoneService::systemStatusChange(const std::vector<std::string>& words) {
     if (words.size() < 2) return usage("systemStatus STATUS [INFO]");
     systemState = words[1];
-    events.publish(eventText(protocol::events::systemStatus, words[1], joinFrom(words, 2)));
+    events.publish(writeEvent(protocol::events::systemStatus, words[1], joinFrom(words, 2)));
     return "ok";
 }
 
@@ -282,7 +283,7 @@ std::string PhoneService::changeDevices(const std::vector<std::string>& words, b
     } else {
         devices.erase(found);
     }
-    events.publish(eventText(protocol::events::devicesChanged));
+    events.publish(writeEvent(protocol::events::devicesChanged));
     return "ok";
 }
 
@@ -292,8 +293,8 @@ std::string PhoneService::calleeFree(const std::vector<std::string>& words) {
     auto callback = std::find_if(callbacks.begin(), callbacks.end(),
                                  [&](const Callback& c) { return c.callee.number == number; });
     if (callback == callbacks.end()) return "error: no call-back to " + words[1];
-    events.publish(eventText(protocol::events::callCompletion, callback->line, callback->callee.uri,
-                             callback->type, kCallbackRecall, true));
+    events.publish(writeEvent(protocol::events::callCompletion, callback->line,
+                              callback->callee.uri, callback->type, kCallbackRecall, true));
     callbacks.erase(callback);
     return "ok";
 }

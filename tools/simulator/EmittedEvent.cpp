@@ -18,7 +18,7 @@ namespace {
 
 namespace protocol = CommunicationsService::protocol;
 using communications::testing::EventArgument;
-using protocol::Kind;
+using protocol::FieldKind;
 
 // "IncomingCallEvent" is emitted as incomingCall.
 std::string eventName(std::string_view method) {
@@ -53,12 +53,12 @@ std::vector<std::string> splitList(const std::string& text) {
 
 // The value as the argument's kind takes it; throws std::invalid_argument saying what the
 // kind wants.
-EventArgument typed(const std::string& name, Kind kind, const std::string& value) {
+EventArgument typed(const std::string& name, FieldKind kind, const std::string& value) {
     const auto refuse = [&](const char* wanted) {
         throw std::invalid_argument(name + " takes " + wanted + ", not '" + value + "'");
     };
     switch (kind) {
-    case Kind::number:
+    case FieldKind::number:
         if (auto number = parseNumber<int>(value)) return {name, *number};
         if (name == "callState") {
             if (auto state = numberOf(desktop::simulator::kCallStates, value))
@@ -69,15 +69,15 @@ EventArgument typed(const std::string& name, Kind kind, const std::string& value
         }
         refuse("a number");
         break;
-    case Kind::counter:
+    case FieldKind::counter:
         if (auto counter = parseNumber<unsigned int>(value)) return {name, *counter};
         refuse("a number from 0 to 4294967295");
         break;
-    case Kind::flag:
+    case FieldKind::flag:
         if (auto flag = parts::toFlag(value)) return {name, *flag};
         refuse("a flag (1/0, true/false, yes/no, on/off)");
         break;
-    case Kind::numberList: {
+    case FieldKind::numberList: {
         std::vector<int> numbers;
         for (const std::string& item : splitList(value)) {
             auto number = parseNumber<int>(item);
@@ -86,7 +86,7 @@ EventArgument typed(const std::string& name, Kind kind, const std::string& value
         }
         return {name, numbers};
     }
-    case Kind::textList:
+    case FieldKind::textList:
         return {name, splitList(value)};
     default:
         break;
@@ -94,12 +94,12 @@ EventArgument typed(const std::string& name, Kind kind, const std::string& value
     return {name, std::string_view(value)};
 }
 
-using Arguments = std::vector<std::pair<std::string, Kind>>;
+using Arguments = std::vector<std::pair<std::string, FieldKind>>;
 
 template <typename Field> void addArgument(Arguments& names, const Field& field) {
-    if constexpr (Field::kind == Kind::parties) {
+    if constexpr (Field::kind == FieldKind::parties) {
         for (const std::string_view party : communications::testing::detail::kPartyNames)
-            names.emplace_back(std::string(party), Kind::text);
+            names.emplace_back(std::string(party), FieldKind::text);
     } else {
         names.emplace_back(std::string(field.argument), Field::kind);
     }
@@ -148,7 +148,7 @@ EmittedEvent emit(const Event& event, const std::vector<std::string>& words) {
             }
             arguments.push_back(typed(name, found->second, words[i].substr(equals + 1)));
         }
-        return {communications::testing::eventTextFrom(event, arguments), {}};
+        return {communications::testing::writeEventFrom(event, arguments), {}};
     } catch (const std::invalid_argument& error) {
         return {{}, words[0] + ": " + error.what()};
     }
@@ -177,7 +177,7 @@ std::string recordedValue(const std::string& event, const std::string& argument,
     if (arguments == eventArguments().end()) return value;
     for (const auto& [name, kind] : arguments->second) {
         if (name != argument) continue;
-        if (kind == Kind::flag) {
+        if (kind == FieldKind::flag) {
             if (auto flag = parts::toFlag(value)) return *flag ? "true" : "false";
         } else if (name == "callState") {
             if (auto state = numberOf(desktop::simulator::kCallStates, value))
@@ -193,7 +193,8 @@ std::string valueProblem(const std::string& event, const std::string& argument,
     if (arguments != eventArguments().end()) {
         for (const auto& [name, kind] : arguments->second) {
             // Lists are awaited as the console prints them, [1, 2].
-            if (name == argument && (kind == Kind::numberList || kind == Kind::textList)) return {};
+            if (name == argument && (kind == FieldKind::numberList || kind == FieldKind::textList))
+                return {};
         }
     }
     return emittedEvent({event, argument + "=" + value}).error;

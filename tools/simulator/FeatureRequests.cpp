@@ -13,38 +13,39 @@ using namespace parts;
 
 std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& request,
                                                           CallState needed, int type) {
-    const std::string& line = request.text("Line");
-    Call* call = findCall(line, request.number("CallID"));
-    auto refuseCallback = [&](const char* word, int failure, const std::string& uri,
+    const std::string& line = request.text(tagOf<0>(requests::activateCallbackRinging));
+    Call* call = findCall(line, request.number(tagOf<1>(requests::activateCallbackRinging)));
+    auto refuseCallback = [&](int result, int failure, const std::string& uri,
                               const std::string& why) {
         lastRefusal = why;
-        events.publish(eventText(protocol::events::callCompletionFailed, line, uri, failure));
-        return std::optional<std::string>(word);
+        events.publish(writeEvent(protocol::events::callCompletionFailed, line, uri, failure));
+        return std::optional<std::string>(protocol::resultWord(result));
     };
     if (call == nullptr) {
-        return refuseCallback("sfiFailureCallBackNoCallInfo", 2, "",
-                              missingCall(line, request.number("CallID")));
+        return refuseCallback(
+            sfiFailureCallBackNoCallInfo, 2, "",
+            missingCall(line, request.number(tagOf<1>(requests::activateCallbackRinging))));
     }
     const Party callee = call->remote;
     if (call->state != needed) {
-        return refuseCallback("sfiFailureCallBackInvalidState", 1, callee.uri,
+        return refuseCallback(sfiFailureCallBackInvalidState, 1, callee.uri,
                               notInState(*call, callStateName(needed)));
     }
     const bool exists = std::any_of(callbacks.begin(), callbacks.end(), [&](const Callback& c) {
         return c.callee.number == callee.number;
     });
     if (exists) {
-        return refuseCallback("sfiFailureCallBackAllreadyExists", 4, callee.uri,
+        return refuseCallback(sfiFailureCallBackAllreadyExists, 4, callee.uri,
                               "a call-back to " + callee.number + " already exists");
     }
     if (callbacks.size() >= kMaxCallbacks) {
-        return refuseCallback("sfiFailureCallBackToMany", 3, callee.uri,
+        return refuseCallback(sfiFailureCallBackToMany, 3, callee.uri,
                               "the service holds at most " + std::to_string(kMaxCallbacks) +
                                   " call-backs");
     }
     callbacks.push_back({line, callee, type});
-    events.publish(eventText(protocol::events::callCompletion, line, callee.uri, type,
-                             kCallbackActivated, true));
+    events.publish(writeEvent(protocol::events::callCompletion, line, callee.uri, type,
+                              kCallbackActivated, true));
     clear(call->id, kCauseNormalClearing);
     return kSuccess;
 }
@@ -58,18 +59,18 @@ std::optional<std::string> PhoneService::callbackBusy(const ParsedRequest& reque
 }
 
 std::optional<std::string> PhoneService::cancelCallbacks(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    const bool all = request.number("CancelCallBackType") == 0;
-    const std::string number = partyFor(request.text("URI")).number;
-    const bool display = request.flag("DisplayOutcomeCallUI");
+    const std::string& line = request.text(tagOf<0>(requests::cancelCallbacks));
+    const bool all = request.number(tagOf<3>(requests::cancelCallbacks)) == 0;
+    const std::string number = partyFor(request.text(tagOf<2>(requests::cancelCallbacks))).number;
+    const bool display = request.flag(tagOf<4>(requests::cancelCallbacks));
     bool cancelled = false;
     for (auto callback = callbacks.begin(); callback != callbacks.end();) {
         if (callback->line != line || (!all && callback->callee.number != number)) {
             ++callback;
             continue;
         }
-        events.publish(eventText(protocol::events::callCompletion, line, callback->callee.uri,
-                                 callback->type, kCallbackCancelled, display));
+        events.publish(writeEvent(protocol::events::callCompletion, line, callback->callee.uri,
+                                  callback->type, kCallbackCancelled, display));
         callback = callbacks.erase(callback);
         cancelled = true;
     }
@@ -78,28 +79,30 @@ std::optional<std::string> PhoneService::cancelCallbacks(const ParsedRequest& re
 }
 
 std::optional<std::string> PhoneService::setMute(const ParsedRequest& request) {
-    microphoneMuted = request.flag("Status");
+    microphoneMuted = request.flag(tagOf<0>(requests::setMicrophoneMute));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setDoNotDisturb(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::setDoNotDisturb));
     if (!knownLine(line)) return refuse(lineProblem(line));
-    lines[line].doNotDisturb = request.flag("doNotDisturbOn");
-    events.publish(eventText(protocol::events::doNotDisturb, line, lines[line].doNotDisturb));
+    lines[line].doNotDisturb = request.flag(tagOf<1>(requests::setDoNotDisturb));
+    events.publish(writeEvent(protocol::events::doNotDisturb, line, lines[line].doNotDisturb));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setForwarding(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    const bool status = request.flag("status");
-    const std::string& uri = request.text("uri");
-    const int ringCount = request.number("cfnrRingCount");
+    const std::string& line = request.text(tagOf<0>(requests::setForwardingConfiguration));
+    const bool status = request.flag(tagOf<2>(requests::setForwardingConfiguration));
+    const std::string& uri = request.text(tagOf<3>(requests::setForwardingConfiguration));
+    const int ringCount = request.number(tagOf<4>(requests::setForwardingConfiguration));
     std::string problem;
     if (!knownLine(line)) {
         problem = lineProblem(line);
-    } else if (forwarding[line].count(request.number("fwType")) == 0) {
-        problem = "forwarding type " + std::to_string(request.number("fwType")) +
+    } else if (forwarding[line].count(
+                   request.number(tagOf<1>(requests::setForwardingConfiguration))) == 0) {
+        problem = "forwarding type " +
+                  std::to_string(request.number(tagOf<1>(requests::setForwardingConfiguration))) +
                   " does not exist (0 unconditional, 1 busy, 2 no reply)";
     } else if (status && uri.empty()) {
         problem = "forwarding switched on without a destination";
@@ -110,21 +113,22 @@ std::optional<std::string> PhoneService::setForwarding(const ParsedRequest& requ
         publishFeatureFailure(line, 0, kFeatureForwarding, kFailureInvalidState);
         return refuse(problem);
     }
-    auto type = forwarding[line].find(request.number("fwType"));
+    auto type =
+        forwarding[line].find(request.number(tagOf<1>(requests::setForwardingConfiguration)));
     type->second = {status, uri, ringCount};
     publishFeature(line, 0, kFeatureForwarding);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setAssociatedCalls(const ParsedRequest& request) {
-    associatedCalls = request.flag("associated");
+    associatedCalls = request.flag(tagOf<0>(requests::setAssociatedCalls));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setLampMode(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
-    const std::string& lamp = request.text("lampId");
-    const int mode = request.number("lampMode");
+    const std::string& line = request.text(tagOf<0>(requests::setLampMode));
+    const std::string& lamp = request.text(tagOf<1>(requests::setLampMode));
+    const int mode = request.number(tagOf<2>(requests::setLampMode));
     // Lamp modes: 0 off, 1 on, 2 flashing, 3 winking, 4 flickering.
     if (!knownLine(line)) return refuse(lineProblem(line));
     if (lamp.empty()) return refuse("the request names no lamp");
@@ -149,47 +153,47 @@ std::optional<std::string> PhoneService::securityReinvite(const ParsedRequest& r
         }
     }
     // Security status 2: the call is now secured end to end.
-    events.publish(eventText(protocol::events::securityStatusChanged, call->line, call->id, 2,
-                             recordedIds, recordedLines));
+    events.publish(writeEvent(protocol::events::securityStatusChanged, call->line, call->id, 2,
+                              recordedIds, recordedLines));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setInServiceInitiated(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::setIsInServiceInitiatedState));
     if (auto full = tableProblem("the in-service", inServiceInitiated.size(),
                                  inServiceInitiated.count(line) > 0, line)) {
         refuse(*full);
         return std::nullopt;
     }
-    inServiceInitiated[line] = request.flag("IsInServiceInitiatedState");
+    inServiceInitiated[line] = request.flag(tagOf<1>(requests::setIsInServiceInitiatedState));
     return std::nullopt;
 }
 
 std::optional<std::string> PhoneService::systemStatus(const ParsedRequest& request) {
-    const std::string& status = request.text("SystemStatus");
+    const std::string& status = request.text(tagOf<0>(requests::systemStatus));
     if (status.empty()) return refuse("the request names no system status");
     systemState = status;
-    events.publish(
-        eventText(protocol::events::systemStatus, status, request.text("SystemStatusInfo")));
+    events.publish(writeEvent(protocol::events::systemStatus, status,
+                              request.text(tagOf<1>(requests::systemStatus))));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setServiceState(const ParsedRequest& request) {
-    serviceState = request.text("state");
+    serviceState = request.text(tagOf<0>(requests::setServiceState));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::setAgentState(const ParsedRequest& request) {
     static const std::vector<std::string> states = {"loggedOn", "loggedOff", "ready", "notReady",
                                                     "workingAfterCall"};
-    const std::string& line = request.text("Line");
-    const std::string& state = request.text("agentState");
+    const std::string& line = request.text(tagOf<0>(requests::setAgentState));
+    const std::string& state = request.text(tagOf<1>(requests::setAgentState));
     if (!knownLine(line)) return refuse(lineProblem(line));
     if (std::find(states.begin(), states.end(), state) == states.end()) {
         return refuse("'" + state + "' is not an agent state (" + joinFrom(states, 0) + ")");
     }
     lines[line].agentState = state;
-    events.publish(eventText(protocol::events::agentState, line, state));
+    events.publish(writeEvent(protocol::events::agentState, line, state));
     return kSuccess;
 }
 

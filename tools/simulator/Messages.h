@@ -40,16 +40,17 @@ template <typename Number> std::string decimal(Number value) {
         return std::to_string(static_cast<long long>(value));
 }
 
-template <protocol::Kind K, typename Value>
+template <protocol::FieldKind K, typename Value>
 void writeEventField(std::string& text, const protocol::EventField<K>& field, const Value& value) {
-    using protocol::Kind;
-    if constexpr (K == Kind::text) {
+    using protocol::FieldKind;
+    if constexpr (K == FieldKind::text) {
         element(text, field.tag, value);
-    } else if constexpr (K == Kind::number || K == Kind::counter || K == Kind::flag) {
+    } else if constexpr (K == FieldKind::number || K == FieldKind::counter ||
+                         K == FieldKind::flag) {
         element(text, field.tag, decimal(value));
-    } else if constexpr (K == Kind::numberList || K == Kind::textList) {
+    } else if constexpr (K == FieldKind::numberList || K == FieldKind::textList) {
         element(text, field.tag, desktop::serializeList(value));
-    } else if constexpr (K == Kind::payload) {
+    } else if constexpr (K == FieldKind::payload) {
         // The payload is the rest of the message, behind the field before it.
         text.append(value);
     } else {
@@ -72,9 +73,14 @@ void writeAnswerField(std::string& text, const protocol::answers::Field<R>& fiel
 
 } // namespace messages
 
+// The answer of a query that says yes or no.
+inline std::string flagAnswer(bool value) {
+    return std::string(value ? protocol::kTrueWord : protocol::kFalseWord);
+}
+
 // The event's text with one value per field, in the fields' order.
 template <typename Callback, typename... Fields, typename... Values>
-std::string eventText(const protocol::Event<Callback, Fields...>& event, const Values&... values) {
+std::string writeEvent(const protocol::Event<Callback, Fields...>& event, const Values&... values) {
     static_assert(sizeof...(Fields) == sizeof...(Values), "one value per field of the event");
     std::string text;
     text.append(protocol::kMethodOpen).append(event.method).append(protocol::kMethodClose);
@@ -86,8 +92,8 @@ std::string eventText(const protocol::Event<Callback, Fields...>& event, const V
 
 // A tagged answer: the result word, then one value per field (none after a failure).
 template <typename... Fields, typename... Values>
-std::string answerText(const protocol::answers::Tagged<Fields...>& shape, std::string_view result,
-                       const Values&... values) {
+std::string writeAnswer(const protocol::answers::Tagged<Fields...>& shape, std::string_view result,
+                        const Values&... values) {
     static_assert(sizeof...(Values) == 0 || sizeof...(Fields) == sizeof...(Values),
                   "one value per field of the answer, or none");
     std::string text;

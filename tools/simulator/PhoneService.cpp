@@ -102,7 +102,7 @@ const std::map<std::string, PhoneService::Handler>& PhoneService::handlers() {
         {std::string(requests::setAgentState.method), &PhoneService::setAgentState},
         {std::string(requests::RemoveConfParticipant.method),
          &PhoneService::removeConferenceParticipant},
-        {"SigEvent", &PhoneService::signalling},
+        {std::string(kSignallingMethod), &PhoneService::signalling},
     };
     return table;
 }
@@ -177,9 +177,9 @@ PhoneService::Call* PhoneService::findCall(const std::string& line, int id) {
     return &found->second;
 }
 
-PhoneService::Call* PhoneService::requestedCall(const ParsedRequest& request, const char* idTag,
-                                                const char* role) {
-    const std::string& line = request.text("Line");
+PhoneService::Call* PhoneService::requestedCall(const ParsedRequest& request,
+                                                std::string_view idTag, const char* role) {
+    const std::string& line = request.text(tagOf<0>(requests::answerCall));
     const int id = request.number(idTag);
     Call* call = findCall(line, id);
     if (call == nullptr) lastRefusal = missingCall(line, id) + role;
@@ -198,20 +198,20 @@ void PhoneService::publishCallState(const Call& call, int reason,
     const Party local = linePartyFor(call.line);
     const Party& calling = call.incoming ? call.remote : local;
     const Party& called = call.incoming ? local : call.remote;
-    events.publish(eventText(protocol::events::callStateChange, call.line, call.id, call.state,
-                             reason, 0, call.remote.uri, call.remote.name, call.remote.fullPai(),
-                             Parties{calling.uri, calling.name, called.uri, called.name},
-                             call.priority, preemptionText.empty() ? 0L : 1L, preemptionText,
-                             call.state == kBusy || call.state == kRingback, 0, 0));
+    events.publish(writeEvent(protocol::events::callStateChange, call.line, call.id, call.state,
+                              reason, 0, call.remote.uri, call.remote.name, call.remote.fullPai(),
+                              Parties{calling.uri, calling.name, called.uri, called.name},
+                              call.priority, preemptionText.empty() ? 0L : 1L, preemptionText,
+                              call.state == kBusy || call.state == kRingback, 0, 0));
 }
 
 void PhoneService::publishFeature(const std::string& line, int callId, int feature) {
-    events.publish(eventText(protocol::events::featureSuccess, line, callId, feature));
+    events.publish(writeEvent(protocol::events::featureSuccess, line, callId, feature));
 }
 
 void PhoneService::publishFeatureFailure(const std::string& line, int callId, int feature,
                                          int failure) {
-    events.publish(eventText(protocol::events::featureFailed, line, callId, feature, failure));
+    events.publish(writeEvent(protocol::events::featureFailed, line, callId, feature, failure));
 }
 
 void PhoneService::setState(Call& call, CallState state, int reason) {
@@ -231,7 +231,7 @@ void PhoneService::clear(int id, int reason) {
 void PhoneService::hold(Call& call, bool manual) {
     call.manualHold = manual;
     call.state = kHeld;
-    events.publish(eventText(protocol::events::callHeld, call.line, call.id));
+    events.publish(writeEvent(protocol::events::callHeld, call.line, call.id));
     publishCallState(call, kCauseNone);
 }
 
@@ -243,8 +243,8 @@ void PhoneService::retrieve(Call& call) {
     }
     call.manualHold = false;
     call.state = kConnected;
-    events.publish(eventText(protocol::events::callRetrieved, call.line, call.id, call.remote.uri,
-                             call.remote.name, call.remote.fullPai(), 0, 0, false));
+    events.publish(writeEvent(protocol::events::callRetrieved, call.line, call.id, call.remote.uri,
+                              call.remote.name, call.remote.fullPai(), 0, 0, false));
     publishCallState(call, kCauseNone);
 }
 
@@ -279,9 +279,9 @@ void PhoneService::farEndAnswers(int id) {
 }
 
 void PhoneService::publishMissed(const Call& call, int reason) {
-    events.publish(eventText(protocol::events::incomingCallMissed, call.line, call.id,
-                             call.remote.uri, call.remote.name, call.remote.fullPai(), reason, "",
-                             "", 0));
+    events.publish(writeEvent(protocol::events::incomingCallMissed, call.line, call.id,
+                              call.remote.uri, call.remote.name, call.remote.fullPai(), reason, "",
+                              "", 0));
 }
 
 void PhoneService::ringIncoming(Call& call, bool missed) {
@@ -295,9 +295,9 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
     });
     auto forwardTo = [this, id, line](const std::string& target) {
         Call forwarded = calls[id];
-        events.publish(eventText(protocol::events::callForwarded, line, id, forwarded.remote.uri,
-                                 forwarded.remote.name, forwarded.remote.fullPai(),
-                                 partyFor(target).uri, kCauseForwarded));
+        events.publish(writeEvent(protocol::events::callForwarded, line, id, forwarded.remote.uri,
+                                  forwarded.remote.name, forwarded.remote.fullPai(),
+                                  partyFor(target).uri, kCauseForwarded));
         calls.erase(id);
     };
     if (lines[line].doNotDisturb) {
@@ -313,15 +313,15 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
         for (const auto& [otherId, other] : calls) {
             if (otherId != id && other.line == line) {
                 events.publish(
-                    eventText(protocol::events::incomingAssociatedCall, line, otherId, id));
+                    writeEvent(protocol::events::incomingAssociatedCall, line, otherId, id));
                 break;
             }
         }
     }
     call.state = kRinging;
-    events.publish(eventText(protocol::events::incomingCall, line, id, call.remote.uri,
-                             call.remote.name, call.remote.fullPai(), "", "", false, 0, "", "", 0,
-                             false, call.priority, 0, 0, false));
+    events.publish(writeEvent(protocol::events::incomingCall, line, id, call.remote.uri,
+                              call.remote.name, call.remote.fullPai(), "", "", false, 0, "", "", 0,
+                              false, call.priority, 0, 0, false));
     publishCallState(call, kCauseNone);
     if (missed) {
         schedule(settings.ringTime, [this, id] {
@@ -344,7 +344,7 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
 std::optional<std::string> PhoneService::activate(const ParsedRequest&) {
     for (auto& [line, state] : lines) {
         state.registered = true;
-        events.publish(eventText(protocol::events::registrationStateChange, line, 0, true, 200));
+        events.publish(writeEvent(protocol::events::registrationStateChange, line, 0, true, 200));
     }
     return kSuccess;
 }
@@ -353,7 +353,7 @@ std::optional<std::string> PhoneService::deactivate(const ParsedRequest&) {
     for (auto& [line, state] : lines) {
         if (!state.registered) continue;
         state.registered = false;
-        events.publish(eventText(protocol::events::registrationStateChange, line, 0, false, 0));
+        events.publish(writeEvent(protocol::events::registrationStateChange, line, 0, false, 0));
     }
     return kSuccess;
 }

@@ -126,7 +126,7 @@ protected:
     std::map<std::string, int> lampModes;
     std::map<std::string, bool> inServiceInitiated;
     std::map<std::string, int> featureCallIds;
-    std::string serviceState = "sfiServiceInService";
+    std::string serviceState{CommunicationsService::protocol::kServiceStateNames[0]};
     std::string systemState = "normal";
     bool microphoneMuted = false;
     bool associatedCalls = false;
@@ -236,9 +236,11 @@ private:
     Party linePartyFor(const std::string& line) const;
     bool knownLine(const std::string& line) const;
     Call* findCall(const std::string& line, int id);
-    // The call the request names by "Line" and the identifier in idTag; when there is none
-    // the refusal says why (with the call's role, if given) and the result is null.
-    Call* requestedCall(const ParsedRequest& request, const char* idTag = "CallID",
+    // The call the request names by its line, the first field, and the identifier in idTag
+    // (by default the second field, as most requests have it); when there is none the
+    // refusal says why (with the call's role, if given) and the result is null.
+    Call* requestedCall(const ParsedRequest& request,
+                        std::string_view idTag = tagOf<1>(requests::answerCall),
                         const char* role = "");
     // Why a connected or held call cannot move on to `destination` for `feature` (a
     // consultation or a transfer), as the answer to give; nothing when it can.

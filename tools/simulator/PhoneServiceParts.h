@@ -11,11 +11,13 @@
 #include <vector>
 
 #include "CallStates.h"
+#include "CommunicationsService/protocol/Description.h"
 
 namespace simulator::parts {
 
-inline constexpr const char* kSuccess = "sfiSuccess";
-inline constexpr const char* kFailure = "sfiFailure";
+inline constexpr const char* kSuccess =
+    CommunicationsService::protocol::resultWord(sfiSuccess).data();
+inline constexpr const char* kFailure = CommunicationsService::protocol::kFailureWord.data();
 inline constexpr const char* kVoiceMailNumber = "8000";
 inline constexpr std::size_t kMaxCallbacks = 3;
 // CallPartyInfo holds 64 characters per party text; longer ones are cut.
@@ -38,8 +40,9 @@ inline std::optional<int> toInt(const std::string& word) {
 }
 
 inline std::optional<bool> toFlag(const std::string& word) {
-    if (word == "1" || word == "on" || word == "true" || word == "yes") return true;
-    if (word == "0" || word == "off" || word == "false" || word == "no") return false;
+    namespace protocol = CommunicationsService::protocol;
+    if (word == "1" || word == "on" || word == protocol::kTrueWord || word == "yes") return true;
+    if (word == "0" || word == "off" || word == protocol::kFalseWord || word == "no") return false;
     return std::nullopt;
 }
 

@@ -10,26 +10,28 @@ namespace simulator {
 using namespace parts;
 
 std::optional<std::string> PhoneService::getMute(const ParsedRequest&) {
-    return microphoneMuted ? "true" : "false";
+    return flagAnswer(microphoneMuted);
 }
 
 std::optional<std::string> PhoneService::getDoNotDisturb(const ParsedRequest& request) {
-    const std::string& device = request.text("deviceID");
+    const std::string& device = request.text(tagOf<0>(requests::getDoNotDisturb));
     if (!knownLine(device)) return refuse(lineProblem(device));
-    return lines[device].doNotDisturb ? "true" : "false";
+    return flagAnswer(lines[device].doNotDisturb);
 }
 
 std::optional<std::string> PhoneService::getForwarding(const ParsedRequest& request) {
     // The query names no line; it answers for the phone's first line.
     const std::string line = settings.lines.empty() ? std::string() : settings.lines.front();
-    auto type = forwarding[line].find(request.number("fwType"));
+    auto type =
+        forwarding[line].find(request.number(tagOf<0>(requests::getForwardingConfiguration)));
     if (type == forwarding[line].end()) {
-        refuse("forwarding type " + std::to_string(request.number("fwType")) +
+        refuse("forwarding type " +
+               std::to_string(request.number(tagOf<0>(requests::getForwardingConfiguration))) +
                " does not exist (0 unconditional, 1 busy, 2 no reply)");
-        return answerText(protocol::requests::getForwardingConfiguration.answer, kFailure);
+        return writeAnswer(protocol::requests::getForwardingConfiguration.answer, kFailure);
     }
-    return answerText(protocol::requests::getForwardingConfiguration.answer, kSuccess,
-                      type->second.status, type->second.uri, type->second.ringCount);
+    return writeAnswer(protocol::requests::getForwardingConfiguration.answer, kSuccess,
+                       type->second.status, type->second.uri, type->second.ringCount);
 }
 
 std::optional<std::string> PhoneService::getServiceState(const ParsedRequest&) {
@@ -38,9 +40,9 @@ std::optional<std::string> PhoneService::getServiceState(const ParsedRequest&) {
 
 std::optional<std::string> PhoneService::getMessageWaiting(const ParsedRequest&) {
     const MessageWaiting& mwi = messageWaiting;
-    return answerText(protocol::requests::getMessageWaitingIndicator.answer, kSuccess, 1,
-                      mwi.newMessages, mwi.oldMessages, mwi.newUrgent, mwi.oldUrgent, 0, 1,
-                      mwi.newMessages + mwi.newUrgent > 0, kVoiceMailNumber);
+    return writeAnswer(protocol::requests::getMessageWaitingIndicator.answer, kSuccess, 1,
+                       mwi.newMessages, mwi.oldMessages, mwi.newUrgent, mwi.oldUrgent, 0, 1,
+                       mwi.newMessages + mwi.newUrgent > 0, kVoiceMailNumber);
 }
 
 std::optional<std::string> PhoneService::getDevices(const ParsedRequest&) {
@@ -51,22 +53,22 @@ std::optional<std::string> PhoneService::getDevices(const ParsedRequest&) {
 }
 
 std::optional<std::string> PhoneService::isCallHoldPossible(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::isCallHoldPossible));
     const bool possible = std::any_of(calls.begin(), calls.end(), [&](const auto& entry) {
         return entry.second.line == line && entry.second.state == kConnected;
     });
-    return possible ? "true" : "false";
+    return flagAnswer(possible);
 }
 
 std::optional<std::string> PhoneService::getManualHold(const ParsedRequest& request) {
     Call* call = requestedCall(request);
-    return call != nullptr && call->state == kHeld && call->manualHold ? "true" : "false";
+    return flagAnswer(call != nullptr && call->state == kHeld && call->manualHold);
 }
 
 // Answers a CSTA document with the response named after its root element, or with a
 // CSTA error when the document has none.
 std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::SendCSTARequest));
     if (!knownLine(line)) return refuse(lineProblem(line));
     const std::string& document = request.payload;
     std::size_t open = 0;
@@ -88,24 +90,26 @@ std::optional<std::string> PhoneService::cstaRequest(const ParsedRequest& reques
     } else {
         response = "<" + root + "Response " + ns + "/>";
     }
-    events.publish(eventText(protocol::events::b2buaCSTAResponse, line, !root.empty(), response));
+    events.publish(writeEvent(protocol::events::b2buaCSTAResponse, line, !root.empty(), response));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::serverFeatures(const ParsedRequest& request) {
-    const std::string& line = request.text("Line");
+    const std::string& line = request.text(tagOf<0>(requests::InitializeOrFinalizeServerFeatures));
     if (!knownLine(line)) return refuse(lineProblem(line));
-    events.publish(eventText(protocol::events::serverFeatureStatus, line,
-                             request.flag("initialize") ? "initialized" : "finalized"));
+    events.publish(writeEvent(protocol::events::serverFeatureStatus, line,
+                              request.flag(tagOf<1>(requests::InitializeOrFinalizeServerFeatures))
+                                  ? "initialized"
+                                  : "finalized"));
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::callbackFeatureCallId(const ParsedRequest& request) {
-    const std::string& callId = request.text("CallID");
+    const std::string& callId = request.text(tagOf<0>(requests::callbackDOFeatureCallID));
     if (auto full = tableProblem("the feature call", featureCallIds.size(),
                                  featureCallIds.count(callId) > 0, callId))
         return refuse(*full);
-    featureCallIds[callId] = request.number("instanceId");
+    featureCallIds[callId] = request.number(tagOf<1>(requests::callbackDOFeatureCallID));
     return kSuccess;
 }
 

@@ -1,6 +1,8 @@
 #include "RequestParser.h"
 
+#include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <stdexcept>
 #include <tuple>
 
@@ -74,6 +76,15 @@ bool isDecimal(std::string_view value) {
     return !value.empty() && parsed.ec == std::errc() && parsed.ptr == end;
 }
 
+template <std::size_t N> bool oneOf(const std::string_view (&words)[N], std::string_view value) {
+    return std::find(std::begin(words), std::end(words), value) != std::end(words);
+}
+
+// "A or B".
+std::string either(std::string_view first, std::string_view second) {
+    return std::string(first) + " or " + std::string(second);
+}
+
 // Why the value does not fit its kind; empty when it does.
 std::string checkValue(const Field& field, std::string_view value) {
     const std::string tag = "<" + std::string(field.tag) + ">";
@@ -86,15 +97,18 @@ std::string checkValue(const Field& field, std::string_view value) {
         return isDecimal(value) ? std::string()
                                 : tag + " must be a decimal number, not " + quote(value);
     case Encoding::flag:
-        return value == "0" || value == "1" ? std::string()
-                                            : tag + " must be 0 or 1, not " + quote(value);
-    case Encoding::word:
-        return value == "TRUE" || value == "FALSE"
+        return oneOf(protocol::kFlagDigits, value)
                    ? std::string()
-                   : tag + " must be TRUE or FALSE, not " + quote(value);
+                   : tag + " must be " +
+                         either(protocol::kFlagDigits[0], protocol::kFlagDigits[1]) + ", not " +
+                         quote(value);
+    case Encoding::word:
+        return oneOf(protocol::kFlagWords, value)
+                   ? std::string()
+                   : tag + " must be " + either(protocol::kFlagWords[1], protocol::kFlagWords[0]) +
+                         ", not " + quote(value);
     case Encoding::stateName:
-        return value == "sfiServiceInService" || value == "sfiServiceOutOfService" ||
-                       value == "sfiServiceDoNotDisturb"
+        return oneOf(protocol::kServiceStateNames, value)
                    ? std::string()
                    : tag + " must name a service state, not " + quote(value);
     }
@@ -118,18 +132,20 @@ ParsedRequest fail(ParsedRequest request, std::string error) {
 ParsedRequest parseRequest(std::string_view text) {
     ParsedRequest request;
     if (text.substr(0, kSignalling.size()) == kSignalling) {
-        request.method = "SigEvent";
+        request.method = std::string(kSignallingMethod);
         request.payload = std::string(text.substr(kSignalling.size()));
         request.oneWay = true;
         return request;
     }
     if (text.empty()) return fail(std::move(request), "empty request");
     if (text.substr(0, kMethodOpen.size()) != kMethodOpen) {
-        return fail(std::move(request), "the request does not start with <Method>: " + quote(text));
+        return fail(std::move(request), "the request does not start with " +
+                                            std::string(kMethodOpen) + ": " + quote(text));
     }
     const std::size_t methodEnd = text.find(kMethodClose);
     if (methodEnd == std::string_view::npos) {
-        return fail(std::move(request), "the <Method> element is not closed");
+        return fail(std::move(request),
+                    "the " + std::string(kMethodOpen) + " element is not closed");
     }
     const std::string_view method = text.substr(kMethodOpen.size(), methodEnd - kMethodOpen.size());
     const Definition* definition = findDefinition(method);
@@ -182,7 +198,7 @@ int ParsedRequest::number(std::string_view tag) const {
 
 bool ParsedRequest::flag(std::string_view tag) const {
     const std::string& value = text(tag);
-    return value == "1" || value == "TRUE";
+    return value == protocol::kFlagDigits[1] || value == protocol::kFlagWords[1];
 }
 
 } // namespace simulator

@@ -9,17 +9,31 @@
 #include <utility>
 #include <vector>
 
+#include "CommunicationsService/protocol/Requests.h"
+
 namespace simulator {
+
+namespace requests = CommunicationsService::protocol::requests;
+
+// The tag of a request's I-th field, as the description spells it.
+template <std::size_t I, typename Request>
+constexpr std::string_view tagOf(const Request& request) {
+    return std::get<I>(request.fields).tag;
+}
+
+// The method a parsed signalling pass-through is given: its prefix without the colon.
+inline constexpr std::string_view kSignallingMethod =
+    requests::kSignalling.substr(0, requests::kSignalling.size() - 1);
 
 struct ParsedRequest {
     // What was wrong with the text; empty for a well-formed request.
     std::string error;
-    // "AnswerCall", ...; "SigEvent" for signalling data; may be set even on error.
+    // The method name; kSignallingMethod for signalling data; may be set even on error.
     std::string method;
     // The fields in message order, tag without brackets and value as sent.
     std::vector<std::pair<std::string, std::string>> fields;
     // The CSTA document behind "</Line>" of the pass-through requests, or the bytes
-    // behind "SigEvent:".
+    // behind the signalling prefix.
     std::string payload;
     // Sent without awaiting an answer.
     bool oneWay = false;

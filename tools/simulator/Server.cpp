@@ -23,7 +23,8 @@ using desktop::wire::Frame;
 using desktop::wire::Kind;
 using Socket = asio::local::stream_protocol::socket;
 
-constexpr const char* kProtocol = "CommunicationsServiceProtocol";
+const std::string kFailure(CommunicationsService::protocol::kFailureWord);
+constexpr std::string_view kProtocol = CommunicationsService::protocol::kProtocolName;
 
 // Removes nothing but a stale socket: a path that is not a socket is refused and left as
 // it is, and a socket that another service still serves is not taken over.
@@ -307,8 +308,8 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     session->lastRequest = frame.text;
     if (verbose) log(client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
-        log(client + (awaited ? " -> sfiFailure: " : " -> ignored: ") + problem);
-        if (awaited) answer(session, frame.id, "sfiFailure", answerDelay, problem);
+        log(client + (awaited ? " -> " + kFailure + ": " : std::string(" -> ignored: ")) + problem);
+        if (awaited) answer(session, frame.id, kFailure, answerDelay, problem);
     };
     if (awaited && session->forcedAnswer) {
         log(client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");

@@ -23,17 +23,66 @@
 
 namespace CommunicationsService::protocol {
 
+/// The name the channel carries the protocol under.
+inline constexpr std::string_view kProtocolName = "CommunicationsServiceProtocol";
+/// How long a timed request and a subscription wait for their answer, in the channel's units.
+inline constexpr int kTimeout = 100000;
+
+/// The element of the envelope that names a message's method.
+inline constexpr std::string_view kMethodTag = "Method";
 /// The envelope every request and event starts with.
 inline constexpr std::string_view kMethodOpen = "<Method>";
 /// Closes the method element.
 inline constexpr std::string_view kMethodClose = "</Method>";
 
+/// A result word of an answer and the #sfiResult it stands for.
+struct ResultWord {
+    std::string_view word; ///< the word, compared whole
+    int code;              ///< the result it gives
+};
+
+/// The words that answer a request with a result, compared in this order; any other answer
+/// is a failure. The misspellings are the service's own.
+inline constexpr ResultWord kResultWords[] = {
+    {"sfiSuccess", sfiSuccess},
+    {"sfiFailureCallBackInvalidState", sfiFailureCallBackInvalidState},
+    {"sfiFailureCallBackNoCallInfo", sfiFailureCallBackNoCallInfo},
+    {"sfiFailureCallBackToMany", sfiFailureCallBackToMany},
+    {"sfiFailureCallBackAllreadyExists", sfiFailureCallBackAllreadyExists},
+};
+/// The word of a failure; in the answers of queries it fails them wherever it stands.
+inline constexpr std::string_view kFailureWord = "sfiFailure";
+
+/// The word the service answers with for a result code: kFailureWord for any but those of
+/// kResultWords.
+constexpr std::string_view resultWord(int code) {
+    for (const ResultWord& entry : kResultWords) {
+        if (entry.code == code) return entry.word;
+    }
+    return kFailureWord;
+}
+
+/// The names of the #sfiServiceState values, in the enumeration's order.
+inline constexpr std::string_view kServiceStateNames[] = {
+    "sfiServiceInService",
+    "sfiServiceOutOfService",
+    "sfiServiceDoNotDisturb",
+};
+
+/// The words of the answers that say yes or no.
+inline constexpr std::string_view kTrueWord = "true";
+inline constexpr std::string_view kFalseWord = "false"; ///< the other one
+/// How a request writes a flag: false, true.
+inline constexpr std::string_view kFlagDigits[] = {"0", "1"};
+/// How a request writes a yes or no as a word: false, true.
+inline constexpr std::string_view kFlagWords[] = {"FALSE", "TRUE"};
+
 /// How a request writes an argument between its field's tags.
 enum class Encoding : std::uint8_t {
     text,      ///< the bytes as they are; a null C string ends the request behind the open tag
     decimal,   ///< a signed decimal (int, enumeration or bool)
-    flag,      ///< "1" or "0"
-    word,      ///< "TRUE" or "FALSE"
+    flag,      ///< one of kFlagDigits
+    word,      ///< one of kFlagWords
     stateName, ///< the name of an #sfiServiceState ("" for other values)
     number,    ///< a signed decimal written by the framework's ClientUtils::itos
     payload,   ///< the bytes as they are, behind the last field, with no element around them
@@ -108,6 +157,12 @@ template <typename... Fields> struct Tagged {
         : resultTag(result), fields(outputs...) {}
 };
 
+/// Whether an answer shape is Tagged.
+template <typename Answer> inline constexpr bool isTagged = false;
+/// @cond ENTRIES
+template <typename... Fields> inline constexpr bool isTagged<Tagged<Fields...>> = true;
+/// @endcond
+
 } // namespace answers
 
 /// @cond ENTRIES
@@ -138,7 +193,7 @@ enum class Match : std::uint8_t {
 };
 
 /// What an event field becomes for its callback argument, read with the invoker's readers.
-enum class Kind : std::uint8_t {
+enum class FieldKind : std::uint8_t {
     text,       ///< the text between the tags (missing: "")
     number,     ///< strtol of it, saturated to 32 bits (missing: -1)
     counter,    ///< a number whose 32 bits go to an unsigned int (missing: 4294967295)
@@ -151,10 +206,10 @@ enum class Kind : std::uint8_t {
 };
 
 /// One field of an event, feeding one callback argument.
-template <Kind K> struct EventField {
-    static constexpr Kind kind = K; ///< what the field becomes
-    std::string_view tag;           ///< element name without brackets (payload: the closing text)
-    std::string_view argument;      ///< the callback's parameter it feeds
+template <FieldKind K> struct EventField {
+    static constexpr FieldKind kind = K; ///< what the field becomes
+    std::string_view tag;      ///< element name without brackets (payload: the closing text)
+    std::string_view argument; ///< the callback's parameter it feeds
 };
 
 /// The elements behind a CallPartyInfo, in the order they are read: calling party,
@@ -165,15 +220,17 @@ inline constexpr std::string_view kPartyTags[] = {"GPUCLG", "GPUCLGName", "GPUCL
 // Helpers that spell event fields in the table.
 namespace event_fields {
 using request_fields::Spelling;
-inline constexpr Spelling<EventField<Kind::text>> text{};
-inline constexpr Spelling<EventField<Kind::number>> number{};
-inline constexpr Spelling<EventField<Kind::counter>> counter{};
-inline constexpr Spelling<EventField<Kind::flag>> flag{};
-inline constexpr Spelling<EventField<Kind::numberList>> numberList{};
-inline constexpr Spelling<EventField<Kind::textList>> textList{};
+inline constexpr Spelling<EventField<FieldKind::text>> text{};
+inline constexpr Spelling<EventField<FieldKind::number>> number{};
+inline constexpr Spelling<EventField<FieldKind::counter>> counter{};
+inline constexpr Spelling<EventField<FieldKind::flag>> flag{};
+inline constexpr Spelling<EventField<FieldKind::numberList>> numberList{};
+inline constexpr Spelling<EventField<FieldKind::textList>> textList{};
 // The closing text behind which the payload begins, such as "/success>".
-inline constexpr Spelling<EventField<Kind::payload>> payloadAfter{};
-constexpr EventField<Kind::parties> parties(std::string_view argument) { return {{}, argument}; }
+inline constexpr Spelling<EventField<FieldKind::payload>> payloadAfter{};
+constexpr EventField<FieldKind::parties> parties(std::string_view argument) {
+    return {{}, argument};
+}
 } // namespace event_fields
 /// @endcond
 
@@ -238,15 +295,15 @@ template <typename... Fields> struct Outputs<answers::Tagged<Fields...>> {
     using types = std::tuple<typename ReadingOutput<Fields::reading>::type&...>;
 };
 
-template <Kind K> struct KindValue;
-template <> struct KindValue<Kind::text> { using type = const std::string&; };
-template <> struct KindValue<Kind::number> { using type = int; };
-template <> struct KindValue<Kind::counter> { using type = unsigned int; };
-template <> struct KindValue<Kind::flag> { using type = bool; };
-template <> struct KindValue<Kind::numberList> { using type = std::vector<int>&; };
-template <> struct KindValue<Kind::textList> { using type = std::vector<std::string>&; };
-template <> struct KindValue<Kind::payload> { using type = std::string&; };
-template <> struct KindValue<Kind::parties> { using type = CallPartyInfo*; };
+template <FieldKind K> struct KindValue;
+template <> struct KindValue<FieldKind::text> { using type = const std::string&; };
+template <> struct KindValue<FieldKind::number> { using type = int; };
+template <> struct KindValue<FieldKind::counter> { using type = unsigned int; };
+template <> struct KindValue<FieldKind::flag> { using type = bool; };
+template <> struct KindValue<FieldKind::numberList> { using type = std::vector<int>&; };
+template <> struct KindValue<FieldKind::textList> { using type = std::vector<std::string>&; };
+template <> struct KindValue<FieldKind::payload> { using type = std::string&; };
+template <> struct KindValue<FieldKind::parties> { using type = CallPartyInfo*; };
 
 template <typename Signature> struct Parameters;
 // An operation whose argument is not written into the text (subscribe) is left unchecked.
@@ -361,6 +418,23 @@ template <typename Table> constexpr std::size_t rowOf(const Table& table, std::s
         row = at;
     }
     return row;
+}
+
+/// Runs `visit(entry)` for the entry at `row` of a table such as requests::all or
+/// events::all; nothing for a row past its end.
+template <typename Table, typename Visit>
+void visitRow(const Table& table, std::size_t row, Visit&& visit) {
+    std::apply(
+        [&](const auto&... entry) {
+            std::size_t at = 0;
+            ((at++ == row ? visit(entry) : void()), ...);
+        },
+        table);
+}
+
+/// The number of entries of a table such as requests::all or events::all.
+template <typename Table> constexpr std::size_t rowCount(const Table&) {
+    return std::tuple_size_v<Table>;
 }
 
 } // namespace CommunicationsService::protocol

@@ -70,8 +70,8 @@ inline constexpr Request setServiceState{&Ifc::setServiceState, "SetServiceState
 
 // Queries.
 inline constexpr Request getMicrophoneMute{&Ifc::getMicrophoneMute, "GetMicrophoneMute", ask, answers::FlagWord{"", "muted"}};
-inline constexpr Request getDoNotDisturb{&Ifc::getDoNotDisturb, "GetDoNotDisturb", ask, answers::FlagWord{"false", "doNotDisturbOn"}, text("deviceID", "deviceId")};
-inline constexpr Request getServiceState{&Ifc::getServiceState, "GetServiceState", ask, answers::StateWord{"false", "state"}};
+inline constexpr Request getDoNotDisturb{&Ifc::getDoNotDisturb, "GetDoNotDisturb", ask, answers::FlagWord{kFalseWord, "doNotDisturbOn"}, text("deviceID", "deviceId")};
+inline constexpr Request getServiceState{&Ifc::getServiceState, "GetServiceState", ask, answers::StateWord{kFalseWord, "state"}};
 inline constexpr Request getForwardingConfiguration{&Ifc::getForwardingConfiguration, "getForwardingConfiguration", ask, answers::Tagged{"sfiResult", answer<Reading::flag>("status", "status"), answer<Reading::text>("uri", "uri"), answer<Reading::number>("cfnrRingCount", "cfnrRingCount")}, decimal("fwType", "fwType")};
 inline constexpr Request getMessageWaitingIndicator{&Ifc::getMessageWaitingIndicator, "GetMessageWaitingIndicator", ask, answers::Tagged{"func_return_val", answer<Reading::textNumber>("Type", "type"), answer<Reading::textCounter>("newMsgs", "newMsgs"), answer<Reading::textCounter>("oldMsgs", "oldMsgs"), answer<Reading::textCounter>("newUrgMsgs", "newUrgMsgs"), answer<Reading::textCounter>("oldUrgMsgs", "oldUrgMsgs"), answer<Reading::textNumber>("return_type", "returnType"), answer<Reading::textNumber>("available_info", "availableInfo"), answer<Reading::textNumber>("messages_waiting", "messagesWaiting"), answer<Reading::text>("voiceMailNumber", "voiceMailNumber")}};
 inline constexpr Request getDevices{&Ifc::getDevices, "GetDevices", ask, answers::ItemList{"devices"}};

@@ -119,7 +119,8 @@ inline const std::vector<CallbackArguments>& recordedCallbacks() {
                     [&](const auto&... fields) {
                         (
                             [&](const auto& field) {
-                                if (field.kind == CommunicationsService::protocol::Kind::parties)
+                                if (field.kind ==
+                                    CommunicationsService::protocol::FieldKind::parties)
                                     named.arguments.insert(named.arguments.end(),
                                                            std::begin(kPartyFieldNames),
                                                            std::end(kPartyFieldNames));

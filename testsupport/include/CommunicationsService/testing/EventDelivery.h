@@ -61,7 +61,7 @@ extern "C" FRAMEWORK_API Invoker* createCommunicationsServiceEventInvoker();
 namespace communications::testing {
 
 /// The 28 events by name, as the protocol describes them (events::incomingCall,
-/// events::callStateChange, ...), for deliver() and eventText().
+/// events::callStateChange, ...), for deliver() and writeEvent().
 namespace events = ::CommunicationsService::protocol::events;
 
 /// One argument of an event: its name and its value. Written in braces, `{"callId", 12}`.
@@ -102,7 +102,7 @@ public:
 
 namespace detail {
 
-using CommunicationsService::protocol::Kind;
+using CommunicationsService::protocol::FieldKind;
 
 // The names under which a test sets the four party elements, in kPartyTags' order.
 inline constexpr std::string_view kPartyNames[] = {"callingParty", "callingPartyName",
@@ -113,7 +113,9 @@ class Writer {
 public:
     Writer(std::string_view method, const std::vector<EventArgument>& arguments, bool whole)
         : method(method), arguments(arguments), used(arguments.size(), false), whole(whole) {
-        text.append("<Method>").append(method).append("</Method>");
+        text.append(CommunicationsService::protocol::kMethodOpen)
+            .append(method)
+            .append(CommunicationsService::protocol::kMethodClose);
         for (auto one = this->arguments.begin(); one != this->arguments.end(); ++one) {
             for (auto other = this->arguments.begin(); other != one; ++other) {
                 if (other->name == one->name) fail("names '" + one->name + "' twice");
@@ -140,27 +142,28 @@ public:
     }
 
     // The value as the element's text; wrong kinds of value are refused.
-    std::string encode(std::string_view name, Kind kind, const EventArgument::Value& value) const {
+    std::string encode(std::string_view name, FieldKind kind,
+                       const EventArgument::Value& value) const {
         const auto refuse = [&](const char* wanted) {
             fail("argument '" + std::string(name) + "' takes " + wanted);
         };
         switch (kind) {
-        case Kind::number:
+        case FieldKind::number:
             if (!std::holds_alternative<int>(value)) refuse("an int");
             return std::to_string(std::get<int>(value));
-        case Kind::counter:
+        case FieldKind::counter:
             // The service's counters are 32 bits read as a signed number.
             if (std::holds_alternative<unsigned int>(value))
                 return std::to_string(static_cast<std::int32_t>(std::get<unsigned int>(value)));
             if (!std::holds_alternative<int>(value)) refuse("an unsigned int");
             return std::to_string(std::get<int>(value));
-        case Kind::flag:
+        case FieldKind::flag:
             if (!std::holds_alternative<bool>(value)) refuse("a bool");
-            return std::get<bool>(value) ? "1" : "0";
-        case Kind::numberList:
+            return std::string(CommunicationsService::protocol::kFlagDigits[std::get<bool>(value)]);
+        case FieldKind::numberList:
             if (!std::holds_alternative<std::vector<int>>(value)) refuse("a std::vector<int>");
             return desktop::serializeList(std::get<std::vector<int>>(value));
-        case Kind::textList:
+        case FieldKind::textList:
             if (!std::holds_alternative<std::vector<std::string>>(value))
                 refuse("a std::vector<std::string>");
             return desktop::serializeList(std::get<std::vector<std::string>>(value));
@@ -188,8 +191,10 @@ public:
     }
 
     // What an element the test left out holds in a whole event.
-    static const char* neutral(Kind kind) {
-        return kind == Kind::number || kind == Kind::counter || kind == Kind::flag ? "0" : "";
+    static const char* neutral(FieldKind kind) {
+        return kind == FieldKind::number || kind == FieldKind::counter || kind == FieldKind::flag
+                   ? "0"
+                   : "";
     }
 
     std::string_view method;
@@ -211,23 +216,24 @@ struct Payload {
 };
 
 template <typename Field> void findPayload(const Field& field, Payload& payload) {
-    if constexpr (Field::kind == Kind::payload) payload.closing = field.tag;
+    if constexpr (Field::kind == FieldKind::payload) payload.closing = field.tag;
 }
 
 template <typename Field> void writeField(Writer& writer, const Field& field, Payload& payload) {
-    if constexpr (Field::kind == Kind::parties) {
+    if constexpr (Field::kind == FieldKind::parties) {
         for (std::size_t party = 0; party < std::size(kPartyNames); ++party) {
             const EventArgument::Value* value = writer.take(kPartyNames[party]);
             if (value != nullptr || writer.whole) {
                 writer.element(CommunicationsService::protocol::kPartyTags[party],
                                value != nullptr
-                                   ? writer.encode(kPartyNames[party], Kind::text, *value)
+                                   ? writer.encode(kPartyNames[party], FieldKind::text, *value)
                                    : std::string());
             }
         }
-    } else if constexpr (Field::kind == Kind::payload) {
+    } else if constexpr (Field::kind == FieldKind::payload) {
         payload.value = writer.take(field.argument);
-        if (payload.value != nullptr) writer.encode(field.argument, Kind::payload, *payload.value);
+        if (payload.value != nullptr)
+            writer.encode(field.argument, FieldKind::payload, *payload.value);
     } else {
         const EventArgument::Value* value = writer.take(field.argument);
         const std::string_view closing = payload.closing;
@@ -239,9 +245,9 @@ template <typename Field> void writeField(Writer& writer, const Field& field, Pa
             payload.anchorNamed = value != nullptr || writer.whole;
             payload.anchorText = value != nullptr
                                      ? writer.encode(field.argument, Field::kind, *value)
-                                 : writer.whole              ? Writer::neutral(Field::kind)
-                                 : Field::kind == Kind::text ? ""
-                                                             : "-1";
+                                 : writer.whole                   ? Writer::neutral(Field::kind)
+                                 : Field::kind == FieldKind::text ? ""
+                                                                  : "-1";
         } else if (value != nullptr) {
             writer.element(field.tag, writer.encode(field.argument, Field::kind, *value));
         } else if (writer.whole) {
@@ -274,21 +280,21 @@ void deliver(Executable& subscriber, const Event& event,
 /// The whole text of the event, as deliver() hands it to the invoker. Throws
 /// std::invalid_argument as described for this file.
 template <typename Event>
-std::string eventText(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
+std::string writeEvent(const Event& event, std::initializer_list<EventArgument> arguments = {}) {
     return detail::compose(event, arguments, true);
 }
 
-/// The whole text of the event from arguments gathered at run time, as eventText().
+/// The whole text of the event from arguments gathered at run time, as writeEvent().
 template <typename Event>
-std::string eventTextFrom(const Event& event, const std::vector<EventArgument>& arguments) {
+std::string writeEventFrom(const Event& event, const std::vector<EventArgument>& arguments) {
     return detail::compose(event, arguments, true);
 }
 
 /// The text of the event with elements for the named arguments only, as
 /// deliverWithMissingFields() hands it to the invoker.
 template <typename Event>
-std::string eventTextWithMissingFields(const Event& event,
-                                       std::initializer_list<EventArgument> arguments = {}) {
+std::string writeEventWithMissingFields(const Event& event,
+                                        std::initializer_list<EventArgument> arguments = {}) {
     return detail::compose(event, arguments, false);
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
 // handleMessage the straightforward way, driven by the protocol description: the method
-// is read with the invoker's plain reader, every matching event runs, and each of its
-// fields is read by the plain readers through tag strings built for it, each search
-// starting at the front of the text. The benchmarks measure it; the fuzzers hold the
-// library to it.
+// is read with the invoker's field reader, every matching event runs, and each of its
+// fields is read by the field readers through tag strings built for it, each search
+// starting at the front of the text. The benchmarks set the library beside it.
 
 #include <cstdint>
 #include <cstdlib>
@@ -21,10 +20,10 @@
 #include "CommunicationsService/protocol/Events.h"
 #include "MessageFormat.h"
 
-namespace plain {
+namespace straightforward {
 
 namespace protocol = CommunicationsService::protocol;
-using protocol::Kind;
+using protocol::FieldKind;
 
 inline std::string open(std::string_view tag) { return std::string("<").append(tag).append(">"); }
 inline std::string close(std::string_view tag) { return std::string("</").append(tag).append(">"); }
@@ -50,23 +49,23 @@ using Record = std::unique_ptr<CallPartyInfo, FreeRecord>;
 
 template <typename Field>
 auto read(const Field& field, std::string& message, CallPartyInfo* record) {
-    if constexpr (Field::kind == Kind::text) {
+    if constexpr (Field::kind == FieldKind::text) {
         return text(field.tag, message);
-    } else if constexpr (Field::kind == Kind::number) {
+    } else if constexpr (Field::kind == FieldKind::number) {
         return number(field.tag, message);
-    } else if constexpr (Field::kind == Kind::counter) {
+    } else if constexpr (Field::kind == FieldKind::counter) {
         return static_cast<unsigned int>(number(field.tag, message));
-    } else if constexpr (Field::kind == Kind::flag) {
+    } else if constexpr (Field::kind == FieldKind::flag) {
         return number(field.tag, message) != 0;
-    } else if constexpr (Field::kind == Kind::numberList) {
+    } else if constexpr (Field::kind == FieldKind::numberList) {
         std::string encoded = text(field.tag, message);
         std::vector<int> values;
         Serializer::deserialize(encoded, values);
         return values;
-    } else if constexpr (Field::kind == Kind::textList) {
+    } else if constexpr (Field::kind == FieldKind::textList) {
         std::string encoded = text(field.tag, message);
         return Serializer::deserialize(encoded);
-    } else if constexpr (Field::kind == Kind::payload) {
+    } else if constexpr (Field::kind == FieldKind::payload) {
         // The cut is computed in 32 bits: a missing closing text wraps it to 8 bytes.
         const auto found = static_cast<std::uint32_t>(message.find(field.tag));
         message.erase(0, found + static_cast<std::uint32_t>(field.tag.size()));
@@ -90,7 +89,7 @@ void deliver(const Event& event, CommunicationsServiceEventIfc* subscriber, std:
     std::apply(
         [&](const auto&... field) {
             Record record;
-            if (((std::decay_t<decltype(field)>::kind == Kind::parties) || ...))
+            if (((std::decay_t<decltype(field)>::kind == FieldKind::parties) || ...))
                 record.reset(static_cast<CallPartyInfo*>(std::calloc(1, sizeof(CallPartyInfo))));
             // A braced list reads the fields from left to right.
             std::tuple<decltype(read(field, message, nullptr))...> values{
@@ -111,7 +110,7 @@ inline void handleMessage(Executable* subscriber, const char* msg, InvokerRespon
     if (msg == nullptr) throw std::logic_error("basic_string::_M_construct null not valid");
     std::string message(msg);
     auto* events = dynamic_cast<CommunicationsServiceEventIfc*>(subscriber);
-    const std::string method = text("Method", message);
+    const std::string method = text(protocol::kMethodTag, message);
     std::apply(
         [&](const auto&... event) {
             const bool chosen[] = {matches(event, method)...};
@@ -122,4 +121,4 @@ inline void handleMessage(Executable* subscriber, const char* msg, InvokerRespon
     if (response != nullptr) response->messageHandled();
 }
 
-} // namespace plain
+} // namespace straightforward

@@ -1,0 +1,408 @@
+#include "Scans.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+#include "CommunicationsService/protocol/Description.h"
+
+namespace fast {
+
+namespace {
+
+inline std::uint64_t loadWord(const char* bytes) {
+    std::uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+inline std::uint32_t loadHalf(const char* bytes) {
+    std::uint32_t half;
+    std::memcpy(&half, bytes, sizeof half);
+    return half;
+}
+
+// The first `count` (1 to 8) bytes of a word as it was read from memory.
+inline std::uint64_t leadingBytes(std::size_t count) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return ~std::uint64_t{0} >> (64 - 8 * count);
+#else
+    return ~std::uint64_t{0} << (64 - 8 * count);
+#endif
+}
+
+const char* findOpening(const char* from, const char* end) {
+    return from == end ? nullptr
+                       : static_cast<const char*>(
+                             std::memchr(from, '<', static_cast<std::size_t>(end - from)));
+}
+
+// Whether the `size` bytes at `at` are those of `bytes`, where a word can be read at both
+// from every offset below `size` (the text holds at least eight bytes behind `at`).
+inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
+    if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
+    // The first and the last word at once, then the words between.
+    if (((loadWord(at) ^ loadWord(bytes)) |
+         (loadWord(at + size - 8) ^ loadWord(bytes + size - 8))) != 0)
+        return false;
+    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
+        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
+    }
+    return true;
+}
+
+// Whether the `size` bytes at `bytes`, which lie in a pool of names, stand at `at`, with
+// `end` the end of the text.
+inline bool sameBytes(const char* at, const char* bytes, std::size_t size, const char* end) {
+    const auto room = static_cast<std::size_t>(end - at);
+    if (room >= 8 && room >= size) return sameWords(at, bytes, size);
+    // Near the end of the text, where a whole word cannot be read: up to seven bytes, as
+    // two halves that overlap.
+    if (room < size) return false;
+    if (size >= 4) {
+        return loadHalf(at) == loadHalf(bytes) &&
+               loadHalf(at + size - 4) == loadHalf(bytes + size - 4);
+    }
+    for (std::size_t i = 0; i < size; ++i) {
+        if (at[i] != bytes[i]) return false;
+    }
+    return true;
+}
+
+// Whether `name` followed by '>' stands at `at`. The pool holds the '>' behind the name,
+// so both are compared at once.
+inline bool standsAt(const char* pool, ElementName name, const char* at, const char* end) {
+    return sameBytes(at, pool + name.offset, name.size + std::size_t{1}, end);
+}
+
+// Openings in blocks: every '<' of 64 bytes at once as a bit mask, the way simdjson finds
+// the structural characters of JSON, so that the places of an event's tags are all known
+// before any of them is compared, and the compares do not wait on one another.
+#if defined(__SSE2__)
+std::uint64_t openingsOf64(const char* bytes) {
+    const __m128i openings = _mm_set1_epi8('<');
+    std::uint64_t mask = 0;
+    for (int part = 0; part < 4; ++part) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + 16 * part));
+        const auto bits =
+            static_cast<std::uint16_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, openings)));
+        mask |= std::uint64_t{bits} << (16 * part);
+    }
+    return mask;
+}
+#else
+// Eight bytes at a time: a byte is '<' when it is zero after the exclusive or, found
+// without a carry crossing into the next byte; the multiplication gathers the eight
+// marks into the top byte, the first byte's mark lowest.
+std::uint64_t openingsOf64(const char* bytes) {
+    constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F;
+    constexpr std::uint64_t kOpenings = 0x0101010101010101 * std::uint64_t{'<'};
+    std::uint64_t mask = 0;
+    for (int part = 0; part < 8; ++part) {
+        std::uint64_t word = loadWord(bytes + 8 * part);
+#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
+        word = __builtin_bswap64(word);
+#endif
+        word ^= kOpenings;
+        const std::uint64_t marks = ~(((word & kLow7) + kLow7) | word | kLow7) >> 7;
+        mask |= ((marks * 0x0102040810204080) >> 56) << (8 * part);
+    }
+    return mask;
+}
+#endif
+
+// The '<' of a text from a place on, in order, 64 bytes at a time. A last short block is
+// read as the end of the 64 bytes before the end of the text, when the text has that many.
+class Openings {
+public:
+    Openings(const char* text, const char* from, const char* end)
+        : text(text), block(from), end(end), mask(from < end ? maskAt(from) : 0) {}
+
+    // The next '<', or nullptr when there is none.
+    const char* next() {
+        if (!refill()) return nullptr;
+        const char* const at = block + static_cast<unsigned>(__builtin_ctzll(mask));
+        mask &= mask - 1;
+        return at;
+    }
+
+    // Passes over the next '<', whose place is known.
+    void skip() {
+        if (refill()) mask &= mask - 1;
+    }
+
+private:
+    // Whether a '<' is left, with the mask on the block that holds it.
+    bool refill() {
+        while (mask == 0) {
+            if (end - block <= 64) return false;
+            block += 64;
+            mask = maskAt(block);
+        }
+        return true;
+    }
+
+    std::uint64_t maskAt(const char* bytes) const {
+        const auto room = static_cast<std::size_t>(end - bytes);
+        if (room >= 64) return openingsOf64(bytes);
+        if (end - text >= 64) return openingsOf64(end - 64) >> (64 - room);
+        char tail[64] = {};
+        std::memcpy(tail, bytes, room);
+        return openingsOf64(tail);
+    }
+
+    const char* const text;
+    const char* block;
+    const char* const end;
+    std::uint64_t mask;
+};
+
+constexpr std::size_t kNone = static_cast<std::size_t>(-1);
+
+// The scan of one event: each '<' is looked at once, from left to right.
+class ElementScan {
+public:
+    ElementScan(std::string_view text, ElementNames names, ElementSpan* spans)
+        : begin(text.data()), end(text.data() + text.size()), names(names), spans(spans),
+          unsettled(names.count) {}
+
+    void run(std::size_t from) {
+        if (unsettled == 0) return;
+        const char* open = inOrder(begin + from);
+        // The elements the expected order did not reach.
+        for (std::size_t i = reached; i < names.count; ++i)
+            spans[i] = ElementSpan{};
+        while (open != nullptr && unsettled > 1) {
+            const char* const name = open + 1;
+            if (name == end) return;
+            open = *name == '/' ? afterClosing(open) : afterOpening(open);
+        }
+        if (open != nullptr && unsettled == 1) lastElement(open);
+    }
+
+private:
+    bool nameAt(std::size_t i, const char* at) const {
+        return standsAt(names.pool, names.names[i], at, end);
+    }
+
+    std::size_t sizeOf(std::size_t i) const { return names.names[i].size; }
+
+    // The first '<' at or after `from`; after a closing tag it usually stands right there.
+    const char* nextOpening(const char* from) const {
+        if (from != end && *from == '<') return from;
+        return findOpening(from, end);
+    }
+
+    // Whether "</" and the name of element i stand at `open`.
+    bool closes(std::size_t i, const char* open) const {
+        return end - open > 2 && open[1] == '/' && nameAt(i, open + 2);
+    }
+
+    // Expected order: while each element's value is followed by the bytes between it and
+    // the next value, every element costs one compare; with the '<' found 64 bytes at a
+    // time, the compares do not wait on one another. Gives the '<' where the scan goes on.
+    const char* inOrder(const char* first) {
+        // Locals, so that writing a span never makes the compiler read the members again.
+        const char* const pool = names.pool;
+        const char* const text = begin;
+        const char* const last = end;
+        const ElementName* name = names.names;
+        const ElementName* const beyond = name + names.count;
+        Openings openings(text, first, last);
+        const char* const open = openings.next();
+        if (open == nullptr || !standsAt(pool, *name, open + 1, last)) return open;
+        const char* value = open + 2 + name->size;
+        for (ElementSpan* out = spans;; ++out) {
+            const char* const close = openings.next();
+            out->value = static_cast<std::size_t>(value - text);
+            if (close == nullptr ||
+                !sameBytes(close, pool + name->offset + name->size + 1, name->following, last)) {
+                const auto next = static_cast<std::size_t>(name - names.names);
+                out->end = std::string_view::npos;
+                reached = next + 1;
+                expected = next;
+                unsettled = names.count - next;
+                return close;
+            }
+            out->end = static_cast<std::size_t>(close - text);
+            value = close + name->following;
+            if (++name == beyond) break;
+            openings.skip(); // the next start tag's, compared with the bytes between
+        }
+        reached = names.count;
+        unsettled = 0;
+        return nullptr;
+    }
+
+    // `open` starts "</": settles the element still waiting for this end tag, if any.
+    const char* afterClosing(const char* open) {
+        const char* const at = open + 2;
+        if (at == end) return nullptr;
+        for (std::size_t i = 0; i < names.count; ++i) {
+            if (spans[i].value != std::string_view::npos && !spans[i].found() && nameAt(i, at)) {
+                settle(i, open);
+                return nextOpening(at + sizeOf(i) + 1);
+            }
+        }
+        return nextOpening(at);
+    }
+
+    // The first of the names that stands at `at`, or kNone.
+    std::size_t anyNameAt(const char* at) const {
+        for (std::size_t i = 0; i < names.count; ++i) {
+            if (nameAt(i, at)) return i;
+        }
+        return kNone;
+    }
+
+    // `open` may start a wanted element. On its first occurrence the value begins behind
+    // it; when the very next '<' is its end tag, it is settled at once.
+    const char* afterOpening(const char* open) {
+        const char* const at = open + 1;
+        std::size_t i = expected;
+        if (i >= names.count || !nameAt(i, at)) {
+            i = anyNameAt(at);
+            if (i == kNone) return nextOpening(at);
+        }
+        const char* const value = at + sizeOf(i) + 1;
+        if (spans[i].value != std::string_view::npos) return nextOpening(value);
+        spans[i].value = static_cast<std::size_t>(value - begin);
+        const char* const next = nextOpening(value);
+        if (next == nullptr || !closes(i, next)) return next;
+        settle(i, next);
+        expected = i + 1;
+        return nextOpening(next + 3 + sizeOf(i));
+    }
+
+    // Last element: when one element is left, only its own tags are looked for.
+    void lastElement(const char* open) {
+        std::size_t i = 0;
+        while (spans[i].found())
+            ++i;
+        for (; spans[i].value == std::string_view::npos; open = findOpening(open + 1, end)) {
+            if (open == nullptr) return;
+            if (nameAt(i, open + 1)) {
+                open += 2 + sizeOf(i);
+                spans[i].value = static_cast<std::size_t>(open - begin);
+                open = findOpening(open, end);
+                break;
+            }
+        }
+        // Its end tag is found by the first byte of its name: in the long values that end
+        // an event, XML documents, that byte stands more rarely than '<' or '/'.
+        if (open == nullptr || end - open < 3) return;
+        const char first = names.pool[names.names[i].offset];
+        for (const char* at = open + 2; at < end; ++at) {
+            at = static_cast<const char*>(
+                std::memchr(at, first, static_cast<std::size_t>(end - at)));
+            if (at == nullptr) return;
+            if (at[-2] == '<' && at[-1] == '/' && nameAt(i, at)) return settle(i, at - 2);
+        }
+    }
+
+    void settle(std::size_t i, const char* closing) {
+        spans[i].end = static_cast<std::size_t>(closing - begin);
+        --unsettled;
+    }
+
+    const char* const begin;
+    const char* const end;
+    const ElementNames names;
+    ElementSpan* const spans;
+    std::size_t unsettled;
+    std::size_t expected = 0;
+    std::size_t reached = 0; // the spans the expected order has cleared
+};
+
+} // namespace
+
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans, std::size_t from) {
+    ElementScan(text, names, spans).run(from);
+}
+
+namespace {
+
+using CommunicationsService::protocol::kMethodClose;
+using CommunicationsService::protocol::kMethodOpen;
+
+struct MethodName {
+    NamePool<kMethodOpen.size() + kMethodClose.size()> pool;
+    ElementName name;
+};
+
+constexpr MethodName methodName() {
+    MethodName method;
+    const std::string_view name = CommunicationsService::protocol::kMethodTag;
+    method.pool.elements(&name, 1, &method.name);
+    return method;
+}
+
+constexpr MethodName kMethod = methodName();
+
+} // namespace
+
+ElementSpan findMethod(std::string_view text, std::size_t& fields) {
+    // Expected order: the service begins every event with its method element. Its tags are
+    // compared as words: "<Method>" is one, "</Method>" one and a byte.
+    static_assert(kMethodOpen.size() == 8 && kMethodClose.size() == 9);
+    const char* const begin = text.data();
+    const char* const end = begin + text.size();
+    fields = 0;
+    if (text.size() >= kMethodOpen.size() + kMethodClose.size() &&
+        loadWord(begin) == loadWord(kMethodOpen.data())) {
+        const char* const close = findOpening(begin + kMethodOpen.size(), end);
+        if (close != nullptr && static_cast<std::size_t>(end - close) >= kMethodClose.size() &&
+            loadWord(close) == loadWord(kMethodClose.data()) && close[8] == kMethodClose[8]) {
+            const auto value = static_cast<std::size_t>(close - begin);
+            fields = value + kMethodClose.size();
+            return {kMethodOpen.size(), value};
+        }
+    }
+    ElementSpan method;
+    findElements(text, {kMethod.pool.bytes, &kMethod.name, 1}, &method);
+    return method;
+}
+
+void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans) {
+    constexpr std::size_t kMaxFields = 16;
+    if (names.count > kMaxFields) {
+        findAnswerFields(answer, {names.pool, names.names + kMaxFields, names.count - kMaxFields},
+                         spans + kMaxFields);
+    }
+    const char* const begin = answer.data();
+    const char* const end = begin + answer.size();
+    std::size_t starts[kMaxFields];
+    std::size_t ends[kMaxFields];
+    const std::size_t count = std::min(names.count, kMaxFields);
+    std::fill_n(starts, count, kNone);
+    std::fill_n(ends, count, kNone);
+    std::size_t unseen = 2 * count;
+    for (const char* open = findOpening(begin, end); open != nullptr && unseen != 0;
+         open = findOpening(open + 1, end)) {
+        const bool closing = end - open > 1 && open[1] == '/';
+        const char* const at = open + (closing ? 2 : 1);
+        if (at == end) break;
+        std::size_t* const first = closing ? ends : starts;
+        for (std::size_t i = 0; i < count; ++i) {
+            if (first[i] == kNone && standsAt(names.pool, names.names[i], at, end)) {
+                first[i] = static_cast<std::size_t>(open - begin);
+                --unseen;
+                break;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (starts[i] == kNone) {
+            spans[i] = ElementSpan{};
+            continue;
+        }
+        const std::size_t value = starts[i] + names.names[i].size + 2;
+        // Unsigned on purpose, as in answerText.
+        spans[i] = {value, value + std::min(answer.size() - value, ends[i] - value)};
+    }
+}
+
+} // namespace fast
