@@ -166,6 +166,29 @@ TEST(Garbage, FromAClientCostsOnlyThatClient) {
     EXPECT_TRUE(client.reports().empty());
 }
 
+TEST(SimulatorLog, ShowsItsLevelAndTheOnesBeforeIt) {
+    struct Level {
+        const char* name;
+        bool connections; // info
+        bool requests;    // debug
+    };
+    for (const Level level :
+         {Level{"warning", false, false}, Level{"info", true, false}, Level{"debug", true, true}}) {
+        kit::SimulatorProcess simulator({"--log-level", level.name});
+        {
+            kit::Client client(simulator.socketPath());
+            ASSERT_TRUE(client.run({"activate => sfiSuccess"}));
+        }
+        RawSocket garbage(simulator.socketPath());
+        ASSERT_TRUE(garbage.send("GET / HTTP/1.1\r\n\r\n"));
+        EXPECT_TRUE(garbage.closedByPeer());
+        EXPECT_TRUE(simulator.waitForLog("more than the limit")) << level.name;
+        const std::string log = simulator.log();
+        EXPECT_EQ(log.find(" connected") != std::string::npos, level.connections) << log;
+        EXPECT_EQ(log.find(" request <Method>") != std::string::npos, level.requests) << log;
+    }
+}
+
 TEST(Garbage, FromTheServiceEndsTheConnectionWithOneReport) {
     char folder[] = "/tmp/comms-e2e.XXXXXX";
     ASSERT_NE(mkdtemp(folder), nullptr);

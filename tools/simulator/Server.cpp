@@ -78,7 +78,8 @@ public:
         if (outbox.size() == 1) writeNext();
     }
 
-    void close(const std::string& reason) {
+    // A client that leaves is news; one that is sent away, a warning.
+    void close(const std::string& reason, desktop::LogLevel level = desktop::LogLevel::warning) {
         if (!socket.is_open()) return;
         asio::error_code ignored;
         socket.close(ignored);
@@ -86,7 +87,7 @@ public:
         waitingBytes = 0;
         std::string().swap(body);
         hold(0);
-        server.log("client " + std::to_string(number) + " " + reason);
+        server.log(level, "client " + std::to_string(number) + " " + reason);
         server.forget(number);
     }
 
@@ -167,7 +168,8 @@ private:
 
     void readFailed(const asio::error_code& error) {
         if (error == asio::error::operation_aborted) return;
-        close(error == asio::error::eof ? "disconnected" : "lost: " + error.message());
+        close(error == asio::error::eof ? "disconnected" : "lost: " + error.message(),
+              desktop::LogLevel::info);
     }
 
     void writeNext() {
@@ -212,7 +214,7 @@ Server::~Server() { stop(); }
 
 void Server::serve(PhoneService& phoneService) {
     service = &phoneService;
-    log("listening on " + socketPath);
+    log(desktop::LogLevel::info, "listening on " + socketPath);
     accept();
 }
 
@@ -234,14 +236,14 @@ void Server::accept() {
         if (error == asio::error::operation_aborted) return;
         if (error) return acceptFailed(error);
         if (acceptFailures > 0) {
-            log("accepting again after " + std::to_string(acceptFailures) + " failed attempt" +
-                (acceptFailures == 1 ? "" : "s"));
+            log(desktop::LogLevel::info, "accepting again after " + std::to_string(acceptFailures) +
+                                             " failed attempt" + (acceptFailures == 1 ? "" : "s"));
             acceptFailures = 0;
         }
         const int number = nextSessionNumber++;
         auto session = std::make_shared<Session>(*this, std::move(socket), number);
         sessions[number] = session;
-        log("client " + std::to_string(number) + " connected");
+        log(desktop::LogLevel::info, "client " + std::to_string(number) + " connected");
         session->start();
         accept();
     });
@@ -251,8 +253,9 @@ void Server::acceptFailed(const asio::error_code& error) {
     constexpr std::chrono::milliseconds kFirstWait{10};
     constexpr std::chrono::milliseconds kLongestWait{500};
     if (acceptFailures == 0) {
-        log("accepting failed: " + error.message() +
-            "; trying again until it works (clients wait meanwhile)");
+        log(desktop::LogLevel::warning,
+            "accepting failed: " + error.message() +
+                "; trying again until it works (clients wait meanwhile)");
     }
     const unsigned doublings = std::min(acceptFailures++, 6u);
     acceptRetry.expires_after(std::min(kFirstWait * (1 << doublings), kLongestWait));
@@ -269,8 +272,8 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
     case Kind::Protocol:
         session->protocol = frame.text;
         if (frame.text != kProtocol) {
-            log(client + " selected the unknown protocol '" + frame.text +
-                "'; its requests will fail");
+            log(desktop::LogLevel::warning, client + " selected the unknown protocol '" +
+                                                frame.text + "'; its requests will fail");
         }
         return;
     case Kind::Control: {
@@ -279,10 +282,12 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         std::string reply = control(frame.text, session.get());
         if (std::string problem = desktop::wire::sizeProblem({Kind::Answer, 0, {}, reply});
             !problem.empty()) {
-            log(client + " control '" + frame.text + "' -> error: " + problem);
+            log(desktop::LogLevel::warning,
+                client + " control '" + frame.text + "' -> error: " + problem);
             reply = "error: " + problem;
         }
-        if (verbose) log(client + " control '" + frame.text + "' -> " + reply);
+        if (verbose)
+            log(desktop::LogLevel::debug, client + " control '" + frame.text + "' -> " + reply);
         answer(session, frame.id, std::move(reply), std::chrono::milliseconds(0));
         flushEvents();
         return;
@@ -306,13 +311,15 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     const std::string client = "client " + std::to_string(session->number);
     const bool awaited = frame.kind != Kind::OneWay;
     session->lastRequest = frame.text;
-    if (verbose) log(client + " request " + frame.text);
+    if (verbose) log(desktop::LogLevel::debug, client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
-        log(client + (awaited ? " -> " + kFailure + ": " : std::string(" -> ignored: ")) + problem);
+        log(desktop::LogLevel::warning,
+            client + (awaited ? " -> " + kFailure + ": " : std::string(" -> ignored: ")) + problem);
         if (awaited) answer(session, frame.id, kFailure, answerDelay, problem);
     };
     if (awaited && session->forcedAnswer) {
-        log(client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");
+        log(desktop::LogLevel::info,
+            client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");
         answer(session, frame.id, *session->forcedAnswer, answerDelay);
         session->forcedAnswer.reset();
         return;
@@ -345,14 +352,14 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
             }
             channels.push_back(frame.channel);
         }
-        log(client + " subscribed channel '" + frame.channel + "'");
+        log(desktop::LogLevel::info, client + " subscribed channel '" + frame.channel + "'");
     }
     std::optional<std::string> reply = service->handle(request);
     if (!service->refusal().empty()) {
-        log(client + " " + request.method + " -> " + reply.value_or("ignored") + ": " +
-            service->refusal());
+        log(desktop::LogLevel::info, client + " " + request.method + " -> " +
+                                         reply.value_or("ignored") + ": " + service->refusal());
     } else if (verbose) {
-        log(client + " answer " + reply.value_or("(none, one way)"));
+        log(desktop::LogLevel::debug, client + " answer " + reply.value_or("(none, one way)"));
     }
     if (awaited) {
         answer(session, frame.id, reply.value_or(std::string()), answerDelay, service->refusal());
@@ -364,7 +371,8 @@ void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, s
     // The answer text stays the service's; why it refused rides in the channel field.
     Frame frame{Kind::Answer, id, refusal, std::move(text)};
     if (std::string problem = desktop::wire::sizeProblem(frame); !problem.empty()) {
-        log("client " + std::to_string(session->number) + " -> refused: " + problem);
+        log(desktop::LogLevel::warning,
+            "client " + std::to_string(session->number) + " -> refused: " + problem);
         frame = {Kind::Answer, id, problem, {}};
     }
     if (delay.count() == 0) return session->send(frame);
@@ -377,7 +385,7 @@ void Server::publish(const std::string& event) {
         heldEvents.push_back(event);
         return;
     }
-    if (verbose) log("event " + event);
+    if (verbose) log(desktop::LogLevel::debug, "event " + event);
     // Sending may disconnect a client that fell behind, which takes it out of the sessions.
     std::vector<std::shared_ptr<Session>> receivers;
     for (const auto& [number, session] : sessions)
@@ -393,7 +401,7 @@ void Server::publish(const std::string& event) {
             session->send(frame);
         }
     }
-    if (!tooLarge.empty()) log("not sent: " + tooLarge + ": " + event);
+    if (!tooLarge.empty()) log(desktop::LogLevel::warning, "not sent: " + tooLarge + ": " + event);
 }
 
 void Server::flushEvents() {

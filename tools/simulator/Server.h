@@ -16,12 +16,14 @@
 #include <utility>
 #include <vector>
 
+#include "CommunicationsService/desktop/Host.h"
 #include "CommunicationsService/desktop/Wire.h"
 #include "PhoneService.h"
 
 namespace simulator {
 
-using Log = std::function<void(const std::string& line)>;
+// Each line with how much it matters; the program decides which it shows.
+using Log = std::function<void(desktop::LogLevel level, const std::string& line)>;
 
 // What clients may hold in the server; a client that goes past a limit is refused or,
 // for what it makes the server buffer, disconnected, so that no client can make the others

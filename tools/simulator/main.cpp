@@ -30,9 +30,12 @@ std::vector<std::string> splitLines(const std::string& text) {
 // Clients' bytes reach the log in many lines; escaped here, none can forge a line or
 // steer the terminal that shows the log.
 constexpr std::size_t kLogLineLimit = 1000;
-void logLine(const std::string& line) {
+desktop::LogLevel shownLevel = desktop::LogLevel::info;
+void logLine(desktop::LogLevel level, const std::string& line) {
+    if (level > shownLevel) return;
     std::cerr << "simulator: " << desktop::printable(line, kLogLineLimit) << std::endl;
 }
+void logLine(const std::string& line) { logLine(desktop::LogLevel::info, line); }
 
 // Runs the steps one after another, each after its wait, on the server's timers.
 void runScript(simulator::Server& server, std::shared_ptr<std::vector<simulator::ScriptStep>> steps,
@@ -138,7 +141,9 @@ int main(int argc, char** argv) {
         ->check(CLI::Range(1, 1 << 24))
         ->capture_default_str();
     std::string logLevel = "info";
-    kit::addLogLevel(app, logLevel, "How much to log; debug and trace log as --verbose does");
+    kit::addLogLevel(app, logLevel,
+                     "How much to log; debug and trace also log every request, answer and event, "
+                     "as --verbose does");
     app.set_version_flag("--version", "comms-simulator " COMMUNICATIONS_SERVICE_VERSION);
 
     std::vector<std::string> controlWords;
@@ -189,8 +194,13 @@ int main(int argc, char** argv) {
 
         std::signal(SIGPIPE, SIG_IGN);
         asio::io_context io;
-        simulator::Server server(io, socketPath, logLine,
-                                 verbose || logLevel == "debug" || logLevel == "trace", limits);
+        const auto named = std::find(kit::logLevels().begin(), kit::logLevels().end(), logLevel);
+        shownLevel = static_cast<desktop::LogLevel>(named - kit::logLevels().begin());
+        if (verbose) shownLevel = std::max(shownLevel, desktop::LogLevel::debug);
+        simulator::Server server(
+            io, socketPath,
+            [](desktop::LogLevel level, const std::string& line) { logLine(level, line); },
+            shownLevel >= desktop::LogLevel::debug, limits);
         simulator::PhoneService service(settings, server, server);
         asio::signal_set stopSignals(io, SIGINT, SIGTERM);
         stopSignals.async_wait([&](const asio::error_code& error, int) {
