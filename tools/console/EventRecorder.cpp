@@ -4,8 +4,8 @@
 #include <charconv>
 #include <utility>
 
-#include "CallStates.h"
 #include "CommunicationsService/desktop/Printable.h"
+#include "CommunicationsService/desktop/SimulatorCodes.h"
 
 namespace console {
 
@@ -34,9 +34,11 @@ std::string describe(const RecordedEvent& event) {
         int state = -1;
         const char* end = entry.value.data() + entry.value.size();
         const bool number = std::from_chars(entry.value.data(), end, state).ptr == end;
-        const char* name =
-            entry.name == "callState" && number ? simulator::callStateName(state) : nullptr;
-        text += " " + entry.name + "=" + (name != nullptr ? name : displayValue(entry.value));
+        const std::string_view name = entry.name == "callState" && number
+                                          ? desktop::simulator::callStateName(state)
+                                          : std::string_view();
+        text += " " + entry.name + "=" +
+                (!name.empty() ? std::string(name) : displayValue(entry.value));
     }
     return text;
 }

@@ -21,8 +21,7 @@
 #include <mutex>
 #include <sstream>
 
-#include "../CommandLine.h"
-#include "../ReadInput.h"
+#include "CommandLine.h"
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "CommunicationsService/Version.h"
 #include "CommunicationsService/desktop/Framework.h"
@@ -31,6 +30,7 @@
 #include "Console.h"
 #include "LineCheck.h"
 #include "Operations.h"
+#include "ReadInput.h"
 
 namespace {
 

@@ -12,6 +12,7 @@
 
 #include "CallStates.h"
 #include "CommunicationsService/protocol/Description.h"
+#include "ControlWords.h"
 
 namespace simulator::parts {
 
@@ -31,20 +32,8 @@ inline constexpr int kCallbackCancelled = 0;
 inline constexpr int kCallbackActivated = 1;
 inline constexpr int kCallbackRecall = 2;
 
-inline std::optional<int> toInt(const std::string& word) {
-    int value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-    return value;
-}
-
-inline std::optional<bool> toFlag(const std::string& word) {
-    namespace protocol = CommunicationsService::protocol;
-    if (word == "1" || word == "on" || word == protocol::kTrueWord || word == "yes") return true;
-    if (word == "0" || word == "off" || word == protocol::kFalseWord || word == "no") return false;
-    return std::nullopt;
-}
+using kit::toFlag;
+using kit::toInt;
 
 inline std::string joinFrom(const std::vector<std::string>& words, std::size_t first) {
     std::string joined;

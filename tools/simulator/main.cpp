@@ -6,12 +6,12 @@
 #include <csignal>
 #include <iostream>
 
-#include "../CommandLine.h"
-#include "../ReadInput.h"
+#include "CommandLine.h"
 #include "CommunicationsService/Version.h"
 #include "CommunicationsService/desktop/Printable.h"
 #include "ControlScript.h"
 #include "PhoneService.h"
+#include "ReadInput.h"
 #include "Server.h"
 
 namespace {

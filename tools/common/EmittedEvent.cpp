@@ -9,8 +9,8 @@
 #include "CommunicationsService/desktop/SimulatorCodes.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/testing/EventDelivery.h"
+#include "ControlWords.h"
 #include "NearestName.h"
-#include "PhoneServiceParts.h"
 
 namespace simulator {
 
@@ -74,7 +74,7 @@ EventArgument typed(const std::string& name, FieldKind kind, const std::string& 
         refuse("a number from 0 to 4294967295");
         break;
     case FieldKind::flag:
-        if (auto flag = parts::toFlag(value)) return {name, *flag};
+        if (auto flag = kit::toFlag(value)) return {name, *flag};
         refuse("a flag (1/0, true/false, yes/no, on/off)");
         break;
     case FieldKind::numberList: {
@@ -178,7 +178,7 @@ std::string recordedValue(const std::string& event, const std::string& argument,
     for (const auto& [name, kind] : arguments->second) {
         if (name != argument) continue;
         if (kind == FieldKind::flag) {
-            if (auto flag = parts::toFlag(value)) return *flag ? "true" : "false";
+            if (auto flag = kit::toFlag(value)) return *flag ? "true" : "false";
         } else if (name == "callState") {
             if (auto state = numberOf(desktop::simulator::kCallStates, value))
                 return std::to_string(*state);
