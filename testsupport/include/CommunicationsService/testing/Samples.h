@@ -23,8 +23,9 @@ using protocol::FieldKind;
 inline constexpr std::string_view kText = "sip:+498970072002@pbx.example.com";
 /// A number, such as a call identifier.
 inline constexpr std::string_view kNumber = "12";
-/// A list of numbers and a list of texts, as the framework's list encoding writes them.
+/// A list of numbers, as the framework's list encoding writes it.
 inline constexpr std::string_view kNumberList = "12;13;";
+/// A list of texts, as the framework's list encoding writes it.
 inline constexpr std::string_view kTextList = "sip:1001@pbx.example.com;sip:1002@pbx.example.com;";
 /// The four parties of a call, in the order of protocol::kPartyTags.
 inline constexpr std::string_view kParties[] = {"2002", "Bob Smith", "1001", "Alice Jones"};
