@@ -75,6 +75,7 @@ public:
         if (!hold(body.size() + waitingBytes + bytes.size())) return closeOverTotal();
         waitingBytes += bytes.size();
         outbox.push_back(std::move(bytes));
+        server.tell(Traffic::Happening::sent, number, frame);
         if (outbox.size() == 1) writeNext();
     }
 
@@ -88,6 +89,7 @@ public:
         std::string().swap(body);
         hold(0);
         server.log(level, "client " + std::to_string(number) + " " + reason);
+        server.tell(Traffic::Happening::disconnected, number, {Kind::Control, 0, {}, reason});
         server.forget(number);
     }
 
@@ -244,6 +246,7 @@ void Server::accept() {
         auto session = std::make_shared<Session>(*this, std::move(socket), number);
         sessions[number] = session;
         log(desktop::LogLevel::info, "client " + std::to_string(number) + " connected");
+        tell(Traffic::Happening::connected, number, {});
         session->start();
         accept();
     });
@@ -266,8 +269,18 @@ void Server::acceptFailed(const asio::error_code& error) {
 
 void Server::forget(int sessionNumber) { sessions.erase(sessionNumber); }
 
+void Server::watch(TrafficWatcher watcher) { watchers.push_back(std::move(watcher)); }
+
+void Server::tell(Traffic::Happening happening, int client, const Frame& frame) {
+    if (watchers.empty()) return;
+    const Traffic traffic{happening, client, frame, std::chrono::system_clock::now()};
+    for (const TrafficWatcher& watcher : watchers)
+        watcher(traffic);
+}
+
 void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
     const std::string client = "client " + std::to_string(session->number);
+    tell(Traffic::Happening::received, session->number, frame);
     switch (frame.kind) {
     case Kind::Protocol:
         session->protocol = frame.text;
@@ -429,7 +442,10 @@ const char* Server::controlHelp() {
 }
 
 std::string Server::control(const std::string& command) {
+    tell(Traffic::Happening::received, 0, {Kind::Control, 0, {}, command});
+    holdingEvents = true;
     std::string reply = control(command, nullptr);
+    tell(Traffic::Happening::sent, 0, {Kind::Answer, 0, {}, reply});
     flushEvents();
     return reply;
 }

@@ -19,6 +19,7 @@
 #include "CommunicationsService/desktop/Host.h"
 #include "CommunicationsService/desktop/Wire.h"
 #include "PhoneService.h"
+#include "Traffic.h"
 
 namespace simulator {
 
@@ -58,6 +59,9 @@ public:
     std::string control(const std::string& command);
     static const char* controlHelp();
 
+    // Watchers are told of all traffic from then on, in the order they were added.
+    void watch(TrafficWatcher watcher);
+
 private:
     class Session;
     friend class Session;
@@ -71,6 +75,7 @@ private:
                 std::chrono::milliseconds delay, const std::string& refusal = {});
     void flushEvents();
     void forget(int sessionNumber);
+    void tell(Traffic::Happening happening, int client, const desktop::wire::Frame& frame);
 
     asio::io_context& io;
     std::string socketPath;
@@ -92,6 +97,7 @@ private:
     bool holdingEvents = false;
     std::vector<std::string> heldEvents;
     std::chrono::milliseconds answerDelay{0};
+    std::vector<TrafficWatcher> watchers;
 };
 
 } // namespace simulator
