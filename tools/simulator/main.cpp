@@ -12,6 +12,7 @@
 #include "ControlScript.h"
 #include "PhoneService.h"
 #include "ReadInput.h"
+#include "Recorder.h"
 #include "Server.h"
 
 namespace {
@@ -140,6 +141,12 @@ int main(int argc, char** argv) {
                    "Entries the lamp, device, feature call and in-service tables may hold each")
         ->check(CLI::Range(1, 1 << 24))
         ->capture_default_str();
+    std::string recordPath;
+    bool recordAppend = false;
+    app.add_option("--record", recordPath,
+                   "Write every frame served, and clients coming and going, to this file as JSON "
+                   "lines; an existing file is refused");
+    app.add_flag("--record-append", recordAppend, "Add to the --record file when it exists");
     std::string logLevel = "info";
     kit::addLogLevel(app, logLevel,
                      "How much to log; debug and trace also log every request, answer and event, "
@@ -197,11 +204,19 @@ int main(int argc, char** argv) {
         const auto named = std::find(kit::logLevels().begin(), kit::logLevels().end(), logLevel);
         shownLevel = static_cast<desktop::LogLevel>(named - kit::logLevels().begin());
         if (verbose) shownLevel = std::max(shownLevel, desktop::LogLevel::debug);
+        std::optional<simulator::Recorder> recorder;
+        if (!recordPath.empty()) {
+            recorder.emplace(recordPath, recordAppend, [](const std::string& line) {
+                logLine(desktop::LogLevel::warning, line);
+            });
+        }
         simulator::Server server(
             io, socketPath,
             [](desktop::LogLevel level, const std::string& line) { logLine(level, line); },
             shownLevel >= desktop::LogLevel::debug, limits);
         simulator::PhoneService service(settings, server, server);
+        if (recorder)
+            server.watch([&recorder](const simulator::Traffic& t) { recorder->write(t); });
         asio::signal_set stopSignals(io, SIGINT, SIGTERM);
         stopSignals.async_wait([&](const asio::error_code& error, int) {
             if (error) return;
