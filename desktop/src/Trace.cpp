@@ -5,6 +5,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 
@@ -21,16 +22,10 @@ std::string shortened(std::string_view text) {
     return "'" + shown + (text.size() > kShortened ? "...'" : "'");
 }
 
-// The text of the first element with the tag, as the readers find it.
 std::optional<std::string_view> element(std::string_view text, std::string_view tag) {
-    const std::string open = "<" + std::string(tag) + ">";
-    const std::string close = "</" + std::string(tag) + ">";
-    const std::size_t start = text.find(open);
-    if (start == std::string_view::npos) return std::nullopt;
-    const std::size_t from = start + open.size();
-    const std::size_t end = text.find(close, from);
-    if (end == std::string_view::npos) return std::nullopt;
-    return text.substr(from, end - from);
+    const auto found = message::firstElement(text, tag);
+    if (!found) return std::nullopt;
+    return found->value;
 }
 
 void argument(std::string& call, std::string_view name, std::optional<std::string_view> value,

@@ -83,24 +83,32 @@ private:
     std::set<std::thread::id> threads;
 };
 
-desktop::Host::Options options(const kit::SimulatorProcess& simulator) {
-    desktop::Host::Options options;
-    options.pluginPath = PLUGIN_PATH;
-    options.socketPath = simulator.socketPath();
-    options.report = [](const std::string&) {};
-    return options;
-}
+// The answering application on a desktop host, active and subscribed.
+struct AnsweringApplication {
+    explicit AnsweringApplication(const kit::SimulatorProcess& simulator)
+        : host([&] {
+              desktop::Host::Options options;
+              options.pluginPath = PLUGIN_PATH;
+              options.socketPath = simulator.socketPath();
+              options.report = [](const std::string&) {};
+              return options;
+          }()) {
+        subscriber.service = &host.service();
+        EXPECT_EQ(host.service().activate(), sfiSuccess);
+        EXPECT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
+    }
+
+    AnsweringSubscriber subscriber;
+    desktop::Host host;
+    const desktop::Attachment attached = host.attach(subscriber, "answering");
+};
 
 TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
     kit::SimulatorProcess simulator;
-    AnsweringSubscriber subscriber;
-    desktop::Host host(options(simulator));
-    subscriber.service = &host.service();
-    const desktop::Attachment attached = host.attach(subscriber, "answering");
-    ASSERT_EQ(host.service().activate(), sfiSuccess);
-    ASSERT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
+    AnsweringApplication application(simulator);
+    AnsweringSubscriber& subscriber = application.subscriber;
 
-    ASSERT_EQ(host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
+    ASSERT_EQ(application.host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
     const std::vector<std::string> expected = {"incoming 1", "answerCall 5, getMicrophoneMute 5",
                                                "call 1 state 3", "call 1 state 4"};
     EXPECT_EQ(subscriber.awaitNote("call 1 state 4"), expected) << simulator.log();
@@ -128,17 +136,13 @@ TEST(PlacedCalls, LearnTheirIdentifierFromTheFirstCallStateEvent) {
 
 TEST(RestartedService, TellsTheApplicationWhichThenReceivesTheNextCallOnTheSameLine) {
     kit::SimulatorProcess first;
-    AnsweringSubscriber subscriber;
-    desktop::Host host(options(first));
-    subscriber.service = &host.service();
-    const desktop::Attachment attached = host.attach(subscriber, "answering");
-    ASSERT_EQ(host.service().activate(), sfiSuccess);
-    ASSERT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
+    AnsweringApplication application(first);
+    AnsweringSubscriber& subscriber = application.subscriber;
 
     first.kill();
     kit::SimulatorProcess second({}, first.socketPath());
     ASSERT_FALSE(subscriber.awaitNote("back: activate 5, subscribe 5").empty());
-    ASSERT_EQ(host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
+    ASSERT_EQ(application.host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
     EXPECT_FALSE(subscriber.awaitNote("call 1 state 4").empty()) << second.log();
 }
 

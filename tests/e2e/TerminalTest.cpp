@@ -105,14 +105,13 @@ TEST(Terminal, CtrlCCancelsTheLineOrTheAwaitAndTwiceAtAnEmptyPromptQuits) {
     EXPECT_TRUE(terminal.shows("onIncomingAssociatedCallEvent lineId currentCallId newCallId"))
         << terminal.screen;
     ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
-    terminal.type("answerCa\t");
-    EXPECT_TRUE(terminal.shows("answerCall ")) << terminal.screen;
-    terminal.type("\x03");
-    ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
-    terminal.type("sim incom\t");
-    EXPECT_TRUE(terminal.shows("sim incomingCall ")) << terminal.screen;
-    terminal.type("\x03");
-    ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
+    for (const auto& [typed, completed] :
+         {std::pair("answerCa\t", "answerCall "), std::pair("sim incom\t", "sim incomingCall ")}) {
+        terminal.type(typed);
+        EXPECT_TRUE(terminal.shows(completed)) << terminal.screen;
+        terminal.type("\x03");
+        ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;
+    }
     terminal.type("\x03");
     EXPECT_TRUE(terminal.shows("Ctrl-C again")) << terminal.screen;
     ASSERT_TRUE(terminal.shows("comms> ")) << terminal.screen;

@@ -345,19 +345,14 @@ TEST(ProxyLifecycle, InitProxyBindsTheChannelToTheProtocolAndASecondCallRebinds)
     EXPECT_EQ(proxy.requestChannel, nullptr);
 
     RecordingChannel first("sfiSuccess"), second("sfiFailureCallBackNoCallInfo");
-    proxy.initProxy(first);
-    EXPECT_EQ(proxy.requestChannel, &first);
-    ASSERT_EQ(first.calls.size(), 1u);
-    EXPECT_EQ(first.calls[0].operation, Op::SetProtocol);
-    EXPECT_EQ(first.calls[0].text, "CommunicationsServiceProtocol");
-    EXPECT_EQ(proxy.answerCall("1001", 12), 5);
-
-    proxy.initProxy(second);
-    EXPECT_EQ(proxy.requestChannel, &second);
-    ASSERT_EQ(second.calls.size(), 1u);
-    EXPECT_EQ(second.calls[0].operation, Op::SetProtocol);
-    EXPECT_EQ(second.calls[0].text, "CommunicationsServiceProtocol");
-    EXPECT_EQ(proxy.answerCall("1001", 12), 2);
+    for (auto [channel, result] : {std::pair(&first, 5), std::pair(&second, 2)}) {
+        proxy.initProxy(*channel);
+        EXPECT_EQ(proxy.requestChannel, channel);
+        ASSERT_EQ(channel->calls.size(), 1u);
+        EXPECT_EQ(channel->calls[0].operation, Op::SetProtocol);
+        EXPECT_EQ(channel->calls[0].text, "CommunicationsServiceProtocol");
+        EXPECT_EQ(proxy.answerCall("1001", 12), result);
+    }
     EXPECT_EQ(first.calls.size(), 2u);
     EXPECT_EQ(second.calls.size(), 2u);
 }

@@ -6,6 +6,7 @@
 #include <set>
 #include <tuple>
 
+#include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 
@@ -30,24 +31,10 @@ constexpr std::pair<Kind, std::string_view> kKindWords[] = {
 const std::set<std::string> kMembers = {"time",    "client", "direction", "kind", "id",
                                         "channel", "method", "fields",    "text", "textHex"};
 
-// The first element with the tag, as the invoker's reader finds it: its value, and where
-// the element ends.
-std::optional<std::pair<std::string_view, std::size_t>> element(std::string_view text,
-                                                                std::string_view tag) {
-    const std::string open = "<" + std::string(tag) + ">";
-    const std::string close = "</" + std::string(tag) + ">";
-    const std::size_t start = text.find(open);
-    if (start == std::string_view::npos) return std::nullopt;
-    const std::size_t from = start + open.size();
-    const std::size_t end = text.find(close, from);
-    if (end == std::string_view::npos) return std::nullopt;
-    return std::make_pair(text.substr(from, end - from), end + close.size());
-}
-
 void addElement(Fields& fields, std::string_view name, std::string_view text,
                 std::string_view tag) {
-    if (const auto found = element(text, tag))
-        fields.emplace_back(std::string(name), std::string(found->first));
+    if (const auto found = desktop::message::firstElement(text, tag))
+        fields.emplace_back(std::string(name), std::string(found->value));
 }
 
 // The first event whose name the method matches, as the invoker tries them.
@@ -146,10 +133,11 @@ Fields requestFields(std::string_view text) {
                                     if (one.encoding == protocol::Encoding::payload) {
                                         fields.emplace_back(std::string(one.argument),
                                                             std::string(text.substr(end)));
-                                    } else if (const auto found = element(text, one.tag)) {
+                                    } else if (const auto found =
+                                                   desktop::message::firstElement(text, one.tag)) {
                                         fields.emplace_back(std::string(one.argument),
-                                                            std::string(found->first));
-                                        end = std::max(end, found->second);
+                                                            std::string(found->value));
+                                        end = std::max(end, found->end);
                                     }
                                 }(field),
                                 ...);

@@ -63,10 +63,8 @@ std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& reques
 std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (call->state != kConnected) {
-        publishFeatureFailure(call->line, call->id, kFeatureHold, kFailureInvalidState);
-        return refuse(notInState(*call, "connected"));
-    }
+    if (auto refusal = refusalOutsideState(*call, kConnected, "connected", kFeatureHold))
+        return refusal;
     hold(*call, request.flag(tagOf<3>(requests::holdCall)));
     return kSuccess;
 }
@@ -74,10 +72,7 @@ std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) 
 std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (call->state != kHeld) {
-        publishFeatureFailure(call->line, call->id, kFeatureRetrieve, kFailureInvalidState);
-        return refuse(notInState(*call, "held"));
-    }
+    if (auto refusal = refusalOutsideState(*call, kHeld, "held", kFeatureRetrieve)) return refusal;
     retrieve(*call);
     return kSuccess;
 }
@@ -98,6 +93,13 @@ PhoneService::refusalToMoveOn(const Call* call, const std::string& destination, 
         return refuse(notInState(*call, "connected or held"));
     }
     return std::nullopt;
+}
+
+std::optional<std::string> PhoneService::refusalOutsideState(const Call& call, int state,
+                                                             const char* stateName, int feature) {
+    if (call.state == state) return std::nullopt;
+    publishFeatureFailure(call.line, call.id, feature, kFailureInvalidState);
+    return refuse(notInState(call, stateName));
 }
 
 std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
@@ -262,6 +264,11 @@ std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& req
                                        : "no call rings at extension " + extension +
                                              " (send the colleagueCall control command first)");
     }
+    return pickUp(offer, line);
+}
+
+std::optional<std::string> PhoneService::pickUp(std::map<int, Call>::iterator offer,
+                                                const std::string& line) {
     Call picked = offer->second;
     pickupOffers.erase(offer);
     picked.line = line;
@@ -283,14 +290,7 @@ std::optional<std::string> PhoneService::groupPickup(const ParsedRequest& reques
     }
     auto offer = pickupOffers.find(request.number(tagOf<1>(requests::groupPickupCall)));
     if (offer == pickupOffers.end()) offer = pickupOffers.begin();
-    Call picked = offer->second;
-    pickupOffers.erase(offer);
-    picked.line = line;
-    picked.state = kConnected;
-    calls[picked.id] = picked;
-    publishCallState(picked, kCausePickup);
-    publishFeature(line, picked.id, kFeaturePickup);
-    return kSuccess;
+    return pickUp(offer, line);
 }
 
 } // namespace simulator

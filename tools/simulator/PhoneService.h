@@ -174,6 +174,8 @@ private:
     std::optional<std::string> generateDigits(const ParsedRequest&);
     std::optional<std::string> directedPickup(const ParsedRequest&);
     std::optional<std::string> groupPickup(const ParsedRequest&);
+    // The offered call, taken off the colleague's phone and connected on `line`.
+    std::optional<std::string> pickUp(std::map<int, Call>::iterator offer, const std::string& line);
     std::optional<std::string> callbackRinging(const ParsedRequest&);
     std::optional<std::string> callbackBusy(const ParsedRequest&);
     std::optional<std::string> cancelCallbacks(const ParsedRequest&);
@@ -246,6 +248,10 @@ private:
     // consultation or a transfer), as the answer to give; nothing when it can.
     std::optional<std::string> refusalToMoveOn(const Call* call, const std::string& destination,
                                                int feature);
+    // Why `feature` cannot act on a call that is not in `state` (named `stateName`), as the
+    // answer to give after telling the application of the failure; nothing when it can.
+    std::optional<std::string> refusalOutsideState(const Call& call, int state,
+                                                   const char* stateName, int feature);
     std::string emit(const std::vector<std::string>& words);
     std::string listRequests(const std::vector<std::string>& words);
     // Kept for the requests command, as method and fields.
