@@ -98,8 +98,7 @@ void addEvents() {
             [floor, message] { floor->deliver(&subscriber, message, &noticed); });
     }
     // Cost per byte: the conference event with documents from 1 KiB to 1 MiB.
-    for (const std::size_t bytes :
-         {std::size_t{1} << 10, std::size_t{1} << 14, std::size_t{1} << 18, std::size_t{1} << 20}) {
+    for (const std::size_t bytes : bench::kConferenceBytes) {
         const auto conference = std::make_shared<const Event>(bench::conferenceEvent(bytes));
         const std::string size = std::to_string(bytes);
         add("conference/" + size, [conference] {
@@ -139,7 +138,8 @@ template <typename Operation>
 void addRequest(const std::string& operation, const std::string& answer, Operation call) {
     results.operationNames.push_back(operation);
     CommunicationsServiceIfc* service = &serviceAnswering(answer);
-    add("request/" + operation, [service, call] { benchmark::DoNotOptimize(call(*service)); });
+    add("request/" + operation,
+        [service, call]() mutable { benchmark::DoNotOptimize(call(*service)); });
     const bool sendsRequest =
         operation != "csCommunicationsService" && operation != "activateStoredFwd";
     const bool longAnswer = answer.size() > std::string().capacity();
@@ -202,8 +202,10 @@ template <typename Entry, typename R, typename... Params, std::size_t... I>
 auto sampleCall(const Entry& entry, R (CommunicationsServiceIfc::*)(Params...),
                 std::index_sequence<I...>) {
     using Fields = std::decay_t<decltype(entry.fields)>;
-    return [operation = entry.operation](CommunicationsServiceIfc& service) {
-        std::tuple<SampleAt<Fields, I, Params>...> arguments;
+    // The arguments are made once, as a caller keeps its own, so that only what the
+    // library allocates is counted; outputs keep what the last call wrote.
+    return [operation = entry.operation, arguments = std::tuple<SampleAt<Fields, I, Params>...>()](
+               CommunicationsServiceIfc& service) mutable {
         if constexpr (std::is_void_v<R>) {
             (service.*operation)(std::get<I>(arguments).get()...);
             return 0;
@@ -211,6 +213,34 @@ auto sampleCall(const Entry& entry, R (CommunicationsServiceIfc::*)(Params...),
             return static_cast<int>((service.*operation)(std::get<I>(arguments).get()...));
         }
     };
+}
+
+// What a request's own texts add to its allocations, beyond the request text and a long
+// answer: a state name converted to a string, and each text output, when longer than the
+// inline capacity of std::string.
+template <typename Request> double longTexts(const Request& request) {
+    const auto isLong = [](std::string_view text) {
+        return text.size() > std::string().capacity() ? 1.0 : 0.0;
+    };
+    double count = std::apply(
+        [&](const auto&... field) {
+            return (0.0 + ... +
+                    (field.encoding == protocol::Encoding::stateName
+                         ? isLong(protocol::kServiceStateNames[sfiServiceInService])
+                         : 0.0));
+        },
+        request.fields);
+    using Answer = std::decay_t<decltype(request.answer)>;
+    if constexpr (protocol::answers::isTagged<Answer>) {
+        count += std::apply(
+            [&](const auto&... field) {
+                return (0.0 + ... +
+                        (field.reading == protocol::answers::Reading::text ? isLong(samples::kText)
+                                                                           : 0.0));
+            },
+            request.answer.fields);
+    }
+    return count;
 }
 
 void addRequests() {
@@ -235,6 +265,7 @@ void addRequests() {
                                    std::make_index_sequence<
                                        std::tuple_size_v<typename protocol::agreement::Parameters<
                                            decltype(one.operation)>::types>>()));
+                    results.budgets["request/" + method] += longTexts(one);
                 }
             };
             (each(entry), ...);
@@ -341,6 +372,48 @@ void readSizes(const std::string& file) {
     }
 }
 
+// Lines of "name|median ns|instructions", the figures of the plain build's run.
+void writeFigures(const std::string& file) {
+    std::ofstream figures(file);
+    for (const auto& [name, nanoseconds] : results.nanoseconds) {
+        const auto counted = results.instructions.find(name);
+        figures << name << '|' << nanoseconds << '|'
+                << (counted == results.instructions.end() ? -1 : counted->second) << '\n';
+    }
+    if (!figures) throw std::runtime_error("cannot write " + file);
+}
+
+void readPlainFigures(const std::string& file) {
+    std::ifstream figures(file);
+    if (!figures) throw std::runtime_error("no figures of the plain build in " + file);
+    for (std::string line; std::getline(figures, line);) {
+        std::istringstream fields(line);
+        std::string name, nanoseconds, instructions;
+        if (std::getline(fields, name, '|') && std::getline(fields, nanoseconds, '|') &&
+            std::getline(fields, instructions)) {
+            results.plainNanoseconds[name] = std::stod(nanoseconds);
+            if (std::stod(instructions) >= 0)
+                results.plainInstructions[name] = std::stod(instructions);
+        }
+    }
+}
+
+// bench/armhf/count.sh's table: a heading, then "build call-state perByte..." per build.
+void readArmhfCounts(const std::string& file) {
+    std::ifstream counts(file);
+    if (!counts) throw std::runtime_error("no armhf counts in " + file);
+    std::string line;
+    std::getline(counts, line);
+    while (std::getline(counts, line)) {
+        std::istringstream fields(line);
+        bench::Results::ArmhfCount count;
+        if (!(fields >> count.build >> count.callState)) continue;
+        for (double perByte; fields >> perByte;)
+            count.conferencePerByte.push_back(perByte);
+        results.armhf.push_back(count);
+    }
+}
+
 // Keeps the medians (or the single runs when there are no repetitions) as they arrive.
 class MedianReporter : public benchmark::ConsoleReporter {
 public:
@@ -377,6 +450,9 @@ int main(int argc, char** argv) {
     bool underCallgrind = false;
     std::string dumps;
     std::string sizes;
+    std::string figures;
+    std::string plain;
+    std::string armhf;
     for (int i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], "--out=", 6) == 0) {
             folder = argv[i] + 6;
@@ -386,6 +462,12 @@ int main(int argc, char** argv) {
             dumps = argv[i] + 15;
         } else if (std::strncmp(argv[i], "--sizes=", 8) == 0) {
             sizes = argv[i] + 8;
+        } else if (std::strncmp(argv[i], "--figures=", 10) == 0) {
+            figures = argv[i] + 10;
+        } else if (std::strncmp(argv[i], "--plain=", 8) == 0) {
+            plain = argv[i] + 8;
+        } else if (std::strncmp(argv[i], "--armhf=", 8) == 0) {
+            armhf = argv[i] + 8;
         } else {
             arguments.push_back(argv[i]);
         }
@@ -405,10 +487,17 @@ int main(int argc, char** argv) {
     countAllocations();
     if (!dumps.empty()) readInstructions(dumps);
     if (!sizes.empty()) readSizes(sizes);
+    if (!plain.empty()) readPlainFigures(plain);
+    if (!armhf.empty()) readArmhfCounts(armhf);
 
     MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
+    if (!figures.empty()) {
+        writeFigures(figures);
+        std::cout << "\nWritten: " << figures << '\n';
+        return 0;
+    }
 
     const std::string table = bench::markdown(results);
     std::cout << '\n' << table;

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <string>
 #include <vector>
 
 namespace bench {
+
+// The sizes of the conference documents the cost per byte is measured on.
+inline constexpr std::size_t kConferenceBytes[] = {std::size_t{1} << 10, std::size_t{1} << 14,
+                                                   std::size_t{1} << 18, std::size_t{1} << 20};
 
 // What one run measured, by benchmark name ("event/CallHeldEvent", "request/holdCall",
 // "straightforward/...", "floor/...", "pugixml/...", "scan/...", "ostringstream/...").
@@ -20,7 +25,19 @@ struct Results {
         double bss;
     };
     std::vector<Size> sizes;
-    std::vector<std::string> eventNames;     // dispatch order
+    std::vector<std::string> eventNames; // dispatch order
+    // The same measures on the plug-in built on the plain rules reader, when it was run.
+    std::map<std::string, double> plainNanoseconds;
+    std::map<std::string, double> plainInstructions;
+    // Instructions on armhf, counted under qemu by bench/armhf/count.sh, per build ("fast",
+    // "rules", "straightforward"): one call-state event, and per byte of the conference
+    // event at each of kConferenceBytes.
+    struct ArmhfCount {
+        std::string build;
+        double callState;
+        std::vector<double> conferencePerByte;
+    };
+    std::vector<ArmhfCount> armhf;
     std::vector<std::string> operationNames; // interface order
 };
 
