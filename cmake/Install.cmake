@@ -42,12 +42,12 @@ install(TARGETS comms_interfaces CommunicationsService desktopframework desktoph
 
 if(TARGET comms-simulator AND TARGET comms-console)
   file(RELATIVE_PATH comms_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(comms-simulator comms-console PROPERTIES
+  set_target_properties(comms-simulator comms-console comms-decode PROPERTIES
     INSTALL_RPATH "$ORIGIN/${comms_bin_to_lib}")
   # The simulator is an imported target too, for applications' integration tests.
   install(TARGETS comms-simulator EXPORT ${comms_package}Targets
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(TARGETS comms-console RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS comms-console comms-decode RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
 # Only the public headers: the private ones of src/ and the desktop kit's own stay behind.

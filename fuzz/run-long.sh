@@ -15,6 +15,7 @@ declare -A dictionaries=(
   [handle_message]=events
   [proxy_answers]=answers
   [simulator_requests]=requests
+  [decoder]=events
 )
 
 if [ ! -d "$build/fuzz" ]; then

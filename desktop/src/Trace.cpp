@@ -40,18 +40,6 @@ void argument(std::string& call, std::string_view name, std::optional<std::strin
     }
 }
 
-// "CallClearRequest" was written by callClear, "AnswerCall" by answerCall.
-std::string operationName(std::string_view method) {
-    std::string name(method);
-    const std::string suffix = "Request";
-    if (name.size() > suffix.size() &&
-        name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
-        name.resize(name.size() - suffix.size());
-    }
-    if (!name.empty() && name[0] >= 'A' && name[0] <= 'Z') name[0] = char(name[0] - 'A' + 'a');
-    return name;
-}
-
 std::string_view methodOf(std::string_view text) {
     if (text.substr(0, protocol::kMethodOpen.size()) != protocol::kMethodOpen) return {};
     const std::size_t end = text.find(protocol::kMethodClose);
@@ -60,7 +48,7 @@ std::string_view methodOf(std::string_view text) {
 }
 
 template <typename Entry> std::string requestCall(const Entry& entry, std::string_view text) {
-    std::string call = operationName(entry.method) + "(";
+    std::string call = message::operationName(entry.method) + "(";
     std::apply(
         [&](const auto&... field) {
             (argument(call, field.argument,

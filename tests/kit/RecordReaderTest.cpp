@@ -44,6 +44,10 @@ const std::vector<ReaderCase> kCases = {
      withTime("2026-13-24T19:00:00.000000Z") + "\n\n" + kGood,
      1,
      {"line 1: \"time\" '2026-13-24T19:00:00.000000Z' is not a time"}},
+    {"TimeBeyondTheClockSkipped",
+     withTime("4052-11-24T19:00:00.000000Z"),
+     0,
+     {"line 1: \"time\" '4052-11-24T19:00:00.000000Z' is not a time"}},
     {"MissingAndMistypedMembers",
      R"({"client":1,"kind":"event"})"
      "\n"

@@ -251,8 +251,11 @@ std::optional<Clock::time_point> parseIsoTime(std::string_view text) {
                     &consumed) != 7 ||
         consumed != 27)
         return std::nullopt;
-    if (parts.tm_mon < 1 || parts.tm_mon > 12 || parts.tm_mday < 1 || parts.tm_mday > 31 ||
-        parts.tm_hour > 23 || parts.tm_min > 59 || parts.tm_sec > 60 || micros < 0)
+    // The clock counts nanoseconds in 64 bits: it reaches from 1677 to 2262.
+    if (parts.tm_year < 1970 || parts.tm_year > 2261 || parts.tm_mon < 1 || parts.tm_mon > 12 ||
+        parts.tm_mday < 1 || parts.tm_mday > 31 || parts.tm_hour < 0 || parts.tm_hour > 23 ||
+        parts.tm_min < 0 || parts.tm_min > 59 || parts.tm_sec < 0 || parts.tm_sec > 60 ||
+        micros < 0)
         return std::nullopt;
     parts.tm_year -= 1900;
     parts.tm_mon -= 1;

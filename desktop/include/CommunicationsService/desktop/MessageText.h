@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace desktop::message {
@@ -19,5 +20,10 @@ struct Element {
 // The first element with the tag, searched from the text's start: a tag that stands
 // earlier inside another element's value is the one found, as the readers find it.
 std::optional<Element> firstElement(std::string_view text, std::string_view tag);
+
+// The operation of the interface that writes a request's method ("AnswerCall" is written by
+// answerCall, "Consult" by consultationCall); the method itself for one the interface has
+// no operation of its own for ("Subscribe"), and empty for a method that is no request.
+std::string operationName(std::string_view method);
 
 } // namespace desktop::message
