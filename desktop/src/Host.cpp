@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
-#include "Trace.h"
+#include "CommunicationsService/desktop/Trace.h"
 
 namespace desktop {
 

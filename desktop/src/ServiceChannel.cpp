@@ -13,8 +13,8 @@
 
 #include "CommunicationsService/desktop/Host.h"
 #include "CommunicationsService/desktop/Printable.h"
+#include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/desktop/Wire.h"
-#include "Trace.h"
 
 namespace desktop {
 

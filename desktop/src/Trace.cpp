@@ -1,4 +1,4 @@
-#include "Trace.h"
+#include "CommunicationsService/desktop/Trace.h"
 
 #include <cctype>
 #include <optional>

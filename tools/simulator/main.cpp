@@ -13,9 +13,13 @@
 #include "PhoneService.h"
 #include "ReadInput.h"
 #include "Recorder.h"
+#include "Replay.h"
 #include "Server.h"
 
 namespace {
+
+// A record may hold a long session; it is read whole, but not past this.
+constexpr std::size_t kRecordLimit = 256u << 20;
 
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> names;
@@ -147,6 +151,20 @@ int main(int argc, char** argv) {
                    "Write every frame served, and clients coming and going, to this file as JSON "
                    "lines; an existing file is refused");
     app.add_flag("--record-append", recordAppend, "Add to the --record file when it exists");
+    std::string replayPath;
+    bool replayFast = false;
+    int replayTimeout = 10;
+    app.add_option("--replay", replayPath,
+                   "Serve the session recorded in this file to a new run of the application, "
+                   "check that it sends the recorded requests in order, and exit: 0 when the "
+                   "whole session matched, 1 at the first divergence or time-out")
+        ->check(kit::readableFile());
+    app.add_flag("--fast", replayFast,
+                 "With --replay: play the recorded steps without their delays");
+    app.add_option("--replay-timeout", replayTimeout,
+                   "With --replay: seconds to wait for the next request before giving up")
+        ->check(CLI::Range(1, 3600))
+        ->capture_default_str();
     std::string logLevel = "info";
     kit::addLogLevel(app, logLevel,
                      "How much to log; debug and trace also log every request, answer and event, "
@@ -193,6 +211,17 @@ int main(int argc, char** argv) {
                                          "' cannot name a line (no blanks, <, > or &)");
             }
         }
+        std::vector<simulator::ReplayStep> replaySteps;
+        if (!replayPath.empty()) {
+            const kit::record::Reading reading = kit::record::read(
+                kit::readInput(replayPath, std::chrono::seconds(10), kRecordLimit));
+            for (const std::string& problem : reading.problems)
+                std::cerr << "comms-simulator: " << replayPath << ": " << problem << "\n";
+            replaySteps = simulator::replaySteps(reading.entries);
+            if (replaySteps.empty())
+                throw std::runtime_error(replayPath +
+                                         " holds no request and no control command to replay");
+        }
         std::vector<simulator::ScriptStep> steps;
         if (!scriptPath.empty())
             steps = simulator::parseControlScript(
@@ -225,12 +254,26 @@ int main(int argc, char** argv) {
             io.stop();
         });
         server.serve(service);
+        int replayStatus = 0;
+        std::optional<simulator::Replay> replay;
+        if (!replaySteps.empty()) {
+            replay.emplace(server, std::move(replaySteps), replayFast,
+                           std::chrono::seconds(replayTimeout),
+                           [&](int status, const std::string& report) {
+                               std::cerr << "comms-simulator: replay: " << report << std::endl;
+                               replayStatus = status;
+                               server.stop();
+                               io.stop();
+                           });
+            replay->start();
+        }
         if (!steps.empty()) {
             runScript(server,
                       std::make_shared<std::vector<simulator::ScriptStep>>(std::move(steps)), 0,
                       scriptPath);
         }
         io.run();
+        if (replay) return replayStatus;
     } catch (const std::exception& error) {
         std::cerr << "comms-simulator: " << error.what() << "\n";
         return 2;

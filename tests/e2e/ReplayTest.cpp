@@ -1,0 +1,96 @@
+// comms-simulator --replay: a recorded session served to a new run of the application,
+// which passes when it sends the same requests, and otherwise gets the first divergence or
+// a time-out, never a hang.
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include "Client.h"
+#include "SimulatorProcess.h"
+
+namespace {
+
+struct Folder {
+    Folder() {
+        char pattern[] = "/tmp/comms-replay-XXXXXX";
+        path = mkdtemp(pattern);
+    }
+    ~Folder() { kit::runProgram("rm -rf " + path); }
+    std::string path;
+};
+
+// The simulator's exit status once it ends by itself; -1 if it has not within 20 s.
+int exitStatus(const kit::SimulatorProcess& simulator) {
+    for (int tries = 0; tries < 400; ++tries) {
+        int status = 0;
+        if (waitpid(simulator.processId(), &status, WNOHANG) == simulator.processId())
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        usleep(50000);
+    }
+    return -1;
+}
+
+// A session in which the far end rings line 1001 and the application answers.
+std::string recordSession(const std::string& folder) {
+    const std::string path = folder + "/session.jsonl";
+    kit::SimulatorProcess simulator({"--record", path, "--lines", "1001"});
+    kit::Client client(simulator.socketPath());
+    EXPECT_TRUE(client.run({"subscribe => sfiSuccess", "activate => sfiSuccess",
+                            "sim incomingCall 1001 2005",
+                            "await onCallStateChangeEvent callId=1 callState=ringing",
+                            "answerCall 1001 1 => sfiSuccess"}));
+    return path;
+}
+
+// The application's part of the session, with the far end left to the replay.
+const std::vector<std::string> kApplication = {
+    "subscribe => sfiSuccess", "activate => sfiSuccess",
+    "await onCallStateChangeEvent callId=1 callState=ringing"};
+
+TEST(Replay, ASessionSentAgainMatchesAndTheSimulatorEndsWithZero) {
+    Folder folder;
+    const std::string record = recordSession(folder.path);
+    kit::SimulatorProcess simulator({"--replay", record, "--lines", "1001"});
+    std::vector<std::string> steps = kApplication;
+    steps.push_back("answerCall 1001 1 => sfiSuccess");
+    kit::Client client(simulator.socketPath());
+    EXPECT_TRUE(client.run(steps)) << simulator.log();
+    EXPECT_EQ(exitStatus(simulator), 0) << simulator.log();
+    EXPECT_NE(simulator.log().find("replay: the whole session matched: 3 requests"),
+              std::string::npos)
+        << simulator.log();
+}
+
+TEST(Replay, AChangedApplicationGetsItsFirstDivergenceAndStatusOne) {
+    Folder folder;
+    const std::string record = recordSession(folder.path);
+    kit::SimulatorProcess simulator({"--replay", record, "--lines", "1001", "--fast"});
+    std::vector<std::string> steps = kApplication;
+    steps.push_back("holdCall 1001 1 0 true");
+    kit::Client client(simulator.socketPath());
+    client.run(steps);
+    EXPECT_EQ(exitStatus(simulator), 1) << simulator.log();
+    EXPECT_NE(simulator.log().find("replay: first divergence at line "), std::string::npos)
+        << simulator.log();
+    EXPECT_NE(simulator.log().find(" of the record: expected answerCall(line=\"1001\", callId=1), "
+                                   "received holdCall(line=\"1001\", callId=1"),
+              std::string::npos)
+        << simulator.log();
+}
+
+TEST(Replay, AnApplicationThatStopsSendingEndsInATimeOutNotAHang) {
+    Folder folder;
+    const std::string record = recordSession(folder.path);
+    kit::SimulatorProcess simulator(
+        {"--replay", record, "--lines", "1001", "--replay-timeout", "1"});
+    kit::Client client(simulator.socketPath());
+    EXPECT_TRUE(client.run({"subscribe => sfiSuccess"}));
+    EXPECT_EQ(exitStatus(simulator), 1) << simulator.log();
+    EXPECT_NE(simulator.log().find("replay: time-out: the application sent nothing for 1 s; "
+                                   "expected activate()"),
+              std::string::npos)
+        << simulator.log();
+}
+
+} // namespace

@@ -1,0 +1,88 @@
+#include "Replay.h"
+
+namespace simulator {
+
+namespace {
+
+// Time for the answer and the events of the last request to reach the application before
+// the simulator ends the session.
+constexpr std::chrono::milliseconds kSettle{300};
+
+} // namespace
+
+Replay::Replay(Server& server, std::vector<ReplayStep> steps, bool fast,
+               std::chrono::milliseconds timeout, Finish finish)
+    : server(server), script(std::move(steps)), fast(fast), timeout(timeout),
+      finish(std::move(finish)) {}
+
+void Replay::start() {
+    server.watch([this](const Traffic& traffic) { received(traffic); });
+    playDue();
+}
+
+void Replay::received(const Traffic& traffic) {
+    using desktop::wire::Kind;
+    const Kind kind = traffic.frame.kind;
+    if (over || traffic.happening != Traffic::Happening::received || traffic.client == 0 ||
+        (kind != Kind::Request && kind != Kind::Subscribe && kind != Kind::OneWay))
+        return;
+    if (const auto divergence = script.received(traffic.frame.text)) return end(1, *divergence);
+    ++requests;
+    // After the request is handled: the control commands the record has behind it.
+    server.after(std::chrono::milliseconds(0), [this] { playDue(); });
+}
+
+void Replay::playDue() {
+    if (over || playing) return;
+    std::vector<ReplayStep> due = script.duePlays();
+    if (due.empty()) return awaitNext();
+    playing = true;
+    play(std::move(due), 0);
+}
+
+void Replay::play(std::vector<ReplayStep> due, std::size_t index) {
+    if (over) return;
+    if (index == due.size()) {
+        playing = false;
+        return playDue();
+    }
+    const auto delay = fast ? std::chrono::milliseconds(0) : due[index].delay;
+    server.after(delay, [this, due = std::move(due), index]() mutable {
+        if (over) return;
+        const std::string answer = server.control(due[index].text);
+        const auto failed = [](const std::string& text) { return text.rfind("error", 0) == 0; };
+        if (failed(answer) && !failed(due[index].recordedAnswer))
+            return end(1, "the control command '" + due[index].text + "' at line " +
+                              std::to_string(due[index].line) +
+                              " of the record failed in this run: " + answer +
+                              " (start the simulator with the options of the recorded run)");
+        play(std::move(due), index + 1);
+    });
+}
+
+void Replay::awaitNext() {
+    if (script.finished()) {
+        server.after(kSettle, [this] {
+            end(0, "the whole session matched: " + std::to_string(requests) + " requests");
+        });
+        return;
+    }
+    const std::uint64_t current = ++wait;
+    const std::size_t before = requests;
+    server.after(timeout, [this, current, before] {
+        if (over || current != wait || requests != before) return;
+        const std::string waited = timeout.count() % 1000 == 0
+                                       ? std::to_string(timeout.count() / 1000) + " s"
+                                       : std::to_string(timeout.count()) + " ms";
+        end(1, "time-out: the application sent nothing for " + waited + "; expected " +
+                   script.awaited());
+    });
+}
+
+void Replay::end(int status, const std::string& report) {
+    if (over) return;
+    over = true;
+    finish(status, report);
+}
+
+} // namespace simulator

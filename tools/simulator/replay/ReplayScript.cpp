@@ -1,0 +1,92 @@
+#include "ReplayScript.h"
+
+#include <algorithm>
+
+#include "CommunicationsService/desktop/Trace.h"
+
+namespace simulator {
+
+namespace {
+
+bool isRequest(const kit::record::Entry& entry) {
+    return entry.client != 0 && entry.direction == "in" &&
+           (entry.kind == kit::record::kindWord(desktop::wire::Kind::Request) ||
+            entry.kind == kit::record::kindWord(desktop::wire::Kind::Subscribe) ||
+            entry.kind == kit::record::kindWord(desktop::wire::Kind::OneWay));
+}
+
+bool isControl(const kit::record::Entry& entry) {
+    return entry.direction == "in" &&
+           entry.kind == kit::record::kindWord(desktop::wire::Kind::Control);
+}
+
+} // namespace
+
+std::string describeRequest(std::string_view text) {
+    return desktop::trace::request(std::string(text));
+}
+
+std::vector<ReplayStep> replaySteps(const std::vector<kit::record::Entry>& entries) {
+    std::vector<ReplayStep> steps;
+    const kit::record::Entry* before = nullptr;
+    for (auto at = entries.begin(); at != entries.end(); ++at) {
+        const kit::record::Entry& entry = *at;
+        const bool request = isRequest(entry);
+        if (!request && !isControl(entry)) continue;
+        const auto delay =
+            before == nullptr
+                ? std::chrono::milliseconds(0)
+                : std::chrono::duration_cast<std::chrono::milliseconds>(
+                      std::max(entry.time - before->time, kit::record::Clock::duration::zero()));
+        steps.push_back({request ? ReplayStep::What::expect : ReplayStep::What::play,
+                         entry.text,
+                         delay,
+                         entry.lineNumber,
+                         {}});
+        if (!request) {
+            const auto answer = std::find_if(at, entries.end(), [&](const auto& later) {
+                return later.kind == kit::record::kindWord(desktop::wire::Kind::Answer) &&
+                       later.client == entry.client && later.id == entry.id;
+            });
+            if (answer != entries.end()) steps.back().recordedAnswer = answer->text;
+        }
+        before = &entry;
+    }
+    return steps;
+}
+
+ReplayScript::ReplayScript(std::vector<ReplayStep> steps) : steps(std::move(steps)) {}
+
+std::vector<ReplayStep> ReplayScript::duePlays() {
+    std::vector<ReplayStep> due;
+    while (next < steps.size() && steps[next].what == ReplayStep::What::play)
+        due.push_back(steps[next++]);
+    return due;
+}
+
+std::optional<std::string> ReplayScript::received(std::string_view text) {
+    if (next == steps.size())
+        return "the application sent " + describeRequest(text) +
+               " after the last request of the record";
+    const ReplayStep& expected = steps[next];
+    if (expected.what != ReplayStep::What::expect || expected.text != text) {
+        return "first divergence at line " + std::to_string(expected.line) +
+               " of the record: expected " +
+               (expected.what == ReplayStep::What::expect
+                    ? describeRequest(expected.text)
+                    : "the control command '" + expected.text + "' first") +
+               ", received " + describeRequest(text);
+    }
+    ++next;
+    return std::nullopt;
+}
+
+std::string ReplayScript::awaited() const {
+    if (next == steps.size()) return "nothing more";
+    const ReplayStep& step = steps[next];
+    return (step.what == ReplayStep::What::expect ? describeRequest(step.text)
+                                                  : "control command '" + step.text + "'") +
+           " (line " + std::to_string(step.line) + " of the record)";
+}
+
+} // namespace simulator
