@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the library and the desktop kit into a temporary prefix, then builds the example
 # applications out of tree against that prefix (with find_package, and with pkg-config),
-# runs the first one's tests and runs the second one against the installed simulator, so
-# that a broken install fails here rather than in an application developer's hands.
+# runs the first one's tests and runs the second one against the installed simulator, then
+# records a session of it and replays that, so that a broken install fails here rather than
+# in an application developer's hands.
 set -euo pipefail
 
 build=build/package
@@ -42,7 +43,7 @@ for file in include/CommunicationsService/Version.h include/CommunicationsServic
   share/doc/CommunicationsService/LICENSE share/doc/CommunicationsService/CHANGELOG.md; do
   [ -e "$prefix/$file" ] || fail "$file was not installed"
 done
-for program in comms-simulator comms-console; do
+for program in comms-simulator comms-console comms-decode; do
   [ "$("$prefix/bin/$program" --version)" = "$program $version" ] ||
     fail "$program --version does not say $version"
 done
@@ -99,4 +100,9 @@ echo "activate => sfiSuccess" | "$prefix/bin/comms-console" --socket "$socket" >
 kill "$simulator_pid"
 wait "$simulator_pid" 2>/dev/null || true
 simulator_pid=""
-echo "package: installed, both examples built and ran"
+
+# A recorded session of the second example as its regression test: it replays against the
+# same program and reports its first divergence against a changed copy.
+bash examples/answer-on-simulator/replay-check.sh "$prefix" \
+  "$build/answer-on-simulator/answer-on-simulator"
+echo "package: installed, both examples built and ran, the recorded session replayed"

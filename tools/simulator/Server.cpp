@@ -269,6 +269,8 @@ void Server::acceptFailed(const asio::error_code& error) {
 
 void Server::forget(int sessionNumber) { sessions.erase(sessionNumber); }
 
+void Server::takeClientControl(ClientControl take) { clientControl = std::move(take); }
+
 void Server::watch(TrafficWatcher watcher) { watchers.push_back(std::move(watcher)); }
 
 void Server::tell(Traffic::Happening happening, int client, const Frame& frame) {
@@ -451,6 +453,9 @@ std::string Server::control(const std::string& command) {
 }
 
 std::string Server::control(const std::string& command, Session* session) {
+    if (session != nullptr && clientControl) {
+        if (std::optional<std::string> reply = clientControl(command)) return *reply;
+    }
     const std::vector<std::string> words = splitWords(command);
     const std::string name = words.empty() ? std::string() : words.front();
     if (name == "help") return std::string("ok\n") + PhoneService::controlHelp() + controlHelp();

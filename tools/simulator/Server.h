@@ -62,6 +62,11 @@ public:
     // Watchers are told of all traffic from then on, in the order they were added.
     void watch(TrafficWatcher watcher);
 
+    // Control commands that clients send go to `take` first; the answer it gives, if any,
+    // is theirs and the command is not run (a replay plays the far end itself).
+    using ClientControl = std::function<std::optional<std::string>(const std::string& command)>;
+    void takeClientControl(ClientControl take);
+
 private:
     class Session;
     friend class Session;
@@ -98,6 +103,7 @@ private:
     std::vector<std::string> heldEvents;
     std::chrono::milliseconds answerDelay{0};
     std::vector<TrafficWatcher> watchers;
+    ClientControl clientControl;
 };
 
 } // namespace simulator

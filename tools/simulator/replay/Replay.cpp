@@ -17,6 +17,9 @@ Replay::Replay(Server& server, std::vector<ReplayStep> steps, bool fast,
 
 void Replay::start() {
     server.watch([this](const Traffic& traffic) { received(traffic); });
+    server.takeClientControl([](const std::string&) -> std::optional<std::string> {
+        return "ok: not run; the replay plays the record's control commands itself";
+    });
     playDue();
 }
 
