@@ -43,7 +43,7 @@ void readStream(const std::string& stream) {
 void roundTrip(FuzzedDataProvider& input) {
     static constexpr char kKinds[] = {'P', 'R', 'S', 'O', 'C', 'A', 'E'};
     wire::Frame frame;
-    frame.kind = static_cast<wire::Kind>(kKinds[input.ConsumeIntegralInRange<int>(0, 6)]);
+    frame.kind = static_cast<wire::FrameKind>(kKinds[input.ConsumeIntegralInRange<int>(0, 6)]);
     frame.id = input.ConsumeIntegral<std::uint32_t>();
     frame.channel = input.ConsumeRandomLengthString(64);
     frame.text = input.ConsumeRemainingBytesAsString();

@@ -153,8 +153,8 @@ public:
 // What the delivery thread hands on: an event for a channel, or the service's loss
 // (reason set) or return.
 struct Delivery {
-    enum class Kind { event, lost, back };
-    Kind kind = Kind::event;
+    enum class Content { event, lost, back };
+    Content content = Content::event;
     std::string channel;
     std::string text;
 };
@@ -203,11 +203,13 @@ struct Host::State {
             channel = std::make_unique<ServiceChannel>(
                 *registry, options.socketPath, options.answerTimeout,
                 [this](std::string name, std::string text) {
-                    enqueue({Delivery::Kind::event, std::move(name), std::move(text)});
+                    enqueue({Delivery::Content::event, std::move(name), std::move(text)});
                 },
                 [this](const std::string& line) { log(LogLevel::warning, line); },
                 [this](bool available, const std::string& reason) {
-                    enqueue({available ? Delivery::Kind::back : Delivery::Kind::lost, {}, reason});
+                    enqueue({available ? Delivery::Content::back : Delivery::Content::lost,
+                             {},
+                             reason});
                 },
                 level >= LogLevel::trace ? report : Reporter());
         } catch (...) {
@@ -241,10 +243,10 @@ struct Host::State {
             Delivery item = std::move(queue.front());
             queue.pop_front();
             lock.unlock();
-            if (item.kind == Delivery::Kind::event) {
+            if (item.content == Delivery::Content::event) {
                 deliver(item.channel, item.text);
             } else {
-                tellWatchers(item.kind == Delivery::Kind::back, item.text);
+                tellWatchers(item.content == Delivery::Content::back, item.text);
             }
             lock.lock();
         }

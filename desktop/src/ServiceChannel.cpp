@@ -22,7 +22,7 @@ namespace {
 
 using Socket = asio::local::stream_protocol::socket;
 using wire::Frame;
-using wire::Kind;
+using wire::FrameKind;
 
 // Why the service refused the last request this thread sent; empty when it did not.
 thread_local std::string lastRefusal;
@@ -39,7 +39,7 @@ std::string describe(const std::string& message) {
 }
 
 std::string describe(const Frame& frame) {
-    if (frame.kind == Kind::Control) return "control command '" + printable(frame.text) + "'";
+    if (frame.kind == FrameKind::Control) return "control command '" + printable(frame.text) + "'";
     return describe(frame.text);
 }
 
@@ -104,11 +104,11 @@ struct ServiceChannel::Connection {
         frame.id = nextId++;
         const std::uint32_t id = frame.id;
         answers[id];
-        if (frame.kind == Kind::Subscribe) subscriptions[frame.channel] = frame.text;
+        if (frame.kind == FrameKind::Subscribe) subscriptions[frame.channel] = frame.text;
         const std::string what = describe(frame);
-        const std::string traced = !trace                        ? std::string()
-                                   : frame.kind == Kind::Control ? what
-                                                                 : trace::request(frame.text);
+        const std::string traced = !trace                             ? std::string()
+                                   : frame.kind == FrameKind::Control ? what
+                                                                      : trace::request(frame.text);
         const auto sent = std::chrono::steady_clock::now();
         lock.unlock();
         send(std::move(frame));
@@ -138,11 +138,11 @@ struct ServiceChannel::Connection {
 
     bool post(Frame frame) {
         if (!fits(frame)) return false;
-        if (trace && frame.kind == Kind::OneWay) trace(trace::request(frame.text) + " posted");
+        if (trace && frame.kind == FrameKind::OneWay) trace(trace::request(frame.text) + " posted");
         {
             std::lock_guard<std::mutex> lock(mutex);
             if (lost) return false;
-            if (frame.kind == Kind::Protocol) protocol = frame.text;
+            if (frame.kind == FrameKind::Protocol) protocol = frame.text;
         }
         send(std::move(frame));
         return true;
@@ -219,9 +219,9 @@ struct ServiceChannel::Connection {
                 std::string problem;
                 std::optional<Frame> frame = wire::decode(body, problem);
                 if (!frame) return lose("it sent a malformed frame: " + problem, Retry::no);
-                if (frame->kind == Kind::Event) {
+                if (frame->kind == FrameKind::Event) {
                     events(std::move(frame->channel), std::move(frame->text));
-                } else if (frame->kind == Kind::Answer) {
+                } else if (frame->kind == FrameKind::Answer) {
                     deliverAnswer(frame->id, {std::move(frame->text), std::move(frame->channel)});
                 } else {
                     return lose(std::string("it sent a ") + wire::kindName(frame->kind) +
@@ -298,9 +298,9 @@ struct ServiceChannel::Connection {
         std::size_t renewed = 0;
         {
             std::lock_guard<std::mutex> lock(mutex);
-            if (!protocol.empty()) enqueue(wire::encode({Kind::Protocol, 0, {}, protocol}));
+            if (!protocol.empty()) enqueue(wire::encode({FrameKind::Protocol, 0, {}, protocol}));
             for (const auto& [channel, request] : subscriptions) {
-                enqueue(wire::encode({Kind::Subscribe, nextId++, channel, request}));
+                enqueue(wire::encode({FrameKind::Subscribe, nextId++, channel, request}));
                 ++renewed;
             }
             lost = false;
@@ -369,34 +369,35 @@ int settle(std::optional<std::string> answer, std::string& response) {
 } // namespace
 
 int ServiceChannel::sendRequest(const std::string& request, std::string& response) {
-    return settle(connection->exchange({Kind::Request, 0, {}, request}, connection->defaultTimeout),
-                  response);
+    return settle(
+        connection->exchange({FrameKind::Request, 0, {}, request}, connection->defaultTimeout),
+        response);
 }
 
 int ServiceChannel::sendRequestTimed(const std::string& request, std::string& response,
                                      int timeout) {
-    return settle(connection->exchange({Kind::Request, 0, {}, request},
+    return settle(connection->exchange({FrameKind::Request, 0, {}, request},
                                        chooseTimeout(timeout, connection->defaultTimeout)),
                   response);
 }
 
 int ServiceChannel::sendSubscribe(const std::string& request, std::string& response,
                                   const std::string& channelName, int timeout) {
-    return settle(connection->exchange({Kind::Subscribe, 0, channelName, request},
+    return settle(connection->exchange({FrameKind::Subscribe, 0, channelName, request},
                                        chooseTimeout(timeout, connection->defaultTimeout)),
                   response);
 }
 
 int ServiceChannel::sendOneWay(const std::string& message) {
-    return connection->post({Kind::OneWay, 0, {}, message}) ? 0 : -1;
+    return connection->post({FrameKind::OneWay, 0, {}, message}) ? 0 : -1;
 }
 
 int ServiceChannel::setProtocol(const std::string& protocolName) {
-    return connection->post({Kind::Protocol, 0, {}, protocolName}) ? 0 : -1;
+    return connection->post({FrameKind::Protocol, 0, {}, protocolName}) ? 0 : -1;
 }
 
 std::string ServiceChannel::control(const std::string& command) {
-    return connection->exchange({Kind::Control, 0, {}, command}, connection->defaultTimeout)
+    return connection->exchange({FrameKind::Control, 0, {}, command}, connection->defaultTimeout)
         .value_or(std::string());
 }
 

@@ -21,14 +21,14 @@ std::uint32_t readNumber(const unsigned char* bytes) {
 }
 
 bool isKnownKind(char kind) {
-    switch (static_cast<Kind>(kind)) {
-    case Kind::Protocol:
-    case Kind::Request:
-    case Kind::Subscribe:
-    case Kind::OneWay:
-    case Kind::Control:
-    case Kind::Answer:
-    case Kind::Event:
+    switch (static_cast<FrameKind>(kind)) {
+    case FrameKind::Protocol:
+    case FrameKind::Request:
+    case FrameKind::Subscribe:
+    case FrameKind::OneWay:
+    case FrameKind::Control:
+    case FrameKind::Answer:
+    case FrameKind::Event:
         return true;
     }
     return false;
@@ -81,35 +81,35 @@ std::optional<Frame> decode(std::string_view body, std::string& error) {
         return std::nullopt;
     }
     Frame frame;
-    frame.kind = static_cast<Kind>(body[0]);
+    frame.kind = static_cast<FrameKind>(body[0]);
     frame.id = readNumber(bytes + 1);
     frame.channel = std::string(body.substr(kFixedBodySize, channelSize));
     frame.text = std::string(body.substr(kFixedBodySize + channelSize));
     return frame;
 }
 
-const char* kindName(Kind kind) {
+const char* kindName(FrameKind kind) {
     switch (kind) {
-    case Kind::Protocol:
+    case FrameKind::Protocol:
         return "protocol selection";
-    case Kind::Request:
+    case FrameKind::Request:
         return "request";
-    case Kind::Subscribe:
+    case FrameKind::Subscribe:
         return "subscription";
-    case Kind::OneWay:
+    case FrameKind::OneWay:
         return "one-way message";
-    case Kind::Control:
+    case FrameKind::Control:
         return "control command";
-    case Kind::Answer:
+    case FrameKind::Answer:
         return "answer";
-    case Kind::Event:
+    case FrameKind::Event:
         return "event";
     }
     return "unknown";
 }
 
-std::string kindWithArticle(Kind kind) {
-    const bool vowel = kind == Kind::Answer || kind == Kind::Event;
+std::string kindWithArticle(FrameKind kind) {
+    const bool vowel = kind == FrameKind::Answer || kind == FrameKind::Event;
     return std::string(vowel ? "an " : "a ") + kindName(kind);
 }
 

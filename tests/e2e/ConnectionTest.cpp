@@ -18,7 +18,7 @@
 namespace {
 
 using desktop::wire::Frame;
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 
 using kit::RawSocket;
 
@@ -119,7 +119,7 @@ TEST(Garbage, FromAClientCostsOnlyThatClient) {
         // Leaves in the middle of its request.
         RawSocket vanishing(simulator.socketPath());
         ASSERT_TRUE(vanishing.send(
-            desktop::wire::encode({Kind::Request, 1, {}, "<Method>Activate</Method>"})
+            desktop::wire::encode({FrameKind::Request, 1, {}, "<Method>Activate</Method>"})
                 .substr(0, 9)));
     }
     // The readiness probe, the two garbage senders and the vanishing client are gone.
@@ -139,14 +139,14 @@ TEST(Garbage, FromAClientCostsOnlyThatClient) {
 
     // Well-framed but wrong: no protocol, then a malformed and an unknown request.
     RawSocket wrong(simulator.socketPath());
-    ASSERT_TRUE(wrong.send({Kind::Request, 1, {}, "<Method>GetDevices</Method>"}));
+    ASSERT_TRUE(wrong.send({FrameKind::Request, 1, {}, "<Method>GetDevices</Method>"}));
     EXPECT_EQ(wrong.receiveText(), "sfiFailure");
-    ASSERT_TRUE(wrong.send({Kind::Protocol, 0, {}, "CommunicationsServiceProtocol"}));
-    ASSERT_TRUE(wrong.send({Kind::Request, 2, {}, "<Method>AnswerCall</Method><Line>1001"}));
+    ASSERT_TRUE(wrong.send({FrameKind::Protocol, 0, {}, "CommunicationsServiceProtocol"}));
+    ASSERT_TRUE(wrong.send({FrameKind::Request, 2, {}, "<Method>AnswerCall</Method><Line>1001"}));
     EXPECT_EQ(wrong.receiveText(), "sfiFailure");
-    ASSERT_TRUE(wrong.send({Kind::Request, 3, {}, "<Method>FlyToMoon</Method>"}));
+    ASSERT_TRUE(wrong.send({FrameKind::Request, 3, {}, "<Method>FlyToMoon</Method>"}));
     EXPECT_EQ(wrong.receiveText(), "sfiFailure");
-    ASSERT_TRUE(wrong.send({Kind::Request, 4, {}, "<Method>GetDevices</Method>"}));
+    ASSERT_TRUE(wrong.send({FrameKind::Request, 4, {}, "<Method>GetDevices</Method>"}));
     EXPECT_EQ(wrong.receiveText(), "<1001><1002>");
 
     const std::string log = simulator.log();

@@ -17,7 +17,7 @@
 namespace {
 
 using desktop::wire::Frame;
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 using kit::RawSocket;
 
 constexpr const char* kProtocol = "CommunicationsServiceProtocol";
@@ -52,7 +52,7 @@ std::size_t occurrences(const std::string& text, const std::string& part) {
 // A client that has selected the protocol, for asking and controlling.
 std::unique_ptr<RawSocket> speaker(const std::string& socket) {
     auto client = std::make_unique<RawSocket>(socket);
-    client->send({Kind::Protocol, 0, {}, kProtocol});
+    client->send({FrameKind::Protocol, 0, {}, kProtocol});
     return client;
 }
 
@@ -60,7 +60,7 @@ std::unique_ptr<RawSocket> speaker(const std::string& socket) {
 void settle(const std::string& socket) {
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     RawSocket probe(socket);
-    probe.send({Kind::Control, 1, {}, "clients"});
+    probe.send({FrameKind::Control, 1, {}, "clients"});
     ASSERT_TRUE(probe.receive());
 }
 
@@ -88,7 +88,7 @@ TEST(Accepting, GoesOnOnceDescriptorsRunOutAndClientsLeave) {
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
     }
     RawSocket late(simulator.socketPath());
-    ASSERT_TRUE(late.send({Kind::Control, 7, {}, "help"}));
+    ASSERT_TRUE(late.send({FrameKind::Control, 7, {}, "help"}));
     const std::optional<Frame> answer = late.receive();
     ASSERT_TRUE(answer) << simulator.log();
     EXPECT_EQ(answer->text.compare(0, 2, "ok"), 0);
@@ -131,9 +131,9 @@ TEST(Memory, ASubscriberThatNeverReadsIsDisconnectedAndTheOthersGoOn) {
     reuseFreedMemoryAtOnce();
     kit::SimulatorProcess simulator;
     auto sleeper = speaker(simulator.socketPath());
-    sleeper->send({Kind::Subscribe, 1, "asleep", "<Method>Subscribe</Method>"});
+    sleeper->send({FrameKind::Subscribe, 1, "asleep", "<Method>Subscribe</Method>"});
     auto reader = speaker(simulator.socketPath());
-    reader->send({Kind::Subscribe, 1, "awake", "<Method>Subscribe</Method>"});
+    reader->send({FrameKind::Subscribe, 1, "awake", "<Method>Subscribe</Method>"});
     ASSERT_EQ(reader->receiveText(), "sfiSuccess");
     settle(simulator.socketPath());
     const std::size_t before = residentBytes(simulator.processId());
@@ -141,10 +141,10 @@ TEST(Memory, ASubscriberThatNeverReadsIsDisconnectedAndTheOthersGoOn) {
     const std::string info(kMiB, 'i');
     auto sender = speaker(simulator.socketPath());
     for (std::uint32_t i = 1; i <= 60; ++i) {
-        ASSERT_TRUE(sender->send({Kind::Control, i, {}, "systemStatus degraded " + info}));
+        ASSERT_TRUE(sender->send({FrameKind::Control, i, {}, "systemStatus degraded " + info}));
         ASSERT_EQ(sender->receiveText(), "ok");
         const std::optional<Frame> event = reader->receive();
-        ASSERT_TRUE(event && event->kind == Kind::Event);
+        ASSERT_TRUE(event && event->kind == FrameKind::Event);
     }
     const std::size_t after = residentBytes(simulator.processId());
     EXPECT_LT(after, before + 40 * kMiB) << before << " -> " << after;
@@ -171,17 +171,17 @@ TEST(Limits, RefuseWhatWouldGrowTheTablesAndSaySo) {
         return reasons;
     };
     const auto lamp = [&](const std::string& key) {
-        return Frame{Kind::Request,
+        return Frame{FrameKind::Request,
                      id++,
                      {},
                      "<Method>setLampMode</Method><Line>1001</Line><lampId>" + key +
                          "</lampId><lampMode>1</lampMode>"};
     };
     const auto device = [&](const std::string& key) {
-        return Frame{Kind::Control, id++, {}, "addDevice " + key};
+        return Frame{FrameKind::Control, id++, {}, "addDevice " + key};
     };
     const auto channel = [&](const std::string& key) {
-        return Frame{Kind::Subscribe, id++, key, "<Method>Subscribe</Method>"};
+        return Frame{FrameKind::Subscribe, id++, key, "<Method>Subscribe</Method>"};
     };
     struct Table {
         std::vector<std::string> reasons;
@@ -240,10 +240,10 @@ TEST(FrameLimit, ARequestTooBigIsRefusedBeforeItIsSentAndCostsNoConnection) {
 TEST(Log, ClientBytesAreEscapedSoNoLineCanBeForged) {
     kit::SimulatorProcess simulator({"--verbose"});
     auto client = speaker(simulator.socketPath());
-    client->send({Kind::Protocol, 0, {}, "x\nsimulator: client 99 forged\x1b[2J\xff"});
-    client->send({Kind::Control, 1, {}, "echo " + std::string(3000, 'l')});
+    client->send({FrameKind::Protocol, 0, {}, "x\nsimulator: client 99 forged\x1b[2J\xff"});
+    client->send({FrameKind::Control, 1, {}, "echo " + std::string(3000, 'l')});
     ASSERT_TRUE(client->receive());
-    client->send({Kind::Answer, 2, {}, "ok"});
+    client->send({FrameKind::Answer, 2, {}, "ok"});
     ASSERT_TRUE(client->closedByPeer());
     ASSERT_TRUE(simulator.waitForLog("which only the service sends")) << simulator.log();
     const std::string log = simulator.log();

@@ -24,7 +24,7 @@
 namespace {
 
 using desktop::wire::Frame;
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 using Clock = std::chrono::steady_clock;
 
 constexpr int kClients = 50;
@@ -103,19 +103,20 @@ public:
             fail("cannot connect");
             return result;
         }
-        socket.send({Kind::Protocol, 0, {}, "CommunicationsServiceProtocol"});
+        socket.send({FrameKind::Protocol, 0, {}, "CommunicationsServiceProtocol"});
         const std::string channel = "soak-" + std::to_string(number);
-        if (!ask({Kind::Subscribe, nextId++, channel, "<Method>Subscribe</Method>"}, "sfiSuccess"))
+        if (!ask({FrameKind::Subscribe, nextId++, channel, "<Method>Subscribe</Method>"},
+                 "sfiSuccess"))
             return result;
         subscribed.countDown();
         for (int k = 0; k < kRequestsPerClient && result.problem.empty(); ++k) {
             const Exchange exchange = exchangeFor(number, k);
             if (!exchange.control.empty() &&
-                !ask({Kind::Control, nextId++, {}, exchange.control}, "ok")) {
+                !ask({FrameKind::Control, nextId++, {}, exchange.control}, "ok")) {
                 break;
             }
             const Clock::time_point sent = Clock::now();
-            if (ask({Kind::Request, nextId++, {}, exchange.request}, exchange.answer)) {
+            if (ask({FrameKind::Request, nextId++, {}, exchange.request}, exchange.answer)) {
                 result.worstAnswer = std::max(result.worstAnswer, Clock::now() - sent);
                 ++result.answered;
             }
@@ -145,11 +146,11 @@ private:
         for (;;) {
             const std::optional<Frame> reply = socket.receive();
             if (!reply) return fail("no answer to " + frame.text);
-            if (reply->kind == Kind::Event) {
+            if (reply->kind == FrameKind::Event) {
                 take(*reply);
                 continue;
             }
-            if (reply->kind != Kind::Answer || !answeredIds.insert(reply->id).second)
+            if (reply->kind != FrameKind::Answer || !answeredIds.insert(reply->id).second)
                 return fail("answer " + std::to_string(reply->id) + " twice");
             if (reply->id != frame.id || reply->text != expected) {
                 return fail("request " + std::to_string(frame.id) + " got answer " +
@@ -206,7 +207,7 @@ TEST(Soak, EveryAnswerAndEventReachesItsClientOnceAndInOrder) {
         }
         kit::RawSocket control(simulator.socketPath());
         for (int n = 0; n < kEvents && publisherProblem.empty(); ++n) {
-            control.send({Kind::Control,
+            control.send({FrameKind::Control,
                           static_cast<std::uint32_t>(n + 1),
                           {},
                           "systemStatus SOAK-" + std::to_string(n)});

@@ -14,7 +14,7 @@
 namespace hosttest {
 
 using desktop::wire::Frame;
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 
 struct FakeService::Client {
     explicit Client(int descriptor) : descriptor(descriptor) {}
@@ -100,10 +100,10 @@ void FakeService::serve(const std::shared_ptr<Client>& client) {
         std::string problem;
         const auto frame = desktop::wire::decode(body, problem);
         if (!frame) return;
-        if (frame->kind == Kind::Request) ++answered;
-        if (frame->kind == Kind::Request || frame->kind == Kind::Subscribe ||
-            frame->kind == Kind::Control) {
-            client->send({Kind::Answer, frame->id, {}, "sfiSuccess"});
+        if (frame->kind == FrameKind::Request) ++answered;
+        if (frame->kind == FrameKind::Request || frame->kind == FrameKind::Subscribe ||
+            frame->kind == FrameKind::Control) {
+            client->send({FrameKind::Answer, frame->id, {}, "sfiSuccess"});
         }
     }
 }
@@ -121,7 +121,7 @@ void FakeService::startFlood(const std::string& channel, const std::string& text
                 everyone = clients;
             }
             for (const auto& client : everyone)
-                client->send({Kind::Event, 0, channel, text});
+                client->send({FrameKind::Event, 0, channel, text});
             if (!everyone.empty()) ++sent;
             // Bursts, so that a slow subscriber's queue stays within memory.
             if (everyone.empty() || sent % 100 == 99)

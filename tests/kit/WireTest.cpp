@@ -8,14 +8,14 @@ namespace {
 using namespace desktop::wire;
 
 TEST(Wire, FramesSurviveTheRoundTripByteForByte) {
-    const Frame original{Kind::Subscribe, 0x01020304, "chan\0nel", std::string("a\0b", 3)};
+    const Frame original{FrameKind::Subscribe, 0x01020304, "chan\0nel", std::string("a\0b", 3)};
     const std::string bytes = encode(original);
     ASSERT_EQ(bodySize(reinterpret_cast<const unsigned char*>(bytes.data())),
               bytes.size() - kHeaderSize);
     std::string error;
     const auto decoded = decode(std::string_view(bytes).substr(kHeaderSize), error);
     ASSERT_TRUE(decoded) << error;
-    EXPECT_EQ(decoded->kind, Kind::Subscribe);
+    EXPECT_EQ(decoded->kind, FrameKind::Subscribe);
     EXPECT_EQ(decoded->id, 0x01020304u);
     EXPECT_EQ(decoded->channel, original.channel);
     EXPECT_EQ(decoded->text, original.text);
@@ -35,7 +35,7 @@ TEST(Wire, RejectsBodiesThatAreNotFrames) {
 
 TEST(Wire, AFrameOverTheLimitIsRefusedByItsSizeOnly) {
     const std::size_t fixed = 9;
-    Frame frame{Kind::Answer, 1, "why", std::string(kMaxBodySize - fixed - 3, 'a')};
+    Frame frame{FrameKind::Answer, 1, "why", std::string(kMaxBodySize - fixed - 3, 'a')};
     EXPECT_EQ(sizeProblem(frame), "");
     frame.text.push_back('a');
     EXPECT_EQ(sizeProblem(frame),

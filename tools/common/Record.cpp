@@ -16,16 +16,17 @@ namespace {
 
 namespace protocol = CommunicationsService::protocol;
 using Json = nlohmann::ordered_json;
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 
 // The names the four party elements are recorded under, in kPartyTags' order.
 constexpr std::string_view kPartyNames[] = {"callingParty", "callingPartyName", "calledParty",
                                             "calledPartyName"};
 
-constexpr std::pair<Kind, std::string_view> kKindWords[] = {
-    {Kind::Protocol, "protocol"}, {Kind::Request, "request"}, {Kind::Subscribe, "subscribe"},
-    {Kind::OneWay, "oneway"},     {Kind::Control, "control"}, {Kind::Answer, "answer"},
-    {Kind::Event, "event"},
+constexpr std::pair<FrameKind, std::string_view> kKindWords[] = {
+    {FrameKind::Protocol, "protocol"},   {FrameKind::Request, "request"},
+    {FrameKind::Subscribe, "subscribe"}, {FrameKind::OneWay, "oneway"},
+    {FrameKind::Control, "control"},     {FrameKind::Answer, "answer"},
+    {FrameKind::Event, "event"},
 };
 
 const std::set<std::string> kMembers = {"time",    "client", "direction", "kind", "id",
@@ -91,14 +92,14 @@ std::optional<std::string> unhex(const std::string& text) {
 
 } // namespace
 
-std::string_view kindWord(Kind kind) {
+std::string_view kindWord(FrameKind kind) {
     for (const auto& [frameKind, word] : kKindWords) {
         if (frameKind == kind) return word;
     }
     return "unknown";
 }
 
-std::optional<Kind> frameKind(std::string_view word) {
+std::optional<FrameKind> frameKind(std::string_view word) {
     for (const auto& [kind, name] : kKindWords) {
         if (name == word) return kind;
     }
@@ -199,29 +200,29 @@ Fields answerFields(std::string_view method, std::string_view text) {
     return fields;
 }
 
-Entry describeFrame(Kind kind, const std::string& text, const std::string& answered) {
+Entry describeFrame(FrameKind kind, const std::string& text, const std::string& answered) {
     Entry entry;
     entry.kind = std::string(kindWord(kind));
     entry.text = text;
     switch (kind) {
-    case Kind::Request:
-    case Kind::Subscribe:
-    case Kind::OneWay:
+    case FrameKind::Request:
+    case FrameKind::Subscribe:
+    case FrameKind::OneWay:
         entry.method = methodOf(text);
         entry.fields = requestFields(text);
         break;
-    case Kind::Event:
+    case FrameKind::Event:
         entry.method = methodOf(text);
         entry.fields = eventFields(text);
         break;
-    case Kind::Answer:
+    case FrameKind::Answer:
         entry.method = answered;
         entry.fields = answerFields(answered, text);
         break;
-    case Kind::Control:
+    case FrameKind::Control:
         entry.method = text.substr(0, text.find_first_of(" \t"));
         break;
-    case Kind::Protocol:
+    case FrameKind::Protocol:
         break;
     }
     return entry;

@@ -47,11 +47,11 @@ struct Entry {
 };
 
 // The word of "kind" for a frame kind, and back.
-std::string_view kindWord(desktop::wire::Kind kind);
-std::optional<desktop::wire::Kind> frameKind(std::string_view word);
+std::string_view kindWord(desktop::wire::FrameKind kind);
+std::optional<desktop::wire::FrameKind> frameKind(std::string_view word);
 
 // The entry of a frame; `answered` is the method of the request an answer answers.
-Entry describeFrame(desktop::wire::Kind kind, const std::string& text,
+Entry describeFrame(desktop::wire::FrameKind kind, const std::string& text,
                     const std::string& answered = {});
 
 // The method and the fields of a text as the description reads it.

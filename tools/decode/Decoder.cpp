@@ -24,6 +24,7 @@ namespace {
 
 namespace protocol = CommunicationsService::protocol;
 using communications::testing::NamedCall;
+using desktop::wire::FrameKind;
 using protocol::FieldKind;
 
 // A party field holds 64 characters and its terminator; the plug-in cuts a longer value.
@@ -141,19 +142,19 @@ bool isResultWord(std::string_view text) {
 
 } // namespace
 
-std::string_view kindWord(Decoded::Kind kind) {
-    switch (kind) {
-    case Decoded::Kind::event:
+std::string_view formWord(Decoded::Form form) {
+    switch (form) {
+    case Decoded::Form::event:
         return "event";
-    case Decoded::Kind::request:
+    case Decoded::Form::request:
         return "request";
-    case Decoded::Kind::answer:
+    case Decoded::Form::answer:
         return "answer";
-    case Decoded::Kind::control:
+    case Decoded::Form::control:
         return "control";
-    case Decoded::Kind::client:
+    case Decoded::Form::client:
         return "client";
-    case Decoded::Kind::problem:
+    case Decoded::Form::problem:
         break;
     }
     return "problem";
@@ -167,7 +168,7 @@ Decoder::~Decoder() = default;
 
 Decoded Decoder::event(std::string_view text) {
     Decoded decoded;
-    decoded.kind = Decoded::Kind::event;
+    decoded.form = Decoded::Form::event;
     const std::string message(text.substr(0, text.find('\0')));
     const std::string method(valueOf(message, protocol::kMethodTag).value_or(""));
     decoded.method = method;
@@ -205,7 +206,7 @@ Decoded Decoder::event(std::string_view text) {
     if (handlers > 1)
         decoded.notes.push_back("\"" + method + "\" ran " + std::to_string(handlers) + " handlers");
     if (handlers == 0) {
-        decoded.kind = Decoded::Kind::problem;
+        decoded.form = Decoded::Form::problem;
         decoded.problem = method.empty() ? "not a message of this protocol: it has no " +
                                                angled(protocol::kMethodTag) + " element"
                                          : "not a message of this protocol: no event or "
@@ -217,7 +218,7 @@ Decoded Decoder::event(std::string_view text) {
 
 Decoded Decoder::request(std::string_view text) {
     Decoded decoded;
-    decoded.kind = Decoded::Kind::request;
+    decoded.form = Decoded::Form::request;
     decoded.method = kit::record::methodOf(text);
     const kit::record::Fields present = kit::record::requestFields(text);
     bool known = false;
@@ -270,7 +271,7 @@ Decoded Decoder::request(std::string_view text) {
 
 Decoded Decoder::answer(std::string_view method, std::string_view text) {
     Decoded decoded;
-    decoded.kind = Decoded::Kind::answer;
+    decoded.form = Decoded::Form::answer;
     decoded.method = std::string(method);
     Call call{"answer", {}};
     const kit::record::Fields fields = kit::record::answerFields(method, text);
@@ -308,19 +309,20 @@ Decoded Decoder::line(std::string_view text, std::size_t lineNumber) {
         const auto entry = kit::record::parseLine(text, problem, notes);
         if (!entry) {
             decoded.problem = "not a line of a record: " + problem;
-        } else if (entry->kind == "event") {
+        } else if (entry->kind == kit::record::kindWord(FrameKind::Event)) {
             decoded = event(entry->text);
-        } else if (entry->kind == "answer") {
+        } else if (entry->kind == kit::record::kindWord(FrameKind::Answer)) {
             decoded = answer(entry->method, entry->text);
-        } else if (entry->kind == "request" || entry->kind == "oneway" ||
-                   entry->kind == "subscribe") {
+        } else if (entry->kind == kit::record::kindWord(FrameKind::Request) ||
+                   entry->kind == kit::record::kindWord(FrameKind::OneWay) ||
+                   entry->kind == kit::record::kindWord(FrameKind::Subscribe)) {
             decoded = request(entry->text);
-        } else if (entry->kind == "control") {
-            decoded.kind = Decoded::Kind::control;
+        } else if (entry->kind == kit::record::kindWord(FrameKind::Control)) {
+            decoded.form = Decoded::Form::control;
             decoded.method = entry->method;
             decoded.calls.push_back({"control", {{"command", entry->text, true, {}}}});
         } else {
-            decoded.kind = Decoded::Kind::client;
+            decoded.form = Decoded::Form::client;
             decoded.method = entry->kind;
             decoded.calls.push_back(
                 {entry->kind, {{"client", std::to_string(entry->client), false, {}}}});
@@ -337,7 +339,7 @@ Decoded Decoder::line(std::string_view text, std::size_t lineNumber) {
 
 std::string toText(const Decoded& decoded) {
     const std::string where = "line " + std::to_string(decoded.lineNumber) + ": ";
-    if (decoded.kind == Decoded::Kind::problem) return where + decoded.problem + "\n";
+    if (decoded.form == Decoded::Form::problem) return where + decoded.problem + "\n";
     std::string out;
     for (const Call& call : decoded.calls) {
         out += where + call.name + "(";
@@ -364,9 +366,9 @@ std::string toText(const Decoded& decoded) {
 std::string toJson(const Decoded& decoded) {
     nlohmann::ordered_json json;
     json["line"] = decoded.lineNumber;
-    json["kind"] = kindWord(decoded.kind);
+    json["kind"] = formWord(decoded.form);
     if (!decoded.method.empty()) json["method"] = decoded.method;
-    if (decoded.kind == Decoded::Kind::problem) json["problem"] = decoded.problem;
+    if (decoded.form == Decoded::Form::problem) json["problem"] = decoded.problem;
     nlohmann::ordered_json calls = nlohmann::ordered_json::array();
     for (const Call& call : decoded.calls) {
         nlohmann::ordered_json arguments = nlohmann::ordered_json::array();

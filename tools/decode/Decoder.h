@@ -35,19 +35,19 @@ struct Call {
 };
 
 struct Decoded {
-    enum class Kind { event, request, answer, control, client, problem };
+    enum class Form { event, request, answer, control, client, problem };
 
     std::size_t lineNumber = 0;
-    Kind kind = Kind::problem;
+    Form form = Form::problem;
     // What the text is: the event's or request's method, the answered method, ...
     std::string method;
     std::vector<Call> calls;
     std::vector<std::string> notes;
-    // For Kind::problem: what is wrong with the line.
+    // For Form::problem: what is wrong with the line.
     std::string problem;
 };
 
-std::string_view kindWord(Decoded::Kind kind);
+std::string_view formWord(Decoded::Form form);
 
 class Decoder {
 public:

@@ -20,7 +20,7 @@ namespace simulator {
 namespace {
 
 using desktop::wire::Frame;
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 using Socket = asio::local::stream_protocol::socket;
 
 const std::string kFailure(CommunicationsService::protocol::kFailureWord);
@@ -89,7 +89,7 @@ public:
         std::string().swap(body);
         hold(0);
         server.log(level, "client " + std::to_string(number) + " " + reason);
-        server.tell(Traffic::Happening::disconnected, number, {Kind::Control, 0, {}, reason});
+        server.tell(Traffic::Happening::disconnected, number, {FrameKind::Control, 0, {}, reason});
         server.forget(number);
     }
 
@@ -284,18 +284,18 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
     const std::string client = "client " + std::to_string(session->number);
     tell(Traffic::Happening::received, session->number, frame);
     switch (frame.kind) {
-    case Kind::Protocol:
+    case FrameKind::Protocol:
         session->protocol = frame.text;
         if (frame.text != kProtocol) {
             log(desktop::LogLevel::warning, client + " selected the unknown protocol '" +
                                                 frame.text + "'; its requests will fail");
         }
         return;
-    case Kind::Control: {
+    case FrameKind::Control: {
         holdingEvents = true;
         // Answer steering is for service requests: control commands are answered at once.
         std::string reply = control(frame.text, session.get());
-        if (std::string problem = desktop::wire::sizeProblem({Kind::Answer, 0, {}, reply});
+        if (std::string problem = desktop::wire::sizeProblem({FrameKind::Answer, 0, {}, reply});
             !problem.empty()) {
             log(desktop::LogLevel::warning,
                 client + " control '" + frame.text + "' -> error: " + problem);
@@ -307,15 +307,15 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         flushEvents();
         return;
     }
-    case Kind::Request:
-    case Kind::Subscribe:
-    case Kind::OneWay:
+    case FrameKind::Request:
+    case FrameKind::Subscribe:
+    case FrameKind::OneWay:
         holdingEvents = true;
         serveRequest(session, frame);
         flushEvents();
         return;
-    case Kind::Answer:
-    case Kind::Event:
+    case FrameKind::Answer:
+    case FrameKind::Event:
         session->close("sent " + desktop::wire::kindWithArticle(frame.kind) +
                        " frame, which only the service sends; disconnected");
         return;
@@ -324,7 +324,7 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
 
 void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& frame) {
     const std::string client = "client " + std::to_string(session->number);
-    const bool awaited = frame.kind != Kind::OneWay;
+    const bool awaited = frame.kind != FrameKind::OneWay;
     session->lastRequest = frame.text;
     if (verbose) log(desktop::LogLevel::debug, client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
@@ -348,7 +348,7 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     if (!request.valid()) return refuse("malformed request: " + request.error);
     const bool subscription =
         request.method == CommunicationsService::protocol::requests::subscribe.method;
-    if (subscription != (frame.kind == Kind::Subscribe)) {
+    if (subscription != (frame.kind == FrameKind::Subscribe)) {
         return refuse(subscription ? "Subscribe sent without a channel name"
                                    : request.method + " sent as a subscription");
     }
@@ -384,11 +384,11 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
 void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
                     std::chrono::milliseconds delay, const std::string& refusal) {
     // The answer text stays the service's; why it refused rides in the channel field.
-    Frame frame{Kind::Answer, id, refusal, std::move(text)};
+    Frame frame{FrameKind::Answer, id, refusal, std::move(text)};
     if (std::string problem = desktop::wire::sizeProblem(frame); !problem.empty()) {
         log(desktop::LogLevel::warning,
             "client " + std::to_string(session->number) + " -> refused: " + problem);
-        frame = {Kind::Answer, id, problem, {}};
+        frame = {FrameKind::Answer, id, problem, {}};
     }
     if (delay.count() == 0) return session->send(frame);
     auto timer = std::make_shared<asio::steady_timer>(io, delay);
@@ -408,7 +408,7 @@ void Server::publish(const std::string& event) {
     std::string tooLarge;
     for (const std::shared_ptr<Session>& session : receivers) {
         for (const std::string& channel : std::vector<std::string>(session->channels)) {
-            const Frame frame{Kind::Event, 0, channel, event};
+            const Frame frame{FrameKind::Event, 0, channel, event};
             if (std::string problem = desktop::wire::sizeProblem(frame); !problem.empty()) {
                 tooLarge = problem;
                 continue;
@@ -444,10 +444,10 @@ const char* Server::controlHelp() {
 }
 
 std::string Server::control(const std::string& command) {
-    tell(Traffic::Happening::received, 0, {Kind::Control, 0, {}, command});
+    tell(Traffic::Happening::received, 0, {FrameKind::Control, 0, {}, command});
     holdingEvents = true;
     std::string reply = control(command, nullptr);
-    tell(Traffic::Happening::sent, 0, {Kind::Answer, 0, {}, reply});
+    tell(Traffic::Happening::sent, 0, {FrameKind::Answer, 0, {}, reply});
     flushEvents();
     return reply;
 }

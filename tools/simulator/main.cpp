@@ -65,7 +65,7 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
     std::string command;
     for (const std::string& word : words)
         command += (command.empty() ? "" : " ") + word;
-    const desktop::wire::Frame request{desktop::wire::Kind::Control, 1, {}, command};
+    const desktop::wire::Frame request{desktop::wire::FrameKind::Control, 1, {}, command};
     if (const std::string problem = desktop::wire::sizeProblem(request); !problem.empty()) {
         std::cerr << "comms-simulator: not sent: " << problem << "\n";
         return 2;

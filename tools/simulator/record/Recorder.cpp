@@ -13,7 +13,7 @@ namespace simulator {
 
 namespace {
 
-using desktop::wire::Kind;
+using desktop::wire::FrameKind;
 
 // The file descriptor of the path, made new unless `append`; -1 and errno on failure.
 int open(const std::string& path, bool append) {
@@ -61,15 +61,15 @@ void Recorder::write(const Traffic& traffic) {
     case Traffic::Happening::sent: {
         const auto key = std::make_pair(traffic.client, frame.id);
         std::string answered;
-        if (frame.kind == Kind::Answer) {
+        if (frame.kind == FrameKind::Answer) {
             if (const auto found = awaited.find(key); found != awaited.end()) {
                 answered = found->second;
                 awaited.erase(found);
             }
         }
         entry = kit::record::describeFrame(frame.kind, frame.text, answered);
-        if (frame.kind == Kind::Request || frame.kind == Kind::Subscribe ||
-            frame.kind == Kind::Control)
+        if (frame.kind == FrameKind::Request || frame.kind == FrameKind::Subscribe ||
+            frame.kind == FrameKind::Control)
             awaited[key] = entry.method;
         entry.direction = traffic.happening == Traffic::Happening::received ? "in" : "out";
         entry.id = frame.id;

@@ -24,10 +24,10 @@ void Replay::start() {
 }
 
 void Replay::received(const Traffic& traffic) {
-    using desktop::wire::Kind;
-    const Kind kind = traffic.frame.kind;
+    using desktop::wire::FrameKind;
+    const FrameKind kind = traffic.frame.kind;
     if (over || traffic.happening != Traffic::Happening::received || traffic.client == 0 ||
-        (kind != Kind::Request && kind != Kind::Subscribe && kind != Kind::OneWay))
+        (kind != FrameKind::Request && kind != FrameKind::Subscribe && kind != FrameKind::OneWay))
         return;
     if (const auto divergence = script.received(traffic.frame.text)) return end(1, *divergence);
     ++requests;

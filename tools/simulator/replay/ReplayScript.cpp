@@ -10,14 +10,14 @@ namespace {
 
 bool isRequest(const kit::record::Entry& entry) {
     return entry.client != 0 && entry.direction == "in" &&
-           (entry.kind == kit::record::kindWord(desktop::wire::Kind::Request) ||
-            entry.kind == kit::record::kindWord(desktop::wire::Kind::Subscribe) ||
-            entry.kind == kit::record::kindWord(desktop::wire::Kind::OneWay));
+           (entry.kind == kit::record::kindWord(desktop::wire::FrameKind::Request) ||
+            entry.kind == kit::record::kindWord(desktop::wire::FrameKind::Subscribe) ||
+            entry.kind == kit::record::kindWord(desktop::wire::FrameKind::OneWay));
 }
 
 bool isControl(const kit::record::Entry& entry) {
     return entry.direction == "in" &&
-           entry.kind == kit::record::kindWord(desktop::wire::Kind::Control);
+           entry.kind == kit::record::kindWord(desktop::wire::FrameKind::Control);
 }
 
 } // namespace
@@ -45,7 +45,7 @@ std::vector<ReplayStep> replaySteps(const std::vector<kit::record::Entry>& entri
                          {}});
         if (!request) {
             const auto answer = std::find_if(at, entries.end(), [&](const auto& later) {
-                return later.kind == kit::record::kindWord(desktop::wire::Kind::Answer) &&
+                return later.kind == kit::record::kindWord(desktop::wire::FrameKind::Answer) &&
                        later.client == entry.client && later.id == entry.id;
             });
             if (answer != entries.end()) steps.back().recordedAnswer = answer->text;

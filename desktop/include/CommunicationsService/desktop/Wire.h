@@ -13,7 +13,7 @@
 
 namespace desktop::wire {
 
-enum class Kind : char {
+enum class FrameKind : char {
     Protocol = 'P',  // client: selects the service protocol named by the text
     Request = 'R',   // client: request text; the service answers with the same id
     Subscribe = 'S', // client: subscription request for the channel; answered like a request
@@ -25,7 +25,7 @@ enum class Kind : char {
 };
 
 struct Frame {
-    Kind kind = Kind::Request;
+    FrameKind kind = FrameKind::Request;
     std::uint32_t id = 0;
     std::string channel;
     std::string text;
@@ -53,9 +53,9 @@ std::optional<Frame> decode(std::string_view body, std::string& error);
 std::string defaultSocketPath();
 
 // A readable name of the kind for log lines ("request", "event", ...).
-const char* kindName(Kind kind);
+const char* kindName(FrameKind kind);
 
 // The name with its article: "a request", "an event".
-std::string kindWithArticle(Kind kind);
+std::string kindWithArticle(FrameKind kind);
 
 } // namespace desktop::wire
