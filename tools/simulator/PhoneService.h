@@ -150,6 +150,9 @@ public:
     std::string control(const std::vector<std::string>& words);
     static const char* controlHelp();
 
+    // The phone at a glance, as one JSON object: lines, calls, lamps, settings, mailbox.
+    std::string stateJson() const;
+
 private:
     using Handler = std::optional<std::string> (PhoneService::*)(const ParsedRequest&);
     static const std::map<std::string, Handler>& handlers();

@@ -271,6 +271,13 @@ void Server::forget(int sessionNumber) { sessions.erase(sessionNumber); }
 
 void Server::takeClientControl(ClientControl take) { clientControl = std::move(take); }
 
+std::vector<Server::ClientView> Server::clients() const {
+    std::vector<ClientView> all;
+    for (const auto& [number, client] : sessions)
+        all.push_back({number, client->protocol, client->channels});
+    return all;
+}
+
 void Server::watch(TrafficWatcher watcher) { watchers.push_back(std::move(watcher)); }
 
 void Server::tell(Traffic::Happening happening, int client, const Frame& frame) {

@@ -62,6 +62,14 @@ public:
     // Watchers are told of all traffic from then on, in the order they were added.
     void watch(TrafficWatcher watcher);
 
+    // The clients connected now, each with its protocol and the channels it subscribed.
+    struct ClientView {
+        int number;
+        std::string protocol;
+        std::vector<std::string> channels;
+    };
+    std::vector<ClientView> clients() const;
+
     // Control commands that clients send go to `take` first; the answer it gives, if any,
     // is theirs and the command is not run (a replay plays the far end itself).
     using ClientControl = std::function<std::optional<std::string>(const std::string& command)>;

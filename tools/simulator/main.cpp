@@ -10,6 +10,7 @@
 #include "CommunicationsService/Version.h"
 #include "CommunicationsService/desktop/Printable.h"
 #include "ControlScript.h"
+#include "Panel.h"
 #include "PhoneService.h"
 #include "ReadInput.h"
 #include "Recorder.h"
@@ -151,6 +152,10 @@ int main(int argc, char** argv) {
                    "Write every frame served, and clients coming and going, to this file as JSON "
                    "lines; an existing file is refused");
     app.add_flag("--record-append", recordAppend, "Add to the --record file when it exists");
+    std::string panelListen;
+    app.add_option("--panel", panelListen,
+                   "Serve the panel, the simulated phone in a browser, at [ADDRESS:]PORT (address "
+                   "127.0.0.1 unless given; port 0 takes any free one)");
     std::string replayPath;
     bool replayFast = false;
     int replayTimeout = 10;
@@ -254,6 +259,19 @@ int main(int argc, char** argv) {
             io.stop();
         });
         server.serve(service);
+        std::optional<simulator::Panel> panel;
+        if (!panelListen.empty()) {
+            simulator::Panel::Options panelOptions = simulator::Panel::parseListen(panelListen);
+            const asio::ip::address address = asio::ip::make_address(panelOptions.address);
+            if (!address.is_loopback())
+                logLine(desktop::LogLevel::warning,
+                        "the panel listens on " + panelOptions.address +
+                            ", not on loopback: whoever reaches it there can drive the simulator");
+            panel.emplace(
+                io, server, service, panelOptions,
+                [](desktop::LogLevel level, const std::string& line) { logLine(level, line); });
+            logLine("panel at " + panel->url());
+        }
         int replayStatus = 0;
         std::optional<simulator::Replay> replay;
         if (!replaySteps.empty()) {

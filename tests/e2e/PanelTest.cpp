@@ -1,0 +1,181 @@
+// The panel's door: only its own Host and Origin get in, a page's messages are checked,
+// and a page that stops reading neither slows the simulator nor makes it grow.
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <regex>
+#include <string>
+
+#include "Client.h"
+#include "SimulatorProcess.h"
+
+namespace {
+
+// A TCP connection to the panel that reads with a time-out.
+class Connection {
+public:
+    explicit Connection(int port) : descriptor(socket(AF_INET, SOCK_STREAM, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<std::uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        timeval wait{10, 0};
+        setsockopt(descriptor, SOL_SOCKET, SO_RCVTIMEO, &wait, sizeof wait);
+        connected = connect(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~Connection() { close(descriptor); }
+
+    void send(const std::string& bytes) {
+        [[maybe_unused]] const ssize_t sent = ::send(descriptor, bytes.data(), bytes.size(), 0);
+    }
+
+    // What arrives until `enough` says it is enough, the peer closes or ten seconds pass.
+    std::string receive(const std::function<bool(const std::string&)>& enough) {
+        std::string got;
+        char buffer[4096];
+        while (!enough(got)) {
+            const ssize_t count = recv(descriptor, buffer, sizeof buffer, 0);
+            if (count <= 0) break;
+            got.append(buffer, static_cast<std::size_t>(count));
+        }
+        return got;
+    }
+
+    bool connected = false;
+
+private:
+    int descriptor;
+};
+
+std::string request(const std::string& host, const std::string& extra = {}) {
+    return "GET / HTTP/1.1\r\nHost: " + host + "\r\n" + extra + "Connection: close\r\n\r\n";
+}
+
+std::string upgrade(const std::string& host, const std::string& origin) {
+    return "GET / HTTP/1.1\r\nHost: " + host +
+           "\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+           "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n" +
+           (origin.empty() ? "" : "Origin: " + origin + "\r\n") + "\r\n";
+}
+
+// A client's text frame, masked as a browser sends it.
+std::string textFrame(const std::string& payload) {
+    std::string frame(1, '\x81');
+    if (payload.size() < 126) {
+        frame += static_cast<char>(0x80 | payload.size());
+    } else {
+        frame += static_cast<char>(0x80 | 127);
+        for (int shift = 56; shift >= 0; shift -= 8)
+            frame += static_cast<char>((payload.size() >> shift) & 0xFF);
+    }
+    const char mask[4] = {1, 2, 3, 4};
+    frame.append(mask, 4);
+    for (std::size_t i = 0; i < payload.size(); ++i)
+        frame += static_cast<char>(payload[i] ^ mask[i % 4]);
+    return frame;
+}
+
+bool headersDone(const std::string& got) { return got.find("\r\n\r\n") != std::string::npos; }
+
+struct Panel {
+    Panel() : simulator({"--panel", "0", "--lines", "1001"}) {
+        EXPECT_TRUE(simulator.waitForLog("panel at http://127.0.0.1:")) << simulator.log();
+        std::smatch found;
+        const std::string log = simulator.log();
+        if (std::regex_search(log, found, std::regex("panel at http://127.0.0.1:(\\d+)/")))
+            port = std::stoi(found[1]);
+        own = "127.0.0.1:" + std::to_string(port);
+    }
+    kit::SimulatorProcess simulator;
+    int port = 0;
+    std::string own;
+};
+
+TEST(PanelDoor, ServesOnlyItsOwnHostAndOriginAndSaysWhyNot) {
+    Panel panel;
+    const struct {
+        std::string sent;
+        std::string status;
+    } cases[] = {
+        {request(panel.own), "HTTP/1.1 200"},
+        {request("localhost:" + std::to_string(panel.port)), "HTTP/1.1 200"},
+        {request("attacker.example"), "HTTP/1.1 403"},
+        {request(panel.own, "Origin: http://attacker.example\r\n"), "HTTP/1.1 403"},
+        {upgrade(panel.own, "http://" + panel.own), "HTTP/1.1 101"},
+        {upgrade(panel.own, "http://attacker.example"), "HTTP/1.1 403"},
+        {upgrade(panel.own, ""), "HTTP/1.1 403"},
+        {upgrade("rebound.example:" + std::to_string(panel.port), "http://rebound.example"),
+         "HTTP/1.1 403"},
+    };
+    for (const auto& [sent, status] : cases) {
+        Connection connection(panel.port);
+        ASSERT_TRUE(connection.connected);
+        connection.send(sent);
+        const std::string got = connection.receive(headersDone);
+        EXPECT_EQ(got.substr(0, status.size()), status) << sent << "\n" << got;
+    }
+    EXPECT_NE(panel.simulator.log().find("panel: refused a request: the Host 'attacker.example' "
+                                         "is not the panel's own"),
+              std::string::npos)
+        << panel.simulator.log();
+}
+
+TEST(PanelMessages, AMalformedOneGetsAnErrorAndAnOversizedOneClosesThePage) {
+    Panel panel;
+    Connection page(panel.port);
+    page.send(upgrade(panel.own, "http://" + panel.own));
+    ASSERT_NE(page.receive(headersDone).find("101"), std::string::npos);
+    page.send(textFrame("{\"shout\": 1}"));
+    EXPECT_NE(page.receive([](const std::string& got) {
+                      return got.find("malformed message") != std::string::npos;
+                  })
+                  .find("malformed message: the panel takes {\\\"control\\\": \\\"COMMAND\\\"}"),
+              std::string::npos);
+    page.send(textFrame(std::string(70000, 'x')));
+    // The close frame carries 1009, "message too big".
+    const std::string closing = page.receive([](const std::string& got) {
+        return got.find(std::string("\x88", 1)) != std::string::npos &&
+               got.size() > got.find(std::string("\x88", 1)) + 3;
+    });
+    const std::size_t at = closing.find(std::string("\x88", 1));
+    ASSERT_NE(at, std::string::npos);
+    EXPECT_EQ((static_cast<unsigned char>(closing[at + 2]) << 8) |
+                  static_cast<unsigned char>(closing[at + 3]),
+              1009);
+}
+
+long residentKilobytes(pid_t process) {
+    std::ifstream status("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+    return -1;
+}
+
+TEST(PanelBacklog, APageThatStopsReadingNeitherSlowsTheSimulatorNorMakesItGrow) {
+    Panel panel;
+    Connection stalled(panel.port);
+    stalled.send(upgrade(panel.own, "http://" + panel.own));
+    ASSERT_NE(stalled.receive(headersDone).find("101"), std::string::npos);
+    kit::Client client(panel.simulator.socketPath());
+    ASSERT_TRUE(client.run({"subscribe => sfiSuccess", "activate => sfiSuccess"}));
+    const long before = residentKilobytes(panel.simulator.processId());
+    const std::string payload(4000, 'p');
+    std::vector<std::string> flood;
+    for (int i = 0; i < 3000; ++i)
+        flood.push_back("sim emit systemStatus status=" + payload);
+    const kit::Stopwatch stopwatch;
+    EXPECT_TRUE(client.run(flood));
+    EXPECT_TRUE(client.run({"getMicrophoneMute => sfiSuccess muted=false"}));
+    const long grown = residentKilobytes(panel.simulator.processId()) - before;
+    // 3,000 events of 4 kB, each a trace line of twice that, went to a page that reads none.
+    EXPECT_LT(grown, 40 * 1024) << "kB";
+    EXPECT_LT(stopwatch.elapsedMs(), 30000);
+}
+
+} // namespace
