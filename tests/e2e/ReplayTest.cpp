@@ -6,6 +6,8 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 
+#include <fstream>
+
 #include "Client.h"
 #include "SimulatorProcess.h"
 
@@ -75,6 +77,28 @@ TEST(Replay, AChangedApplicationGetsItsFirstDivergenceAndStatusOne) {
         << simulator.log();
     EXPECT_NE(simulator.log().find(" of the record: expected answerCall(line=\"1001\", callId=1), "
                                    "received holdCall(line=\"1001\", callId=1"),
+              std::string::npos)
+        << simulator.log();
+}
+
+TEST(Replay, AnAnswerOtherThanTheRecordedOneIsADivergenceToo) {
+    Folder folder;
+    const std::string record = recordSession(folder.path);
+    // As if the session had been recorded where the service refused the answer.
+    std::string content = kit::readFile(record);
+    const std::size_t answered = content.find("\"kind\":\"answer\"", content.find("AnswerCall"));
+    ASSERT_NE(answered, std::string::npos);
+    const std::size_t word = content.find("sfiSuccess", answered);
+    content.replace(word, std::string("sfiSuccess").size(), "sfiFailure");
+    std::ofstream(record, std::ios::trunc) << content;
+    kit::SimulatorProcess simulator({"--replay", record, "--lines", "1001", "--fast"});
+    std::vector<std::string> steps = kApplication;
+    steps.push_back("answerCall 1001 1 => sfiSuccess");
+    kit::Client client(simulator.socketPath());
+    client.run(steps);
+    EXPECT_EQ(exitStatus(simulator), 1) << simulator.log();
+    EXPECT_NE(simulator.log().find("replay: the simulator answered answerCall(line=\"1001\", "
+                                   "callId=1) with 'sfiSuccess' where line "),
               std::string::npos)
         << simulator.log();
 }

@@ -26,10 +26,24 @@ void Replay::start() {
 void Replay::received(const Traffic& traffic) {
     using desktop::wire::FrameKind;
     const FrameKind kind = traffic.frame.kind;
+    const auto frame = std::make_pair(traffic.client, traffic.frame.id);
+    if (!over && traffic.happening == Traffic::Happening::sent && kind == FrameKind::Answer) {
+        const auto asked = answering.find(frame);
+        if (asked == answering.end()) return;
+        const ReplayStep step = asked->second;
+        answering.erase(asked);
+        if (traffic.frame.text != step.recordedAnswer)
+            end(1, "the simulator answered " + describeRequest(step.text) + " with '" +
+                       traffic.frame.text + "' where line " + std::to_string(step.line) +
+                       " of the record has '" + step.recordedAnswer +
+                       "' (start the simulator with the options of the recorded run)");
+        return;
+    }
     if (over || traffic.happening != Traffic::Happening::received || traffic.client == 0 ||
         (kind != FrameKind::Request && kind != FrameKind::Subscribe && kind != FrameKind::OneWay))
         return;
     if (const auto divergence = script.received(traffic.frame.text)) return end(1, *divergence);
+    if (kind != FrameKind::OneWay) answering[frame] = script.lastMatched();
     ++requests;
     // After the request is handled: the control commands the record has behind it.
     server.after(std::chrono::milliseconds(0), [this] { playDue(); });

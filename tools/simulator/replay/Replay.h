@@ -9,7 +9,9 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ReplayScript.h"
@@ -43,6 +45,9 @@ private:
     std::chrono::milliseconds timeout;
     Finish finish;
     std::size_t requests = 0;
+    // The requests waiting for their answers, by client and frame, to hold each answer to
+    // the recorded one.
+    std::map<std::pair<int, std::uint32_t>, ReplayStep> answering;
     // Each wait gets its own number, so that a time-out of an earlier wait does nothing.
     std::uint64_t wait = 0;
     bool playing = false;

@@ -43,7 +43,7 @@ std::vector<ReplayStep> replaySteps(const std::vector<kit::record::Entry>& entri
                          delay,
                          entry.lineNumber,
                          {}});
-        if (!request) {
+        if (entry.kind != kit::record::kindWord(desktop::wire::FrameKind::OneWay)) {
             const auto answer = std::find_if(at, entries.end(), [&](const auto& later) {
                 return later.kind == kit::record::kindWord(desktop::wire::FrameKind::Answer) &&
                        later.client == entry.client && later.id == entry.id;

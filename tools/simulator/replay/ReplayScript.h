@@ -26,7 +26,7 @@ struct ReplayStep {
     std::chrono::milliseconds delay{0};
     // Its line in the record.
     std::size_t line = 0;
-    // For a control command, the answer it got when the session was recorded.
+    // The answer it got when the session was recorded.
     std::string recordedAnswer;
 };
 
@@ -50,6 +50,9 @@ public:
 
     // What the replay waits for, for a time-out's message.
     std::string awaited() const;
+
+    // The step the last request that came matched.
+    const ReplayStep& lastMatched() const { return steps[next - 1]; }
 
 private:
     std::vector<ReplayStep> steps;
