@@ -93,8 +93,12 @@ TEST(Accepting, GoesOnOnceDescriptorsRunOutAndClientsLeave) {
     ASSERT_TRUE(answer) << simulator.log();
     EXPECT_EQ(answer->text.compare(0, 2, "ok"), 0);
     const std::string log = simulator.log();
-    EXPECT_EQ(occurrences(log, "accepting failed"), 1u) << log;
-    EXPECT_NE(log.find("accepting again after"), std::string::npos) << log;
+    // Once per episode, however many attempts fail: on a loaded machine the crowd's leaving
+    // can let the waiting clients in faster than descriptors come free, a second episode.
+    const std::size_t episodes = occurrences(log, "accepting failed");
+    EXPECT_GE(episodes, 1u) << log;
+    EXPECT_LE(episodes, 3u) << log;
+    EXPECT_EQ(occurrences(log, "accepting again after"), episodes) << log;
 }
 
 TEST(Memory, AnnouncedFramesReserveOnlyWhatArrives) {
