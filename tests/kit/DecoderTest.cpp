@@ -107,6 +107,18 @@ INSTANTIATE_TEST_SUITE_P(EachKind, Decoding, testing::ValuesIn(kLines),
                              return name;
                          });
 
+TEST(DecodingParties, MarksATextCutOnlyWhenItIsLongerThanTheSixtyFourCharactersThatFit) {
+    const std::string fits(64, 'f');
+    const std::string cut(65, 'c');
+    const std::string printed = decoded("<Method>CallStateChangeEvent</Method><GPUCLG>" + fits +
+                                        "</GPUCLG><GPUCLD>" + cut + "</GPUCLD>");
+    EXPECT_NE(printed.find("callingParty=\"" + fits + "\", "), std::string::npos) << printed;
+    EXPECT_NE(printed.find("calledParty=\"" + cut.substr(0, 64) +
+                           "\" (cut from 65 to 64 characters to fit the record)"),
+              std::string::npos)
+        << printed;
+}
+
 TEST(DecodingParties, MarksTheTextCutToFitTheRecordAndTheOnesMissing) {
     const std::string longName(70, 'n');
     const std::string printed = decoded("<Method>CallStateChangeEvent</Method><LineID>1</LineID>"

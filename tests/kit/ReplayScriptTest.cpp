@@ -34,6 +34,15 @@ TEST(ReplayScript, PlaysTheFarEndOnlyOnceTheRequestsBeforeItCame) {
     EXPECT_TRUE(script.finished());
 }
 
+TEST(ReplayScript, PlaysTheControlCommandsAfterTheLastRequestToo) {
+    ReplayScript script({{What::expect, kActivate, {}, 3, {}},
+                         {What::play, "hangup 1", {}, 8, "ok"},
+                         {What::play, "reset", {}, 9, "ok"}});
+    EXPECT_EQ(script.received(kActivate), std::nullopt);
+    EXPECT_EQ(script.duePlays().size(), 2u);
+    EXPECT_TRUE(script.finished());
+}
+
 struct Divergence {
     const char* name;
     std::vector<std::string> sent;
