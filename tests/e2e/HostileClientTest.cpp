@@ -32,16 +32,6 @@ std::size_t residentBytes(pid_t process) {
     return 0;
 }
 
-// Under AddressSanitizer freed memory is held back for a while before it is used again;
-// what is measured is what the simulator holds, so its children hold none back.
-void reuseFreedMemoryAtOnce() {
-    const char* options = std::getenv("ASAN_OPTIONS");
-    setenv(
-        "ASAN_OPTIONS",
-        ((options != nullptr ? std::string(options) + ":" : "") + "quarantine_size_mb=0").c_str(),
-        1);
-}
-
 std::size_t occurrences(const std::string& text, const std::string& part) {
     std::size_t count = 0;
     for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
@@ -102,7 +92,7 @@ TEST(Accepting, GoesOnOnceDescriptorsRunOutAndClientsLeave) {
 }
 
 TEST(Memory, AnnouncedFramesReserveOnlyWhatArrives) {
-    reuseFreedMemoryAtOnce();
+    kit::reuseFreedMemoryAtOnce();
     kit::SimulatorProcess simulator;
     const std::size_t before = residentBytes(simulator.processId());
     std::vector<std::unique_ptr<RawSocket>> teasers;
@@ -132,7 +122,7 @@ TEST(Memory, WhatAllClientsHoldTogetherIsBounded) {
 }
 
 TEST(Memory, ASubscriberThatNeverReadsIsDisconnectedAndTheOthersGoOn) {
-    reuseFreedMemoryAtOnce();
+    kit::reuseFreedMemoryAtOnce();
     kit::SimulatorProcess simulator;
     auto sleeper = speaker(simulator.socketPath());
     sleeper->send({FrameKind::Subscribe, 1, "asleep", "<Method>Subscribe</Method>"});

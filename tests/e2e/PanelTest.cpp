@@ -158,6 +158,7 @@ long residentKilobytes(pid_t process) {
 }
 
 TEST(PanelBacklog, APageThatStopsReadingNeitherSlowsTheSimulatorNorMakesItGrow) {
+    kit::reuseFreedMemoryAtOnce();
     Panel panel;
     Connection stalled(panel.port);
     stalled.send(upgrade(panel.own, "http://" + panel.own));
