@@ -56,7 +56,7 @@ foreach(header_root include testsupport/include)
     DESTINATION ${comms_include_dir}
     FILES_MATCHING PATTERN "*.h")
 endforeach()
-foreach(desktop_header Framework.h Host.h SimulatorCodes.h Wire.h)
+foreach(desktop_header Framework.h ListEncoding.h Host.h SimulatorCodes.h Wire.h)
   install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/${comms_package}/desktop/${desktop_header}
     DESTINATION ${comms_include_dir}/${comms_package}/desktop)
 endforeach()

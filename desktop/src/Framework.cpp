@@ -1,4 +1,5 @@
 #include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/desktop/ListEncoding.h"
 
 #include <atomic>
 #include <charconv>

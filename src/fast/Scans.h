@@ -184,10 +184,9 @@ private:
     }
 };
 
-// Names prepared at run time, for tests and tools, laid out as NamePool::elements lays
-
-// (`spans` holds names.count entries), by the invoker's rules. The scan may begin at
-// `from` when no start tag of a name stands before it.
+// Locates the elements of `names`, laid out in their pool as NamePool::elements lays them
+// out, in one pass (`spans` holds names.count entries), by the invoker's rules. The scan may begin
+// at `from` when no start tag of a name stands before it.
 void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
                   std::size_t from = 0);
 

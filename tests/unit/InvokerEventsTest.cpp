@@ -10,7 +10,7 @@
 #include <functional>
 #include <stdexcept>
 
-#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/desktop/ListEncoding.h"
 #include "CommunicationsService/testing/RecordingSubscriber.h"
 #include "CommunicationsServiceEventInvoker.h"
 

@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/desktop/ListEncoding.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 

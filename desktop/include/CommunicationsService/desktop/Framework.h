@@ -3,10 +3,10 @@
 /// @file
 /// Desktop stand-ins for the phone framework's out-of-line pieces: ClientUtils::itos,
 /// MarloException, Serializer and the logging functions declared in framework/Utilities.h,
-/// plus the settings and the encoding side that the desktop tools need.
+/// plus the settings that the desktop tools need. The encoding side of Serializer is in
+/// ListEncoding.h.
 
 #include <string>
-#include <vector>
 
 #include "CommunicationsService/framework/Visibility.h"
 
@@ -30,13 +30,5 @@ public:
 
 /// Replaces the observer; nullptr removes it. The caller keeps ownership.
 FRAMEWORK_API void setLogObserver(LogObserver* observer);
-
-/// The list encoding that Serializer::deserialize reads back. Each item is followed by ';'.
-/// Numbers are written in decimal. In texts the bytes '%', ';', '<', '>', '&' and every
-/// byte below 0x20 or from 0x7F up are written as '%' and two upper-case hex digits, so
-/// an encoded list can stand inside a message element. The empty list is the empty text.
-FRAMEWORK_API std::string serializeList(const std::vector<int>& values);
-/// Encodes a list of texts in the same encoding; see the list of numbers above.
-FRAMEWORK_API std::string serializeList(const std::vector<std::string>& values);
 
 } // namespace desktop

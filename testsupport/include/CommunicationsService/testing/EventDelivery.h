@@ -51,7 +51,7 @@
 #include <variant>
 #include <vector>
 
-#include "CommunicationsService/desktop/Framework.h"
+#include "CommunicationsService/desktop/ListEncoding.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/protocol/Events.h"
 
