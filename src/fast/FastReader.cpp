@@ -1,5 +1,6 @@
-// The fast reader: the scans over the compile-time layouts of the description, the
-// method routed by its first byte, requests written in one allocation.
+// The fast reader's routing, numbers and requests: the method routed by its first byte,
+// numbers read where they stand, requests written in one allocation. Its scans of events
+// and answers are in Scans.cpp.
 
 #include <charconv>
 #include <string>
@@ -52,25 +53,11 @@ RouteSet routesOf(std::string_view method) {
         // The name's last byte is compared first: rows that share the first byte seldom
         // share that one.
         if (method.size() < name.size() || method[name.size() - 1] != name.back()) continue;
-        if (event.match == protocol::Match::exact ? method.size() == name.size() && method == name
-                                                  : method.compare(0, name.size(), name) == 0)
+        if (event.match == protocol::Match::exact && method.size() != name.size()) continue;
+        if (sameBytes(method.data(), name.data(), name.size(), method.data() + method.size()))
             matching |= RouteSet{1} << row;
     }
     return matching;
-}
-
-void findEventElements(std::size_t row, std::string_view event, ElementSpan* spans,
-                       std::size_t from) {
-    const catalogue::EventLayout& layout = kCatalogue.events[row];
-    findElements(event, {kCatalogue.pool.bytes, layout.names, layout.elements}, spans, from);
-}
-
-void findAnswerElements(std::size_t row, std::string_view answer, ElementSpan* spans) {
-    const RequestLayout& layout = kCatalogue.requests[row];
-    findAnswerFields(answer,
-                     {kCatalogue.pool.bytes, kCatalogue.answers.names + layout.answerFirst,
-                      layout.answerFields + 1u},
-                     spans);
 }
 
 // One request in the envelope, written into one string of exactly its length, so that a

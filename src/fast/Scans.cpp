@@ -1,3 +1,6 @@
+// The fast reader's scans: the method element, the fields of an event and of an answer,
+// each located in one pass over the text with the names laid out at compile time.
+
 #include "Scans.h"
 
 #include <cstdlib>
@@ -7,69 +10,17 @@
 #include <emmintrin.h>
 #endif
 
+#include "Catalogue.h"
 #include "CommunicationsService/protocol/Description.h"
 
 namespace fast {
 
 namespace {
 
-inline std::uint64_t loadWord(const char* bytes) {
-    std::uint64_t word;
-    std::memcpy(&word, bytes, sizeof word);
-    return word;
-}
-
-inline std::uint32_t loadHalf(const char* bytes) {
-    std::uint32_t half;
-    std::memcpy(&half, bytes, sizeof half);
-    return half;
-}
-
-// The first `count` (1 to 8) bytes of a word as it was read from memory.
-inline std::uint64_t leadingBytes(std::size_t count) {
-#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
-    return ~std::uint64_t{0} >> (64 - 8 * count);
-#else
-    return ~std::uint64_t{0} << (64 - 8 * count);
-#endif
-}
-
 const char* findOpening(const char* from, const char* end) {
     return from == end ? nullptr
                        : static_cast<const char*>(
                              std::memchr(from, '<', static_cast<std::size_t>(end - from)));
-}
-
-// Whether the `size` bytes at `at` are those of `bytes`, where a word can be read at both
-// from every offset below `size` (the text holds at least eight bytes behind `at`).
-inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
-    if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
-    // The first and the last word at once, then the words between.
-    if (((loadWord(at) ^ loadWord(bytes)) |
-         (loadWord(at + size - 8) ^ loadWord(bytes + size - 8))) != 0)
-        return false;
-    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
-        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
-    }
-    return true;
-}
-
-// Whether the `size` bytes at `bytes`, which lie in a pool of names, stand at `at`, with
-// `end` the end of the text.
-inline bool sameBytes(const char* at, const char* bytes, std::size_t size, const char* end) {
-    const auto room = static_cast<std::size_t>(end - at);
-    if (room >= 8 && room >= size) return sameWords(at, bytes, size);
-    // Near the end of the text, where a whole word cannot be read: up to seven bytes, as
-    // two halves that overlap.
-    if (room < size) return false;
-    if (size >= 4) {
-        return loadHalf(at) == loadHalf(bytes) &&
-               loadHalf(at + size - 4) == loadHalf(bytes + size - 4);
-    }
-    for (std::size_t i = 0; i < size; ++i) {
-        if (at[i] != bytes[i]) return false;
-    }
-    return true;
 }
 
 // Whether `name` followed by '>' stands at `at`. The pool holds the '>' behind the name,
@@ -317,13 +268,13 @@ private:
     std::size_t reached = 0; // the spans the expected order has cleared
 };
 
-} // namespace
-
-void findElements(std::string_view text, ElementNames names, ElementSpan* spans, std::size_t from) {
+// Locates the elements of `names`, laid out in their pool as NamePool::elements lays them
+// out, in one pass (`spans` holds names.count entries), by the invoker's rules. The scan may
+// begin at `from` when no start tag of a name stands before it.
+void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
+                  std::size_t from = 0) {
     ElementScan(text, names, spans).run(from);
 }
-
-namespace {
 
 using CommunicationsService::protocol::kMethodClose;
 using CommunicationsService::protocol::kMethodOpen;
@@ -366,6 +317,9 @@ ElementSpan findMethod(std::string_view text, std::size_t& fields) {
     return method;
 }
 
+namespace {
+
+// Locates fields of one of the service's answers in one pass, by the proxy's rules.
 void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans) {
     constexpr std::size_t kMaxFields = 16;
     if (names.count > kMaxFields) {
@@ -403,6 +357,24 @@ void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* 
         // Unsigned on purpose, as in answerText.
         spans[i] = {value, value + std::min(answer.size() - value, ends[i] - value)};
     }
+}
+
+} // namespace
+
+void findEventElements(std::size_t row, std::string_view event, ElementSpan* spans,
+                       std::size_t from) {
+    const catalogue::EventLayout& layout = catalogue::kCatalogue.events[row];
+    findElements(event, {catalogue::kCatalogue.pool.bytes, layout.names, layout.elements}, spans,
+                 from);
+}
+
+void findAnswerElements(std::size_t row, std::string_view answer, ElementSpan* spans) {
+    const catalogue::RequestLayout& layout = catalogue::kCatalogue.requests[row];
+    findAnswerFields(answer,
+                     {catalogue::kCatalogue.pool.bytes,
+                      catalogue::kCatalogue.answers.names + layout.answerFirst,
+                      layout.answerFields + 1u},
+                     spans);
 }
 
 } // namespace fast

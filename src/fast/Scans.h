@@ -98,6 +98,61 @@ inline long decimal32(std::string_view digits) {
                                                       std::numeric_limits<std::int32_t>::max()));
 }
 
+// Word compare: texts compared eight bytes at a time.
+
+inline std::uint64_t loadWord(const char* bytes) {
+    std::uint64_t word;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+inline std::uint32_t loadHalf(const char* bytes) {
+    std::uint32_t half;
+    std::memcpy(&half, bytes, sizeof half);
+    return half;
+}
+
+// The first `count` (1 to 8) bytes of a word as it was read from memory.
+inline std::uint64_t leadingBytes(std::size_t count) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    return ~std::uint64_t{0} >> (64 - 8 * count);
+#else
+    return ~std::uint64_t{0} << (64 - 8 * count);
+#endif
+}
+
+// Whether the `size` bytes at `at` are those of `bytes`, where a word can be read at both
+// from every offset below `size` (the text holds at least eight bytes behind `at`).
+inline bool sameWords(const char* at, const char* bytes, std::size_t size) {
+    if (size <= 8) return ((loadWord(at) ^ loadWord(bytes)) & leadingBytes(size)) == 0;
+    // The first and the last word at once, then the words between.
+    if (((loadWord(at) ^ loadWord(bytes)) |
+         (loadWord(at + size - 8) ^ loadWord(bytes + size - 8))) != 0)
+        return false;
+    for (std::size_t offset = 8; offset + 8 < size; offset += 8) {
+        if (loadWord(at + offset) != loadWord(bytes + offset)) return false;
+    }
+    return true;
+}
+
+// Whether the `size` bytes at `bytes`, which lie in a pool of names, stand at `at`, with
+// `end` the end of the text.
+inline bool sameBytes(const char* at, const char* bytes, std::size_t size, const char* end) {
+    const auto room = static_cast<std::size_t>(end - at);
+    if (room >= 8 && room >= size) return sameWords(at, bytes, size);
+    // Near the end of the text, where a whole word cannot be read: up to seven bytes, as
+    // two halves that overlap.
+    if (room < size) return false;
+    if (size >= 4) {
+        return loadHalf(at) == loadHalf(bytes) &&
+               loadHalf(at + size - 4) == loadHalf(bytes + size - 4);
+    }
+    for (std::size_t i = 0; i < size; ++i) {
+        if (at[i] != bytes[i]) return false;
+    }
+    return true;
+}
+
 // bytes stand behind the name's '>': its end tag and the next name's start tag, in the
 // order the service writes them ("</a><b>"), or only its end tag for the last name.
 struct ElementName {
@@ -183,14 +238,5 @@ private:
         return {static_cast<std::uint16_t>(at), static_cast<std::uint8_t>(name.size())};
     }
 };
-
-// Locates the elements of `names`, laid out in their pool as NamePool::elements lays them
-// out, in one pass (`spans` holds names.count entries), by the invoker's rules. The scan may begin
-// at `from` when no start tag of a name stands before it.
-void findElements(std::string_view text, ElementNames names, ElementSpan* spans,
-                  std::size_t from = 0);
-
-// Locates fields of one of the service's answers in one pass, by the proxy's rules.
-void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* spans);
 
 } // namespace fast
