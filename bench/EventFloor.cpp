@@ -73,7 +73,7 @@ std::string straightforwardText(std::string_view tag, const std::string& message
 ElementSpan place(std::string_view tag, const std::string& message) {
     const std::string open = "<" + std::string(tag) + ">";
     const std::size_t start = message.find(open);
-    if (start == std::string::npos) return {};
+    if (start == std::string::npos) return kNotFound;
     const std::size_t value = start + open.size();
     return {value, message.find("</" + std::string(tag) + ">", value)};
 }

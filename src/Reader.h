@@ -12,13 +12,17 @@
 #include <string_view>
 
 // Where the value of an element lies in a text. An element that was not found may still
-// hold a `value`; only `found` tells.
+// hold a `value`; only `found` tells. A plain pair, left unset where it is declared: the
+// readers write every span they are given.
 struct ElementSpan {
-    std::size_t value = std::string_view::npos;
-    std::size_t end = std::string_view::npos;
+    std::size_t value;
+    std::size_t end;
 
     bool found() const { return end != std::string_view::npos; }
 };
+
+// An element that is not in the text.
+inline constexpr ElementSpan kNotFound{std::string_view::npos, std::string_view::npos};
 
 // The value of a located element: "" when it is not found.
 inline std::string_view valueOf(std::string_view text, ElementSpan span) {

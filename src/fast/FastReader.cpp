@@ -36,6 +36,22 @@ constexpr RoutesByFirstByte routesByFirstByte() {
     return table;
 }
 
+// Whether one method name begins with another: then one method could select two rows.
+constexpr bool namesNest() {
+    for (const catalogue::EventLayout& one : kCatalogue.events) {
+        for (const catalogue::EventLayout& other : kCatalogue.events) {
+            const std::string_view name = kCatalogue.pool.text(one.method);
+            const std::string_view otherName = kCatalogue.pool.text(other.method);
+            if (&one != &other && name.substr(0, otherName.size()) == otherName) return true;
+        }
+    }
+    return false;
+}
+
+static_assert(!namesNest(),
+              "routesOf stops at the first row that matches, which is right only while no "
+              "method name begins with another: let it go on comparing the other rows");
+
 constexpr RoutesByFirstByte kRoutesByFirstByte = routesByFirstByte();
 
 } // namespace
@@ -45,7 +61,6 @@ long decimal(std::string_view digits) { return decimal32(digits); }
 RouteSet routesOf(std::string_view method) {
     if (method.empty()) return 0;
     RouteSet candidates = kRoutesByFirstByte.rows[static_cast<unsigned char>(method.front())];
-    RouteSet matching = 0;
     for (; candidates != 0; candidates &= candidates - 1) {
         const auto row = static_cast<std::size_t>(__builtin_ctz(candidates));
         const catalogue::EventLayout& event = kCatalogue.events[row];
@@ -55,9 +70,9 @@ RouteSet routesOf(std::string_view method) {
         if (method.size() < name.size() || method[name.size() - 1] != name.back()) continue;
         if (event.match == protocol::Match::exact && method.size() != name.size()) continue;
         if (sameBytes(method.data(), name.data(), name.size(), method.data() + method.size()))
-            matching |= RouteSet{1} << row;
+            return RouteSet{1} << row;
     }
-    return matching;
+    return 0;
 }
 
 // One request in the envelope, written into one string of exactly its length, so that a

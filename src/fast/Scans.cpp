@@ -125,7 +125,7 @@ public:
         const char* open = inOrder(begin + from);
         // The elements the expected order did not reach.
         for (std::size_t i = reached; i < names.count; ++i)
-            spans[i] = ElementSpan{};
+            spans[i] = kNotFound;
         while (open != nullptr && unsettled > 1) {
             const char* const name = open + 1;
             if (name == end) return;
@@ -350,7 +350,7 @@ void findAnswerFields(std::string_view answer, ElementNames names, ElementSpan* 
     }
     for (std::size_t i = 0; i < count; ++i) {
         if (starts[i] == kNone) {
-            spans[i] = ElementSpan{};
+            spans[i] = kNotFound;
             continue;
         }
         const std::size_t value = starts[i] + names.names[i].size + 2;

@@ -35,16 +35,16 @@ namespace fast {
 // - last element: when one element is left, only its own tags are looked for, its end
 //   tag by its name's first byte, which the long values that end an event (XML
 //   documents) hold more rarely than '<' or '/';
-// - word compare: names and the bytes between values are compared eight bytes at a time
-//   with the text, from a pool that may be read a word past its end, instead of calls of
-//   memcmp;
+// - word compare: names, method names and the bytes between values are compared eight
+//   bytes at a time with the text, from a pool that may be read a word past its end,
+//   instead of calls of memcmp;
 // - word copy: the request writer copies short pieces as two overlapping words instead
 //   of calls of memcpy;
 // - in-place numbers: decimal32 reads a number where it stands instead of converting a
 //   copy of it;
 // - first byte: the invoker finds the handlers whose method name begins with the name's
 //   first byte in a table made at compile time, and compares only those, each at its
-//   last byte first.
+//   last byte first, until one matches (no method name begins with another).
 // ---------------------------------------------------------------------------------------
 
 // Word copy: copies `piece` to `out` and gives the end of the copy. Short pieces, as tags

@@ -23,7 +23,7 @@ std::string endTag(std::string_view name) { return "</" + std::string(name) + ">
 ElementSpan eventSpan(std::string_view text, std::string_view name) {
     const std::string open = startTag(name);
     const std::size_t start = text.find(open);
-    if (start == std::string_view::npos) return {};
+    if (start == std::string_view::npos) return kNotFound;
     const std::size_t value = start + open.size();
     return {value, text.find(endTag(name), value)};
 }
@@ -33,7 +33,7 @@ ElementSpan eventSpan(std::string_view text, std::string_view name) {
 ElementSpan answerSpan(std::string_view text, std::string_view name) {
     const std::string open = startTag(name);
     const std::size_t start = text.find(open);
-    if (start == std::string_view::npos) return {};
+    if (start == std::string_view::npos) return kNotFound;
     const std::size_t value = start + open.size();
     const std::size_t end = text.find(endTag(name));
     return {value, value + std::min(text.size() - value, end - value)};
