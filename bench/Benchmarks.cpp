@@ -414,6 +414,24 @@ void readArmhfCounts(const std::string& file) {
     }
 }
 
+// bench/tricks/measure.sh's lines: "trick|replacement|call|x86 with|x86 without|armhf
+// with|armhf without", the armhf counts empty when they were not taken.
+void readTrickCounts(const std::string& file) {
+    std::ifstream counts(file);
+    if (!counts) throw std::runtime_error("no trick counts in " + file);
+    const auto number = [](const std::string& text) { return text.empty() ? -1 : std::stod(text); };
+    for (std::string line; std::getline(counts, line);) {
+        std::vector<std::string> cells;
+        std::istringstream fields(line);
+        for (std::string cell; std::getline(fields, cell, '|');)
+            cells.push_back(cell);
+        cells.resize(7);
+        if (cells[0].empty() || cells[3].empty()) continue;
+        results.tricks.push_back({cells[0], cells[1], cells[2], number(cells[3]), number(cells[4]),
+                                  number(cells[5]), number(cells[6])});
+    }
+}
+
 // Keeps the medians (or the single runs when there are no repetitions) as they arrive.
 class MedianReporter : public benchmark::ConsoleReporter {
 public:
@@ -453,6 +471,7 @@ int main(int argc, char** argv) {
     std::string figures;
     std::string plain;
     std::string armhf;
+    std::string tricks;
     for (int i = 1; i < argc; ++i) {
         if (std::strncmp(argv[i], "--out=", 6) == 0) {
             folder = argv[i] + 6;
@@ -468,6 +487,8 @@ int main(int argc, char** argv) {
             plain = argv[i] + 8;
         } else if (std::strncmp(argv[i], "--armhf=", 8) == 0) {
             armhf = argv[i] + 8;
+        } else if (std::strncmp(argv[i], "--tricks=", 9) == 0) {
+            tricks = argv[i] + 9;
         } else {
             arguments.push_back(argv[i]);
         }
@@ -489,6 +510,7 @@ int main(int argc, char** argv) {
     if (!sizes.empty()) readSizes(sizes);
     if (!plain.empty()) readPlainFigures(plain);
     if (!armhf.empty()) readArmhfCounts(armhf);
+    if (!tricks.empty()) readTrickCounts(tricks);
 
     MedianReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);

@@ -169,7 +169,7 @@ void costPerByte(std::ostringstream& out, const Results& results) {
     out << "\n### On the phone's own processor (armhf)\n\n"
            "Instructions counted by single-stepping the armhf builds under qemu "
            "(bench/armhf/count.sh): one call-state event, and the conference event per byte. "
-           "There the fast reader searches its blocks eight bytes at a time in 32-bit words.\n\n"
+           "There the fast reader finds each '<' by memchr, without the blocks of 64 bytes.\n\n"
            "| Build | Call-state event | Conference, instr/B at";
     for (const std::size_t bytes : kConferenceBytes)
         out << " " << kib(static_cast<double>(bytes)) << " |";
@@ -183,6 +183,50 @@ void costPerByte(std::ostringstream& out, const Results& results) {
             out << " " << fixed(value, 2) << " |";
         out << "\n";
     }
+}
+
+// Each trick turned off alone, counted on both targets by bench/tricks/measure.sh.
+void speedTricks(std::ostringstream& out, const Results& results) {
+    if (results.tricks.empty()) return;
+    out << "\n### The speed tricks and what each saves\n\n"
+           "Each trick of the fast reader turned off alone by its patch in bench/tricks/, and "
+           "the instructions of one call counted in a program that makes only that call "
+           "(built -O2 and static, as the phone's build, so its counts differ a little from the "
+           "tables here): under callgrind on x86-64, by single-stepping qemu on armhf. "
+           "Differences under about 50 instructions come from where the text happens to lie "
+           "in memory.\n\n"
+           "| Trick | In its place | Measured on | x86-64 with | without | saves | armhf with | "
+           "without | saves |\n|---|---|---|---:|---:|---:|---:|---:|---:|\n";
+    const auto cell = [](double value) { return value < 0 ? std::string("-") : count(value); };
+    const auto saved = [](double with, double without) {
+        if (with < 0 || without < 0) return std::string("-");
+        const double percent = 100 * (without - with) / without;
+        return std::fabs(percent) < 0.5 ? std::string("0 %") : fixed(percent, 0) + " %";
+    };
+    const auto call = [](const std::string& counted) -> std::string {
+        if (counted == "callstate") return "call-state event";
+        if (counted == "conference") return "conference event, 1 KiB";
+        if (counted == "holdcall") return "holdCall";
+        return counted;
+    };
+    for (const Results::Trick& trick : results.tricks) {
+        out << "| " << trick.name << " | " << trick.replacement << " | " << call(trick.call)
+            << " | " << cell(trick.x86With) << " | " << cell(trick.x86Without) << " | "
+            << saved(trick.x86With, trick.x86Without) << " | " << cell(trick.armhfWith) << " | "
+            << cell(trick.armhfWithout) << " | " << saved(trick.armhfWith, trick.armhfWithout)
+            << " |\n";
+    }
+    out << "\nOpenings in blocks is chosen per target: with SSE2 the masks of 64 bytes cost "
+           "fewer instructions than memchr from each '<' to the next and let the compares run "
+           "side by side; on armhf, built from 32-bit words, they cost about 1,500 "
+           "instructions more on the call-state event than they saved, so that build uses "
+           "memchr, and its two armhf counts are the same code. Tried and dropped: looking for "
+           "'<' a word at a time instead of memchr in every search (5713 against 5651 on the "
+           "call-state event when it was tried); one memmem for the last element's end tag (59 "
+           "instructions fewer on the conference event, but 208 ns against 188 ns); comparing "
+           "the bytes between values 16 at a time with SSE2 (4560 against 4421 on the "
+           "call-state event); a list of the places of all '<' before the compares (4473 "
+           "against 4421).\n";
 }
 
 } // namespace
@@ -306,31 +350,7 @@ std::string markdown(const Results& results) {
            "do. Short events pay the same fixed part (method, handler, the call of the reader) "
            "over a smaller floor.\n";
 
-    out << "\n### The speed tricks and what each saves\n\n"
-           "Each trick turned off alone, in a program that makes only that call (built -O3, so "
-           "its counts differ a little from the tables here), in the release that added or last "
-           "changed it. Instructions per call under callgrind, unless the row says ns.\n\n"
-           "| Trick | Measured on | With | Without | Release |\n|---|---|---:|---:|---|\n"
-           "| expected order, the bytes between two values compared at once | call-state event "
-           "| 4425 | 4810 (each name compared at both of its tags) | 1.1.1 |\n"
-           "| openings in blocks | the call-state event's scan alone | 66 ns, 1610 | 84 ns, "
-           "1363 (eight bytes in a register, then memchr) | 1.1.1 |\n"
-           "| last element, found by its name's first byte | conference event | 2073 | 2575 (by "
-           "its '/') | 1.1.1 |\n"
-           "| in-place numbers | call-state event | 4765 | 5702 | 1.1.0 |\n"
-           "| word compare | call-state event | 4765 | 5252 | 1.1.0 |\n"
-           "| first byte | CallHeldEvent | 1430 | 1774 | 1.1.0 |\n"
-           "| word copy | holdCall | 988 | 1078 | 1.1.0 |\n\n"
-           "Openings in blocks costs instructions and saves time: without it each element waits "
-           "for the search that ends the one before. All figures are for x86-64, where the "
-           "blocks are searched with SSE2; the armhf build searches them eight bytes at a time "
-           "(its whole cost is in the armhf table below). Tried and dropped: looking for '<' a "
-           "word at a time "
-           "instead of memchr in every search (5713 against 5651 on the call-state event when "
-           "it was tried); one memmem for the last element's end tag (59 instructions fewer on the "
-           "conference event, but 208 ns against 188 ns); comparing the bytes between values "
-           "16 at a time with SSE2 (4560 against 4421 on the call-state event); a list of the "
-           "places of all '<' before the compares (4473 against 4421).\n";
+    speedTricks(out, results);
     costPerByte(out, results);
     out << "\n### Events (handleMessage, subscriber with empty callbacks)\n\n"
            "| Event | handleMessage | Instructions | Floor | Instructions | Against floor | "

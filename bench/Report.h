@@ -38,6 +38,15 @@ struct Results {
         std::vector<double> conferencePerByte;
     };
     std::vector<ArmhfCount> armhf;
+    // What each speed trick saves, counted by bench/tricks/measure.sh: instructions of one
+    // call with the trick and with it turned off, on x86-64 and on armhf (absent, < 0).
+    struct Trick {
+        std::string name;        // "word-compare"
+        std::string replacement; // what takes its place when it is off
+        std::string call;        // the call counted
+        double x86With, x86Without, armhfWith, armhfWithout;
+    };
+    std::vector<Trick> tricks;
     std::vector<std::string> operationNames; // interface order
 };
 

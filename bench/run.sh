@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what the benchmarks need (pugixml, gnuplot, valgrind), builds the bench presets
 # of the fast and the plain build, counts each measure's instructions under callgrind,
-# measures the plug-ins' sizes, counts the armhf builds' instructions under qemu and runs
+# measures the plug-ins' sizes, counts the armhf builds' instructions under qemu, counts what
+# each speed trick saves on both (bench/tricks/measure.sh) and runs
 # the benchmark program (the plain build's first, for its figures): the table goes to
 # standard output, bench/results.md and bench/results.png. Arguments are passed on to the program (Google Benchmark flags, or
 # --out=FOLDER for the results).
@@ -52,6 +53,8 @@ if command -v arm-linux-gnueabihf-g++ >/dev/null && command -v qemu-arm >/dev/nu
   bash bench/armhf/count.sh >"$build/armhf-counts.txt"
   armhf=(--armhf="$build/armhf-counts.txt")
 fi
+# What each speed trick saves, on x86-64 and (with the same tools) on armhf.
+bash bench/tricks/measure.sh >"$build/trick-counts.txt"
 
 "$build/bench/comms_bench" --instructions="$build/callgrind" --sizes="$sizes" \
-  --plain="$plain/figures.txt" "${armhf[@]}" "$@"
+  --plain="$plain/figures.txt" --tricks="$build/trick-counts.txt" "${armhf[@]}" "$@"

@@ -29,10 +29,10 @@ inline bool standsAt(const char* pool, ElementName name, const char* at, const c
     return sameBytes(at, pool + name.offset, name.size + std::size_t{1}, end);
 }
 
+#if defined(__SSE2__)
 // Openings in blocks: every '<' of 64 bytes at once as a bit mask, the way simdjson finds
 // the structural characters of JSON, so that the places of an event's tags are all known
 // before any of them is compared, and the compares do not wait on one another.
-#if defined(__SSE2__)
 std::uint64_t openingsOf64(const char* bytes) {
     const __m128i openings = _mm_set1_epi8('<');
     std::uint64_t mask = 0;
@@ -44,26 +44,6 @@ std::uint64_t openingsOf64(const char* bytes) {
     }
     return mask;
 }
-#else
-// Eight bytes at a time: a byte is '<' when it is zero after the exclusive or, found
-// without a carry crossing into the next byte; the multiplication gathers the eight
-// marks into the top byte, the first byte's mark lowest.
-std::uint64_t openingsOf64(const char* bytes) {
-    constexpr std::uint64_t kLow7 = 0x7F7F7F7F7F7F7F7F;
-    constexpr std::uint64_t kOpenings = 0x0101010101010101 * std::uint64_t{'<'};
-    std::uint64_t mask = 0;
-    for (int part = 0; part < 8; ++part) {
-        std::uint64_t word = loadWord(bytes + 8 * part);
-#if __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
-        word = __builtin_bswap64(word);
-#endif
-        word ^= kOpenings;
-        const std::uint64_t marks = ~(((word & kLow7) + kLow7) | word | kLow7) >> 7;
-        mask |= ((marks * 0x0102040810204080) >> 56) << (8 * part);
-    }
-    return mask;
-}
-#endif
 
 // The '<' of a text from a place on, in order, 64 bytes at a time. A last short block is
 // read as the end of the 64 bytes before the end of the text, when the text has that many.
@@ -110,6 +90,29 @@ private:
     const char* const end;
     std::uint64_t mask;
 };
+#else
+// Without SSE2, as on the phone's armhf core, each '<' is found by memchr from the one
+// before: there, building the masks of 64 bytes from 32-bit words costs more instructions
+// than the compares save.
+class Openings {
+public:
+    Openings(const char* /*text*/, const char* from, const char* end) : at(from), end(end) {}
+
+    // The next '<', or nullptr when there is none.
+    const char* next() {
+        const char* const found = findOpening(at, end);
+        if (found != nullptr) at = found + 1;
+        return found;
+    }
+
+    // Passes over the next '<'.
+    void skip() { next(); }
+
+private:
+    const char* at;
+    const char* const end;
+};
+#endif
 
 constexpr std::size_t kNone = static_cast<std::size_t>(-1);
 

@@ -21,11 +21,11 @@ namespace fast {
 // The tricks, each named once; the benchmarks' report gives what each saves:
 // - one pass: every '<' of the text is looked at once, instead of one search from the
 //   start per field;
-// - openings in blocks: the '<' of an event are found 64 bytes at a time as a bit mask,
-//   the way simdjson finds the structural characters of JSON (SSE2 on x86-64, eight
-//   bytes at a time elsewhere), so that the places of the tags are known before any of
-//   them is compared and the compares do not wait on one another; the other searches
-//   use memchr;
+// - openings in blocks, where there is SSE2 (x86-64): the '<' of an event are found 64
+//   bytes at a time as a bit mask, the way simdjson finds the structural characters of
+//   JSON, so that the places of the tags are known before any of them is compared and the
+//   compares do not wait on one another; elsewhere (the phone's armhf core) and in the
+//   other searches, memchr;
 // - expected order: the service begins an event with its method element and writes the
 //   fields in the order a handler reads them, each element's end tag followed at once by
 //   the next one's start tag. The names of a scan lie in their pool as that text with
