@@ -92,8 +92,10 @@ private:
     std::optional<std::string> handle(const std::string& text) {
         const simulator::ParsedRequest request = simulator::parseRequest(text);
         if (!request.valid()) return std::string();
-        if (request.method == "SigEvent") return service.handle(request);
-        std::string steered = "<Method>" + request.method + "</Method>";
+        if (request.method == simulator::kSignallingMethod) return service.handle(request);
+        std::string steered = std::string(CommunicationsService::protocol::kMethodOpen) +
+                              request.method +
+                              std::string(CommunicationsService::protocol::kMethodClose);
         for (const auto& [tag, value] : request.fields) {
             const std::string& chosen = input.ConsumeBool() ? steeredValue(input) : value;
             steered += "<" + tag + ">" + chosen + "</" + tag + ">";

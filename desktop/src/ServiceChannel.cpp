@@ -15,6 +15,7 @@
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/desktop/Wire.h"
+#include "CommunicationsService/protocol/Description.h"
 
 namespace desktop {
 
@@ -27,11 +28,11 @@ using wire::FrameKind;
 // Why the service refused the last request this thread sent; empty when it did not.
 thread_local std::string lastRefusal;
 
-// "<Method>AnswerCall</Method>..." is named AnswerCall in reports; anything else by its
-// first bytes.
+// A request that begins with its method element is named by its method in reports; anything
+// else by its first bytes.
 std::string describe(const std::string& message) {
-    const std::string open = "<Method>";
-    const std::size_t end = message.find("</Method>");
+    constexpr std::string_view open = CommunicationsService::protocol::kMethodOpen;
+    const std::size_t end = message.find(CommunicationsService::protocol::kMethodClose);
     if (message.compare(0, open.size(), open) == 0 && end != std::string::npos) {
         return printable(std::string_view(message).substr(open.size(), end - open.size()));
     }

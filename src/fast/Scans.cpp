@@ -300,7 +300,7 @@ constexpr MethodName kMethod = methodName();
 
 ElementSpan findMethod(std::string_view text, std::size_t& fields) {
     // Expected order: the service begins every event with its method element. Its tags are
-    // compared as words: "<Method>" is one, "</Method>" one and a byte.
+    // compared as words: the opening tag is one, the closing tag one and a byte.
     static_assert(kMethodOpen.size() == 8 && kMethodClose.size() == 9);
     const char* const begin = text.data();
     const char* const end = begin + text.size();
