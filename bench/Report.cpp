@@ -19,6 +19,13 @@ namespace {
 namespace requests = CommunicationsService::protocol::requests;
 const std::string kCallState(CommunicationsService::protocol::events::callStateChange.method);
 const std::string kCallHeld(CommunicationsService::protocol::events::callHeld.method);
+// What stands between the call-state event's first two values: "</a><b>".
+const std::string kBetweenFirstValues =
+    "</" +
+    std::string(std::get<0>(CommunicationsService::protocol::events::callStateChange.fields).tag) +
+    "><" +
+    std::string(std::get<1>(CommunicationsService::protocol::events::callStateChange.fields).tag) +
+    ">";
 const std::string kHoldCall = "request/" + std::string(requests::holdCall.method);
 const std::string kGetForwarding =
     "request/" + std::string(requests::getForwardingConfiguration.method);
@@ -341,7 +348,9 @@ std::string markdown(const Results& results) {
         << count(ours - floor)
         << " find the method and its handler and locate the 18 elements: the '<' of the text "
            "are found 64 bytes at a time, and each element costs one compare of the bytes "
-           "between its value and the next (\"</LineID><CallID>\"), with the stores of its "
+           "between its value and the next (\""
+        << kBetweenFirstValues
+        << "\"), with the stores of its "
            "place: about 60 instructions an element (a bare pass that only counts the '<' of "
            "the text takes "
         << count(scan)
