@@ -291,6 +291,16 @@ TEST(InvokerFlags, EachFlagSetToZeroAloneArrivesFalseAndEveryOtherFlagTrue) {
     }
 }
 
+TEST(InvokerElements, PassOverAnEndTagBeforeTheStartTagAndEndAtTheFirstEndTagBehindIt) {
+    RecordingSubscriber subscriber;
+    Invoker().handleMessage(&subscriber,
+                            "<Method>CallHeldEvent</Method></LineID><LineID>L1</CallID>x</LineID>"
+                            "<CallID>7</LineID></CallID>",
+                            0, nullptr);
+    ASSERT_EQ(subscriber.calls().size(), 1u);
+    EXPECT_EQ(subscriber.calls()[0].arguments, (std::vector<std::string>{"L1</CallID>x", "7"}));
+}
+
 // A name reaches its row also with more bytes behind it, but for the one name that must
 // match whole; the name cut short or with its first letter's case changed reaches none.
 TEST(InvokerEventNames, MatchAsAPrefixButTheCallStateNameWholeAndAllInTheirOwnCase) {

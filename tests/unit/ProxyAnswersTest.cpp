@@ -129,6 +129,11 @@ TEST(ProxyAnswers, GetForwardingConfigurationFillsEveryOutputWhateverTheResult) 
          "<sfiResult>sfiFailureCallBackToMany</sfiResult>",
          3, false, "sip:a", 3},
         {"<sfiResult> sfiSuccess</sfiResult><status>0</status>", 0, false, "", -1},
+        // An end tag is looked for from the start: one before its value lets the value run
+        // to the end of the answer.
+        {"</uri><sfiResult>sfiSuccess</sfiResult><status>0</status><uri>sip:b</uri>"
+         "<cfnrRingCount>2</cfnrRingCount>",
+         5, false, "sip:b</uri><cfnrRingCount>2</cfnrRingCount>", 2},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.answer);
