@@ -20,7 +20,7 @@ namespace protocol = CommunicationsService::protocol;
 using communications::testing::EventArgument;
 using protocol::FieldKind;
 
-// "IncomingCallEvent" is emitted as incomingCall.
+// An event is emitted under its method name without the final "Event", in lower case first.
 std::string eventName(std::string_view method) {
     std::string name(method);
     const std::string suffix = "Event";

@@ -5,8 +5,8 @@
 // back by its --replay and by comms-decode.
 //
 // {"time":"2026-11-24T19:00:00.123456Z","client":1,"direction":"in","kind":"request",
-//  "id":3,"channel":"","method":"AnswerCall","fields":{"line":"1001","callId":"1"},
-//  "text":"<Method>AnswerCall</Method><Line>1001</Line><CallID>1</CallID>"}
+//  "id":3,"channel":"","method":"...","fields":{"line":"1001","callId":"1"},
+//  "text":"..."}
 //
 // "direction" is "in" for what a client sent, "out" for what it was sent, and empty for a
 // client coming or going. Fields are named after the operation's or callback's arguments

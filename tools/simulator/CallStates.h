@@ -1,6 +1,6 @@
 #pragma once
 
-// Call states as the simulator numbers them in "<CallState>", under the names the kit's
+// Call states as the simulator numbers them in the call-state event, under the names the kit's
 // installed header gives them.
 
 #include "CommunicationsService/desktop/SimulatorCodes.h"

@@ -41,7 +41,7 @@ struct ServiceSettings {
     std::size_t nameBytes = 256;
 };
 
-// Causes in "<Reason>" (CSTA event causes).
+// Causes in the events' reason element (CSTA event causes).
 enum Cause {
     kCauseNone = 0,
     kCauseBusy = 3,

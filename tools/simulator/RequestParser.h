@@ -32,7 +32,7 @@ struct ParsedRequest {
     std::string method;
     // The fields in message order, tag without brackets and value as sent.
     std::vector<std::pair<std::string, std::string>> fields;
-    // The CSTA document behind "</Line>" of the pass-through requests, or the bytes
+    // The CSTA document behind the line element of the pass-through requests, or the bytes
     // behind the signalling prefix.
     std::string payload;
     // Sent without awaiting an answer.

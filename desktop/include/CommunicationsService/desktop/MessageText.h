@@ -21,9 +21,10 @@ struct Element {
 // earlier inside another element's value is the one found, as the readers find it.
 std::optional<Element> firstElement(std::string_view text, std::string_view tag);
 
-// The operation of the interface that writes a request's method ("AnswerCall" is written by
-// answerCall, "Consult" by consultationCall); the method itself for one the interface has
-// no operation of its own for ("Subscribe"), and empty for a method that is no request.
+// The operation of the interface that writes a request's method (answerCall for the answer
+// request, consultationCall for the consultation request); the method itself for one the
+// interface has no operation of its own for (the subscription), and empty for a method that
+// is no request.
 std::string operationName(std::string_view method);
 
 } // namespace desktop::message

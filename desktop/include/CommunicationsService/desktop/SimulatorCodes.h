@@ -11,7 +11,7 @@
 /// The service simulator's numbering.
 namespace desktop::simulator {
 
-/// The state of a call in "<CallState>".
+/// The state of a call in the call-state element of the call-state event.
 enum class CallState : int {
     idle = 0,        ///< cleared
     dialing = 1,     ///< placed, not yet ringing at the far end
@@ -27,7 +27,7 @@ enum class CallState : int {
 /// The mode of a lamp in setLampMode.
 enum class LampMode : int { off = 0, on = 1, flashing = 2, winking = 3, flickering = 4 };
 
-/// The cause of an event in "<Reason>" (CSTA event causes).
+/// The cause of an event in its reason element (CSTA event causes).
 enum class Cause : int {
     none = 0,
     busy = 3,
@@ -40,7 +40,7 @@ enum class Cause : int {
     normalClearing = 48,
 };
 
-/// The feature in "<Feature>" of the feature success and failure events.
+/// The feature in the feature element of the feature success and failure events.
 enum class Feature : int {
     hold = 2,
     retrieve = 3,
@@ -50,7 +50,7 @@ enum class Feature : int {
     pickup = 8,
 };
 
-/// Why a feature failed, in "<FeatureFailure>".
+/// Why a feature failed, in the feature failure element.
 enum class FeatureFailure : int { invalidState = 1, busy = 2, rejected = 3, noSuchCall = 4 };
 
 /// One named number of a kind.

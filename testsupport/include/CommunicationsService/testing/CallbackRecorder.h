@@ -88,7 +88,7 @@ struct NamedCall {
     std::vector<NamedValue> arguments; ///< its arguments, in the callback's order
 };
 
-/// "onCallHeldEvent" for the event method "CallHeldEvent" or "callHeldEvent".
+/// The callback of an event method: "on" and the method with its first letter in upper case.
 inline std::string callbackName(std::string_view method) {
     std::string name = "on" + std::string(method);
     if (name.size() > 2)

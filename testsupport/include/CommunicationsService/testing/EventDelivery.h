@@ -206,7 +206,7 @@ public:
 };
 
 // The CSTA payload and the element it follows: the payload is the rest of the text behind
-// that element's end tag (`closing`, such as "/success>").
+// that element's end tag (`closing`).
 struct Payload {
     std::string_view closing;
     const EventArgument::Value* value = nullptr;
