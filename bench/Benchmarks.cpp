@@ -20,6 +20,7 @@
 #include "AllocationCounter.h"
 #include "CommunicationsService/framework/Utilities.h"
 #include "CommunicationsService/protocol/Requests.h"
+#include "CommunicationsService/testing/CannedChannel.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsService/testing/Samples.h"
 #include "CommunicationsServiceEventInvoker.h"
@@ -33,34 +34,12 @@
 namespace {
 
 using bench::Event;
+using communications::testing::CannedChannel;
 using CommunicationsService::protocol::FieldKind;
 
 class NamingContext : public FrameworkContext {
 public:
     std::string findChannel(Executable*) override { return "events.7"; }
-};
-
-// The in-memory channel: every request is answered at once with one canned text.
-class CannedChannel : public ProxyRequest {
-public:
-    CannedChannel(FrameworkContext& context, std::string answer)
-        : ProxyRequest(&context), answer(std::move(answer)) {}
-    int sendRequest(const std::string&, std::string& response) override {
-        response = answer;
-        return 0;
-    }
-    int sendRequestTimed(const std::string&, std::string& response, int) override {
-        response = answer;
-        return 0;
-    }
-    int sendSubscribe(const std::string&, std::string& response, const std::string&, int) override {
-        response = answer;
-        return 0;
-    }
-    int sendOneWay(const std::string&) override { return 0; }
-
-private:
-    std::string answer;
 };
 
 struct Scenario {
@@ -129,7 +108,7 @@ CommunicationsServiceIfc& serviceAnswering(std::string answer) {
     };
     static std::vector<std::unique_ptr<Service>> services;
     services.push_back(
-        std::unique_ptr<Service>(new Service{CannedChannel(context, std::move(answer)), {}}));
+        std::unique_ptr<Service>(new Service{CannedChannel(std::move(answer), &context), {}}));
     services.back()->proxy.initProxy(services.back()->channel);
     return services.back()->proxy;
 }
@@ -281,7 +260,7 @@ void addRequests() {
         return 0;
     });
 
-    static CannedChannel streamChannel(context, kSuccess);
+    static CannedChannel streamChannel(kSuccess, &context);
     add("ostringstream/holdCall", [] {
         benchmark::DoNotOptimize(
             bench::holdCallThroughStream(streamChannel, kLine, 12, sfiFeatureManual, true));

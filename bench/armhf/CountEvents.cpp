@@ -11,6 +11,7 @@
 #include "CommunicationsService/protocol/Description.h"
 #include "CommunicationsServiceProxy.h"
 
+#include "CommunicationsService/testing/CannedChannel.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceEventInvoker.h"
 #include "EventMessages.h"
@@ -19,15 +20,6 @@
 #endif
 
 namespace {
-
-// Answers every request at once with the success word.
-class AnsweringChannel : public ProxyRequest {
-public:
-    int sendRequest(const std::string&, std::string& response) override {
-        response = CommunicationsService::protocol::resultWord(sfiSuccess);
-        return 0;
-    }
-};
 
 bench::Event sampleEvent(const std::string& which, std::size_t bytes) {
     if (which == "callstate") return bench::callStateEvent();
@@ -40,7 +32,8 @@ bench::Event sampleEvent(const std::string& which, std::size_t bytes) {
 }
 
 int holdCalls(int times) {
-    AnsweringChannel channel;
+    communications::testing::CannedChannel channel(
+        std::string(CommunicationsService::protocol::resultWord(sfiSuccess)));
     CommunicationsServiceProxy proxy;
     proxy.initProxy(channel);
     int result = 0;

@@ -13,6 +13,7 @@
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
+#include "CommunicationsService/testing/CannedChannel.h"
 #include "Record.h"
 
 extern "C" FRAMEWORK_API Invoker* createCommunicationsServiceEventInvoker();
@@ -39,25 +40,6 @@ public:
     std::vector<NamedCall> calls;
 
     void recorded(NamedCall call) override { calls.push_back(std::move(call)); }
-};
-
-// Answers every request with one text, so that the real proxy reads it.
-class CannedChannel : public ProxyRequest {
-public:
-    std::string answer;
-
-    int sendRequest(const std::string&, std::string& response) override {
-        response = answer;
-        return 0;
-    }
-    int sendRequestTimed(const std::string&, std::string& response, int) override {
-        response = answer;
-        return 0;
-    }
-    int sendSubscribe(const std::string&, std::string& response, const std::string&, int) override {
-        response = answer;
-        return 0;
-    }
 };
 
 std::string angled(std::string_view tag) { return "<" + std::string(tag) + ">"; }
@@ -283,8 +265,7 @@ Decoded Decoder::answer(std::string_view method, std::string_view text) {
         call.arguments.push_back({"text", std::string(text), true, {}});
     } else if (fields.empty()) {
         // Read by the real proxy, as every request answered by a result word is.
-        CannedChannel channel;
-        channel.answer = std::string(text);
+        communications::testing::CannedChannel channel{std::string(text)};
         proxy->initProxy(channel);
         auto* service = dynamic_cast<CommunicationsServiceIfc*>(proxy.get());
         const int result = service == nullptr ? -1 : service->activate();
