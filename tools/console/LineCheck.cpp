@@ -35,7 +35,7 @@ std::string unknown(const std::string& what, const std::string& word,
 std::vector<std::string> operationNames() {
     std::vector<std::string> names;
     for (const Operation& operation : operations())
-        names.push_back(operation.name);
+        names.emplace_back(operation.name);
     return names;
 }
 

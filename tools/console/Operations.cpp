@@ -156,8 +156,7 @@ template <typename... Params> struct ValuesOf<std::tuple<Params...>> {
 // An operation as the description has it: parameters named after the request's fields,
 // outputs after its answer's.
 template <typename Op, typename Answer, typename... Fields, std::size_t... In, std::size_t... Out>
-Operation describedOperation(const char* name,
-                             const protocol::Request<Op, Answer, Fields...>& request,
+Operation describedOperation(const protocol::Request<Op, Answer, Fields...>& request,
                              std::index_sequence<In...>, std::index_sequence<Out...>) {
     using Params = typename protocol::agreement::Parameters<Op>::types;
     constexpr std::size_t inputs = sizeof...(Fields);
@@ -194,71 +193,32 @@ Operation describedOperation(const char* name,
     else
         results = resultNames();
     const std::vector<std::string_view> outputs = outputNames(request.answer);
-    return {name, std::move(parameters), std::move(results), {outputs.begin(), outputs.end()}, run};
+    return {request.name, std::move(parameters), std::move(results),
+            {outputs.begin(), outputs.end()}, run};
 }
 
 template <typename Op, typename Answer, typename... Fields>
-Operation describedOperation(const char* name,
-                             const protocol::Request<Op, Answer, Fields...>& request) {
+Operation describedOperation(const protocol::Request<Op, Answer, Fields...>& request) {
     using Params = typename protocol::agreement::Parameters<Op>::types;
     constexpr std::size_t inputs = sizeof...(Fields);
-    return describedOperation(name, request, std::make_index_sequence<inputs>(),
+    return describedOperation(request, std::make_index_sequence<inputs>(),
                               std::make_index_sequence<std::tuple_size_v<Params> - inputs>());
 }
 
-// Every request but Subscribe, named after the operation it serves: the description's
-// entries carry their operation's name.
-#define COMMS_OPERATION(name) describedOperation(#name, requests::name)
-
+// Every request whose entry names an operation (all but the subscription, whose argument
+// is the subscriber itself), under that operation's name.
 std::vector<Operation> makeOperations() {
-    std::vector<Operation> table = {
-        COMMS_OPERATION(activate),
-        COMMS_OPERATION(deactivate),
-        COMMS_OPERATION(callClear),
-        COMMS_OPERATION(outgoingCallMake),
-        COMMS_OPERATION(acceptCall),
-        COMMS_OPERATION(answerCall),
-        COMMS_OPERATION(deflectCall),
-        COMMS_OPERATION(holdCall),
-        COMMS_OPERATION(retrieveCall),
-        COMMS_OPERATION(consultationCall),
-        COMMS_OPERATION(attendedTransferCall),
-        COMMS_OPERATION(blindTransferCall),
-        COMMS_OPERATION(refuseCall),
-        COMMS_OPERATION(alternateCalls),
-        COMMS_OPERATION(conferenceCall),
-        COMMS_OPERATION(generateDigits),
-        COMMS_OPERATION(directedPickupCall),
-        COMMS_OPERATION(groupPickupCall),
-        COMMS_OPERATION(activateCallbackRinging),
-        COMMS_OPERATION(activateCallbackBusy),
-        COMMS_OPERATION(cancelCallbacks),
-        COMMS_OPERATION(setMicrophoneMute),
-        COMMS_OPERATION(setDoNotDisturb),
-        COMMS_OPERATION(setForwardingConfiguration),
-        COMMS_OPERATION(setAssociatedCalls),
-        COMMS_OPERATION(setLampMode),
-        COMMS_OPERATION(makeSecurityChangeReinvite),
-        COMMS_OPERATION(setIsInServiceInitiatedState),
-        COMMS_OPERATION(systemStatus),
-        COMMS_OPERATION(setServiceState),
-        COMMS_OPERATION(getMicrophoneMute),
-        COMMS_OPERATION(getDoNotDisturb),
-        COMMS_OPERATION(getServiceState),
-        COMMS_OPERATION(getForwardingConfiguration),
-        COMMS_OPERATION(getMessageWaitingIndicator),
-        COMMS_OPERATION(getDevices),
-        COMMS_OPERATION(isCallHoldPossible),
-        COMMS_OPERATION(getManualHoldIndication),
-        COMMS_OPERATION(SendCSTARequest),
-        COMMS_OPERATION(sendUACSTAServerMessage),
-        COMMS_OPERATION(InitializeOrFinalizeServerFeatures),
-        COMMS_OPERATION(callbackDOFeatureCallID),
-        COMMS_OPERATION(setAgentState),
-        COMMS_OPERATION(RemoveConfParticipant),
-    };
-    static_assert(std::tuple_size_v<std::remove_const_t<decltype(requests::all)>> == 45,
-                  "every request but Subscribe is an operation above");
+    std::vector<Operation> table;
+    std::apply(
+        [&](const auto&... entry) {
+            (
+                [&](const auto& request) {
+                    if constexpr (!std::is_same_v<decltype(request.operation), std::nullptr_t>)
+                        table.push_back(describedOperation(request));
+                }(entry),
+                ...);
+        },
+        requests::all);
     // Operations that the description does not carry as enveloped requests.
     table.push_back({"processSignallingComponentEvent",
                      {{"data", ArgumentKind::Text}},
@@ -312,7 +272,7 @@ const Operation* findOperation(const std::string& name) {
 }
 
 std::string usage(const Operation& operation) {
-    std::string text = operation.name;
+    std::string text(operation.name);
     for (const Parameter& parameter : operation.parameters) {
         text += " <" + std::string(parameter.name) + kindName(parameter.kind) + ">";
     }

@@ -49,7 +49,7 @@ struct Outcome {
 };
 
 struct Operation {
-    const char* name;
+    std::string_view name;
     std::vector<Parameter> parameters;
     // The result words it can give, and the names of its outputs.
     std::vector<std::string> results;

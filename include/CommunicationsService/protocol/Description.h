@@ -365,38 +365,42 @@ template <typename Callback, typename... Fields> constexpr bool eventAgrees() {
 } // namespace agreement
 /// @endcond
 
-/// One request: the operation of CommunicationsServiceIfc it serves, its method name, the
+/// One request: the operation of CommunicationsServiceIfc it serves and its name, its method name, the
 /// channel operation that carries it, the shape of its answer and its fields in order.
 template <typename Operation, typename Answer, typename... Fields> struct Request {
     static_assert(agreement::requestAgrees<Operation, Answer, Fields...>(),
                   "the fields and the answer must match the operation's parameters");
 
     Operation operation;          ///< the operation served (nullptr: not checked)
+    std::string_view name;        ///< the operation's name in CommunicationsServiceIfc
     std::string_view method;      ///< the method name in the envelope
     Carrier carrier;              ///< the channel operation that carries it
     Answer answer;                ///< the shape of its answer
     std::tuple<Fields...> fields; ///< its fields, in the order they are written
 
     /// An entry; the compiler checks it against `op`.
-    constexpr Request(Operation op, std::string_view name, Carrier via, Answer shape,
-                      Fields... written)
-        : operation(op), method(name), carrier(via), answer(shape), fields(written...) {}
+    constexpr Request(Operation op, std::string_view opName, std::string_view methodName,
+                      Carrier via, Answer shape, Fields... written)
+        : operation(op), name(opName), method(methodName), carrier(via), answer(shape),
+          fields(written...) {}
 };
 
-/// One event: the callback it calls, its method name, how that name is matched, and the
+/// One event: the callback it calls and its name, its method name, how that name is matched, and the
 /// fields that feed the callback's arguments, in order.
 template <typename Callback, typename... Fields> struct Event {
     static_assert(agreement::eventAgrees<Callback, Fields...>(),
                   "the fields must match the callback's parameters");
 
     Callback callback;            ///< the callback made
+    std::string_view name;        ///< the callback's name in CommunicationsServiceEventIfc
     std::string_view method;      ///< the method name that selects it
     Match match;                  ///< how that name is matched
     std::tuple<Fields...> fields; ///< the fields, in the callback's argument order
 
     /// An entry; the compiler checks it against `call`.
-    constexpr Event(Callback call, std::string_view name, Match rule, Fields... read)
-        : callback(call), method(name), match(rule), fields(read...) {}
+    constexpr Event(Callback call, std::string_view callName, std::string_view methodName,
+                    Match rule, Fields... read)
+        : callback(call), name(callName), method(methodName), match(rule), fields(read...) {}
 };
 
 /// The row of the entry with the method name `method` in a table such as requests::all or
