@@ -193,8 +193,11 @@ Operation describedOperation(const protocol::Request<Op, Answer, Fields...>& req
     else
         results = resultNames();
     const std::vector<std::string_view> outputs = outputNames(request.answer);
-    return {request.name, std::move(parameters), std::move(results),
-            {outputs.begin(), outputs.end()}, run};
+    return {request.name,
+            std::move(parameters),
+            std::move(results),
+            {outputs.begin(), outputs.end()},
+            run};
 }
 
 template <typename Op, typename Answer, typename... Fields>

@@ -365,8 +365,8 @@ template <typename Callback, typename... Fields> constexpr bool eventAgrees() {
 } // namespace agreement
 /// @endcond
 
-/// One request: the operation of CommunicationsServiceIfc it serves and its name, its method name, the
-/// channel operation that carries it, the shape of its answer and its fields in order.
+/// One request: the operation of CommunicationsServiceIfc it serves and its name, its method name,
+/// the channel operation that carries it, the shape of its answer and its fields in order.
 template <typename Operation, typename Answer, typename... Fields> struct Request {
     static_assert(agreement::requestAgrees<Operation, Answer, Fields...>(),
                   "the fields and the answer must match the operation's parameters");
@@ -385,8 +385,8 @@ template <typename Operation, typename Answer, typename... Fields> struct Reques
           fields(written...) {}
 };
 
-/// One event: the callback it calls and its name, its method name, how that name is matched, and the
-/// fields that feed the callback's arguments, in order.
+/// One event: the callback it calls and its name, its method name, how that name is matched, and
+/// the fields that feed the callback's arguments, in order.
 template <typename Callback, typename... Fields> struct Event {
     static_assert(agreement::eventAgrees<Callback, Fields...>(),
                   "the fields must match the callback's parameters");
