@@ -47,16 +47,36 @@ public:
 
     // Waits for a call of the subscriber in progress on the delivery thread, unless it is
     // that call which detaches; also when the attachment has already ended, since its
-    // owner may be about to destroy the subscriber.
+    // owner may be about to destroy the subscriber. Then shuts the subscriber down, only
+    // where this call ended the attachment: a callback and its owner's thread may both
+    // end it, and the host's end may have come first.
     void detach(Executable* subscriber, std::uint64_t attachment) {
         std::unique_lock<std::mutex> lock(mutex);
         auto found = names.find(subscriber);
-        if (found != names.end() && found->second.attachment == attachment) {
+        const bool ended = found != names.end() && found->second.attachment == attachment;
+        if (ended) {
             detachedChannels.insert(found->second.channel);
             names.erase(found);
         }
-        if (deliveryThread == std::this_thread::get_id()) return;
-        callEnded.wait(lock, [&] { return calling != subscriber; });
+        if (deliveryThread != std::this_thread::get_id())
+            callEnded.wait(lock, [&] { return calling != subscriber; });
+        lock.unlock();
+        if (ended) subscriber->shutdown();
+    }
+
+    // The host's end: once delivery has stopped, ends every attachment left and shuts its
+    // subscriber down.
+    void shutDownAll() {
+        std::unique_lock<std::mutex> lock(mutex);
+        std::vector<Executable*> everyone;
+        for (const auto& [executable, attached] : names) {
+            everyone.push_back(executable);
+            detachedChannels.insert(attached.channel);
+        }
+        names.clear();
+        lock.unlock();
+        for (Executable* executable : everyone)
+            executable->shutdown();
     }
 
     enum class Found { subscriber, detached, nobody };
@@ -189,13 +209,13 @@ struct Host::State {
                               line) { std::fprintf(stderr, "desktop host: %s\n", line.c_str()); }),
           plugin(options.pluginPath), proxy(plugin.createProxy()), invoker(plugin.createInvoker()) {
         if (!proxy || !invoker) {
-            throw std::runtime_error("plug-in " + options.pluginPath +
-                                     " returned no object from a factory");
+            throw PluginLoadError("plug-in " + options.pluginPath +
+                                  " returned no object from a factory");
         }
         proxyInterface = dynamic_cast<CommunicationsServiceIfc*>(proxy.get());
         if (proxyInterface == nullptr) {
-            throw std::runtime_error("plug-in " + options.pluginPath +
-                                     ": its proxy does not implement CommunicationsServiceIfc");
+            throw PluginLoadError("plug-in " + options.pluginPath +
+                                  ": its proxy does not implement CommunicationsServiceIfc");
         }
         invoker->initInvoker(registry.get());
         delivery = std::thread([this] { deliverAll(); });
@@ -220,9 +240,10 @@ struct Host::State {
     }
 
     // Delivery ends first: a callback in progress may still send requests through the
-    // channel and the proxy.
+    // channel and the proxy, and so may the subscribers' shutdown().
     ~State() {
         stopDelivery();
+        registry->shutDownAll();
         channel.reset();
     }
 
@@ -303,6 +324,8 @@ struct Host::State {
                                "no channel name and refuses it (call Host::attach first)");
     });
     DeliveryReceipt receipt;
+    // What each subscriber's init() is given; the desktop has nothing to put in it.
+    Context context;
 
     std::mutex queueMutex;
     std::condition_variable queueChanged;
@@ -321,9 +344,12 @@ CommunicationsServiceIfc& Host::service() { return *state->proxyInterface; }
 
 ServiceChannel& Host::channel() { return *state->channel; }
 
+// Attached before init(), which may subscribe and so asks for the channel name.
 Attachment Host::attach(Executable& subscriber, const std::string& channelName) {
-    return Attachment(state->registry, &subscriber,
-                      state->registry->attach(subscriber, channelName));
+    Attachment attachment(state->registry, &subscriber,
+                          state->registry->attach(subscriber, channelName));
+    subscriber.init(state->context);
+    return attachment;
 }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }
