@@ -20,7 +20,8 @@
 namespace desktop {
 
 // Knows every attached subscriber under its channel name, in both directions, and which
-// subscriber the delivery thread is calling, so that detaching can wait for that call.
+// subscribers are being called (a callback on the delivery thread, a shutdown() on any
+// thread), so that detaching can wait for those calls.
 class SubscriberRegistry : public FrameworkContext {
 public:
     // Told when the proxy's subscribe asks for a subscriber that is not attached.
@@ -45,38 +46,34 @@ public:
         return attachments;
     }
 
-    // Waits for a call of the subscriber in progress on the delivery thread, unless it is
-    // that call which detaches; also when the attachment has already ended, since its
-    // owner may be about to destroy the subscriber. Then shuts the subscriber down, only
-    // where this call ended the attachment: a callback and its owner's thread may both
-    // end it, and the host's end may have come first.
+    // Waits for a call of the subscriber in progress, unless this runs on the delivery
+    // thread, whose callback may be the one detaching; also when the attachment has
+    // already ended, since its owner may be about to destroy the subscriber. Then shuts
+    // the subscriber down, only where this call ended the attachment: a callback and its
+    // owner's thread may both end it, and the host's end may have come first.
     void detach(Executable* subscriber, std::uint64_t attachment) {
         std::unique_lock<std::mutex> lock(mutex);
         auto found = names.find(subscriber);
         const bool ended = found != names.end() && found->second.attachment == attachment;
-        if (ended) {
-            detachedChannels.insert(found->second.channel);
-            names.erase(found);
-        }
+        if (ended) end(found);
         if (deliveryThread != std::this_thread::get_id())
-            callEnded.wait(lock, [&] { return calling != subscriber; });
-        lock.unlock();
-        if (ended) subscriber->shutdown();
+            callEnded.wait(lock, [&] { return calling.count(subscriber) == 0; });
+        if (ended) call(lock, subscriber, shutDown);
     }
 
-    // The host's end: once delivery has stopped, ends every attachment left and shuts its
-    // subscriber down.
+    // The host's end, once delivery has stopped: shuts down every subscriber still
+    // attached, and waits for the shutdown() that a detach runs on another thread, which
+    // may still send requests.
     void shutDownAll() {
         std::unique_lock<std::mutex> lock(mutex);
-        std::vector<Executable*> everyone;
-        for (const auto& [executable, attached] : names) {
-            everyone.push_back(executable);
-            detachedChannels.insert(attached.channel);
+        // The delivery thread has ended, and a new thread may be given its id.
+        deliveryThread = std::thread::id();
+        while (!names.empty()) {
+            Executable* subscriber = names.begin()->first;
+            end(names.begin());
+            call(lock, subscriber, shutDown);
         }
-        names.clear();
-        lock.unlock();
-        for (Executable* executable : everyone)
-            executable->shutdown();
+        callEnded.wait(lock, [&] { return calling.empty(); });
     }
 
     enum class Found { subscriber, detached, nobody };
@@ -111,13 +108,15 @@ public:
     }
 
 private:
+    // A subscriber may be called on two threads at once: a callback detaching another
+    // subscriber calls that one's shutdown() within its own call.
     template <typename Deliver>
     void call(std::unique_lock<std::mutex>& lock, Executable* subscriber, Deliver& deliver) {
-        calling = subscriber;
+        const auto inCall = calling.insert(subscriber);
         lock.unlock();
         deliver(subscriber);
         lock.lock();
-        calling = nullptr;
+        calling.erase(inCall);
         callEnded.notify_all();
     }
 
@@ -126,6 +125,14 @@ private:
         std::uint64_t attachment = 0;
     };
 
+    // Their events are dropped without a report from now on.
+    void end(std::map<Executable*, Attached>::iterator attached) {
+        detachedChannels.insert(attached->second.channel);
+        names.erase(attached);
+    }
+
+    static void shutDown(Executable* subscriber) { subscriber->shutdown(); }
+
     const std::function<void()> unattached;
     std::mutex mutex;
     std::condition_variable callEnded;
@@ -133,7 +140,7 @@ private:
     std::uint64_t attachments = 0;
     // Their events are dropped without a report: the service still sends them.
     std::set<std::string> detachedChannels;
-    Executable* calling = nullptr;
+    std::multiset<Executable*> calling;
     std::thread::id deliveryThread;
 };
 

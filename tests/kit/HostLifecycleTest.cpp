@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -66,6 +67,37 @@ TEST(Detaching, WaitsForTheSubscribersCallbackInProgress) {
     EXPECT_EQ(detached.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
     release.set_value();
     EXPECT_EQ(detached.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+}
+
+// The host's end and the attachment's end on two threads: whichever shuts the subscriber
+// down, the other returns only after its shutdown(), which may still send requests.
+TEST(Ending, TheHostAndTheAttachmentAtOnceWaitsForTheSubscribersShutdown) {
+    for (const bool hostFirst : {true, false}) {
+        SCOPED_TRACE(hostFirst ? "the host ends first" : "the attachment ends first");
+        FakeService service;
+        auto host = hosttest::makeHost(service);
+        Application app;
+        std::promise<void> entered;
+        std::promise<void> release;
+        std::shared_future<void> released = release.get_future().share();
+        CommunicationsServiceIfc* proxy = &host->service();
+        app.onShutdown = [&] {
+            entered.set_value();
+            released.wait();
+            proxy->answerCall("1001", 7);
+        };
+        desktop::Attachment attached = host->attach(app, "app");
+        const std::function<void()> endHost = [&] { host.reset(); };
+        const std::function<void()> endAttachment = [&] { attached.detach(); };
+
+        auto first = std::async(std::launch::async, hostFirst ? endHost : endAttachment);
+        entered.get_future().wait();
+        auto second = std::async(std::launch::async, hostFirst ? endAttachment : endHost);
+        EXPECT_EQ(second.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+        release.set_value();
+        EXPECT_EQ(second.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+        first.wait();
+    }
 }
 
 TEST(Detaching, FromInsideItsOwnCallbackEndsDeliveryWithoutWaitingForItself) {
