@@ -46,27 +46,44 @@ TEST(Teardown, IsSafeInEveryOrderWhileEventsFloodAndCallbacksSendRequests) {
     }
 }
 
+// Holds a subscriber's call until the test opens it, and tells the test when the call
+// has come.
+struct Gate {
+    void pass() {
+        entered.set_value();
+        released.wait();
+    }
+    void awaitEntered() { entered.get_future().wait(); }
+    void open() { release.set_value(); }
+
+private:
+    std::promise<void> entered;
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+};
+
+// Whether @p ending waits while the gate is closed and returns once it is open.
+void expectToWaitFor(Gate& gate, std::future<void>& ending) {
+    EXPECT_EQ(ending.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    gate.open();
+    EXPECT_EQ(ending.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+}
+
 TEST(Detaching, WaitsForTheSubscribersCallbackInProgress) {
     FakeService service;
     auto host = hosttest::makeHost(service);
     Application app;
-    std::promise<void> entered;
-    std::promise<void> release;
-    std::shared_future<void> released = release.get_future().share();
+    Gate gate;
     std::atomic<bool> first{true};
     app.onEvent = [&] {
-        if (!first.exchange(false)) return;
-        entered.set_value();
-        released.wait();
+        if (first.exchange(false)) gate.pass();
     };
     desktop::Attachment attached = host->attach(app, "app");
     service.startFlood("app", hosttest::kCallEvent, 1);
-    entered.get_future().wait();
+    gate.awaitEntered();
 
     auto detached = std::async(std::launch::async, [&] { attached.detach(); });
-    EXPECT_EQ(detached.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
-    release.set_value();
-    EXPECT_EQ(detached.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    expectToWaitFor(gate, detached);
 }
 
 // The host's end and the attachment's end on two threads: whichever shuts the subscriber
@@ -77,13 +94,10 @@ TEST(Ending, TheHostAndTheAttachmentAtOnceWaitsForTheSubscribersShutdown) {
         FakeService service;
         auto host = hosttest::makeHost(service);
         Application app;
-        std::promise<void> entered;
-        std::promise<void> release;
-        std::shared_future<void> released = release.get_future().share();
+        Gate gate;
         CommunicationsServiceIfc* proxy = &host->service();
         app.onShutdown = [&] {
-            entered.set_value();
-            released.wait();
+            gate.pass();
             proxy->answerCall("1001", 7);
         };
         desktop::Attachment attached = host->attach(app, "app");
@@ -91,11 +105,9 @@ TEST(Ending, TheHostAndTheAttachmentAtOnceWaitsForTheSubscribersShutdown) {
         const std::function<void()> endAttachment = [&] { attached.detach(); };
 
         auto first = std::async(std::launch::async, hostFirst ? endHost : endAttachment);
-        entered.get_future().wait();
+        gate.awaitEntered();
         auto second = std::async(std::launch::async, hostFirst ? endAttachment : endHost);
-        EXPECT_EQ(second.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
-        release.set_value();
-        EXPECT_EQ(second.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+        expectToWaitFor(gate, second);
         first.wait();
     }
 }
