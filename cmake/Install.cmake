@@ -1,6 +1,7 @@
-# Installation: the plug-in, the desktop framework, the desktop host, the simulator and the
-# console, the public headers, the test doubles, a CMake package
-# (find_package(CommunicationsService)) and pkg-config files.
+# Installation: the plug-in, the desktop framework, the desktop host, the simulator, the
+# console and the decoder with their manual pages, the public headers, the test doubles, a
+# CMake package (find_package(CommunicationsService)), pkg-config files and the
+# documentation (the API reference when Doxygen is present).
 #
 # Every header is included under one prefix, CommunicationsService/ (for example
 # "CommunicationsService/framework/Executable.h"), in this tree and installed alike, so that
@@ -48,6 +49,7 @@ if(TARGET comms-simulator AND TARGET comms-console)
   install(TARGETS comms-simulator EXPORT ${comms_package}Targets
     RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(TARGETS comms-console comms-decode RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  include(${CMAKE_CURRENT_LIST_DIR}/ManPages.cmake)
 endif()
 
 # Only the public headers: the private ones of src/ and the desktop kit's own stay behind.
@@ -63,6 +65,7 @@ endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/include/${comms_package}/Version.h
   DESTINATION ${comms_include_dir}/${comms_package})
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+    ${PROJECT_SOURCE_DIR}/docs/compatibility.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 install(EXPORT ${comms_package}Targets

@@ -3,7 +3,7 @@
 # Safe to run again; needs root (or sudo) only when something is missing.
 set -euo pipefail
 
-packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libreadline-dev pkg-config libasio-dev libcli11-dev nlohmann-json3-dev libwebsocketpp-dev)
+packages=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libreadline-dev pkg-config libasio-dev libcli11-dev nlohmann-json3-dev libwebsocketpp-dev help2man)
 if [ "$#" -gt 0 ]; then packages+=("$@"); fi
 
 missing=()

@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
-# Installs the library and the desktop kit into a temporary prefix, then builds the example
-# applications out of tree against that prefix (with find_package, and with pkg-config),
-# runs the first one's tests and runs the second one against the installed simulator, then
-# records a session of it and replays that, so that a broken install fails here rather than
-# in an application developer's hands.
+# Installs the test build (build/dev, which the README's test command has just built and
+# tested) into a temporary prefix without building it again, checks the installed manual
+# pages and documentation, then builds the example applications out of tree against that
+# prefix (with find_package, and with pkg-config), runs the first one's tests and runs the
+# second one against the installed simulator, then records a session of it and replays
+# that, so that a broken install fails here rather than in an application developer's hands.
 set -euo pipefail
 
+# man renders the installed manual pages.
+bash tools/install-deps.sh man-db
+
+tested=build/dev
 build=build/package
 prefix=$(mktemp -d)
 run=$(mktemp -d)
@@ -19,20 +24,21 @@ cleanup() {
 }
 trap cleanup EXIT
 rm -rf "$build"
-
-cmake -S . -B "$build/library" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DCMAKE_INSTALL_LIBDIR=lib -DCOMMS_BUILD_TESTS=OFF -DCOMMS_BUILD_TOOLS=ON
-cmake --build "$build/library" -j2
-cmake --install "$build/library" --prefix "$prefix"
+mkdir -p "$build"
 
 fail() {
   echo "package: $*" >&2
   exit 1
 }
 
+[ -f "$tested/CMakeCache.txt" ] ||
+  fail "no test build in $tested: run the README's test command (cmake --workflow --preset dev) first"
+cmake --install "$tested" --prefix "$prefix"
+libdir=$(sed -n 's/^CMAKE_INSTALL_LIBDIR:PATH=//p' "$tested/CMakeCache.txt")
+
 version=$(sed -n 's/^project(CommunicationsService VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 for library in CommunicationsService desktopframework desktophost; do
-  readelf -d "$prefix/lib/lib$library.so.1" | grep -q "SONAME.*\[lib$library\.so\.1\]" ||
+  readelf -d "$prefix/$libdir/lib$library.so.1" | grep -q "SONAME.*\[lib$library\.so\.1\]" ||
     fail "lib$library lacks its versioned SONAME"
 done
 for header in src/*.h; do
@@ -40,22 +46,47 @@ for header in src/*.h; do
     fail "the private header $header was installed"
 done
 for file in include/CommunicationsService/Version.h include/CommunicationsService/desktop/Host.h \
-  share/doc/CommunicationsService/LICENSE share/doc/CommunicationsService/CHANGELOG.md; do
+  share/doc/CommunicationsService/LICENSE share/doc/CommunicationsService/CHANGELOG.md \
+  share/doc/CommunicationsService/compatibility.md; do
   [ -e "$prefix/$file" ] || fail "$file was not installed"
 done
 for program in comms-simulator comms-console comms-decode; do
   [ "$("$prefix/bin/$program" --version)" = "$program $version" ] ||
     fail "$program --version does not say $version"
+  # Each manual page renders without a warning and tells the program's options.
+  page="$prefix/share/man/man1/$program.1"
+  [ -e "$page" ] || fail "$program has no manual page (is help2man installed?)"
+  rendered=$(MANWIDTH=100 man --warnings -l "$page" 2>"$build/man-warnings") ||
+    fail "man -l $page failed: $(cat "$build/man-warnings")"
+  [ ! -s "$build/man-warnings" ] || fail "man -l $page warns: $(cat "$build/man-warnings")"
+  grep -q -- "--help" <<<"$rendered" || fail "the manual page of $program lacks its options"
 done
 
-export PKG_CONFIG_PATH="$prefix/lib/pkgconfig"
+export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
 for module in CommunicationsService CommunicationsService-desktop CommunicationsService-host \
   CommunicationsService-testing; do
   pkg-config --validate "$module"
   [ "$(pkg-config --modversion "$module")" = "$version" ] || fail "$module is not version $version"
 done
 plugin=$(pkg-config --variable=plugin CommunicationsService)
-[ "$plugin" -ef "$prefix/lib/libCommunicationsService.so.1" ] || fail "the plugin variable is wrong"
+[ "$plugin" -ef "$prefix/$libdir/libCommunicationsService.so.1" ] || fail "the plugin variable is wrong"
+
+# An application that links the test support without asking for it is told how to ask.
+mkdir -p "$build/no-testing-component"
+cat >"$build/no-testing-component/CMakeLists.txt" <<'EOF'
+cmake_minimum_required(VERSION 3.25)
+project(NoTestingComponent LANGUAGES CXX)
+find_package(CommunicationsService 1 REQUIRED)
+file(WRITE ${CMAKE_BINARY_DIR}/test.cpp "int main() { return 0; }\n")
+add_executable(app_tests ${CMAKE_BINARY_DIR}/test.cpp)
+target_link_libraries(app_tests PRIVATE CommunicationsService::testing)
+EOF
+if cmake -S "$build/no-testing-component" -B "$build/no-testing-component/build" -G Ninja \
+  -DCMAKE_PREFIX_PATH="$prefix" >"$build/no-testing-component.log" 2>&1; then
+  fail "linking CommunicationsService::testing without COMPONENTS testing was accepted"
+fi
+grep -q "COMPONENTS testing" "$build/no-testing-component.log" ||
+  fail "no hint at COMPONENTS testing: $(cat "$build/no-testing-component.log")"
 
 # The first example: with pkg-config (its tests too), then with CMake and CTest.
 c++ -std=c++17 -fPIC -shared -Wall -Wextra -Werror -o "$build/libauto_answer_pkgconfig.so" \

@@ -20,7 +20,8 @@
 namespace desktop {
 
 // Knows every attached subscriber under its channel name, in both directions, and which
-// subscriber the delivery thread is calling, so that detaching can wait for that call.
+// subscribers are being called (a callback on the delivery thread, a shutdown() on any
+// thread), so that detaching can wait for those calls.
 class SubscriberRegistry : public FrameworkContext {
 public:
     // Told when the proxy's subscribe asks for a subscriber that is not attached.
@@ -45,18 +46,34 @@ public:
         return attachments;
     }
 
-    // Waits for a call of the subscriber in progress on the delivery thread, unless it is
-    // that call which detaches; also when the attachment has already ended, since its
-    // owner may be about to destroy the subscriber.
+    // Waits for a call of the subscriber in progress, unless this runs on the delivery
+    // thread, whose callback may be the one detaching; also when the attachment has
+    // already ended, since its owner may be about to destroy the subscriber. Then shuts
+    // the subscriber down, only where this call ended the attachment: a callback and its
+    // owner's thread may both end it, and the host's end may have come first.
     void detach(Executable* subscriber, std::uint64_t attachment) {
         std::unique_lock<std::mutex> lock(mutex);
         auto found = names.find(subscriber);
-        if (found != names.end() && found->second.attachment == attachment) {
-            detachedChannels.insert(found->second.channel);
-            names.erase(found);
+        const bool ended = found != names.end() && found->second.attachment == attachment;
+        if (ended) end(found);
+        if (deliveryThread != std::this_thread::get_id())
+            callEnded.wait(lock, [&] { return calling.count(subscriber) == 0; });
+        if (ended) call(lock, subscriber, shutDown);
+    }
+
+    // The host's end, once delivery has stopped: shuts down every subscriber still
+    // attached, and waits for the shutdown() that a detach runs on another thread, which
+    // may still send requests.
+    void shutDownAll() {
+        std::unique_lock<std::mutex> lock(mutex);
+        // The delivery thread has ended, and a new thread may be given its id.
+        deliveryThread = std::thread::id();
+        while (!names.empty()) {
+            Executable* subscriber = names.begin()->first;
+            end(names.begin());
+            call(lock, subscriber, shutDown);
         }
-        if (deliveryThread == std::this_thread::get_id()) return;
-        callEnded.wait(lock, [&] { return calling != subscriber; });
+        callEnded.wait(lock, [&] { return calling.empty(); });
     }
 
     enum class Found { subscriber, detached, nobody };
@@ -91,13 +108,15 @@ public:
     }
 
 private:
+    // A subscriber may be called on two threads at once: a callback detaching another
+    // subscriber calls that one's shutdown() within its own call.
     template <typename Deliver>
     void call(std::unique_lock<std::mutex>& lock, Executable* subscriber, Deliver& deliver) {
-        calling = subscriber;
+        const auto inCall = calling.insert(subscriber);
         lock.unlock();
         deliver(subscriber);
         lock.lock();
-        calling = nullptr;
+        calling.erase(inCall);
         callEnded.notify_all();
     }
 
@@ -106,6 +125,14 @@ private:
         std::uint64_t attachment = 0;
     };
 
+    // Their events are dropped without a report from now on.
+    void end(std::map<Executable*, Attached>::iterator attached) {
+        detachedChannels.insert(attached->second.channel);
+        names.erase(attached);
+    }
+
+    static void shutDown(Executable* subscriber) { subscriber->shutdown(); }
+
     const std::function<void()> unattached;
     std::mutex mutex;
     std::condition_variable callEnded;
@@ -113,7 +140,7 @@ private:
     std::uint64_t attachments = 0;
     // Their events are dropped without a report: the service still sends them.
     std::set<std::string> detachedChannels;
-    Executable* calling = nullptr;
+    std::multiset<Executable*> calling;
     std::thread::id deliveryThread;
 };
 
@@ -189,13 +216,13 @@ struct Host::State {
                               line) { std::fprintf(stderr, "desktop host: %s\n", line.c_str()); }),
           plugin(options.pluginPath), proxy(plugin.createProxy()), invoker(plugin.createInvoker()) {
         if (!proxy || !invoker) {
-            throw std::runtime_error("plug-in " + options.pluginPath +
-                                     " returned no object from a factory");
+            throw PluginLoadError("plug-in " + options.pluginPath +
+                                  " returned no object from a factory");
         }
         proxyInterface = dynamic_cast<CommunicationsServiceIfc*>(proxy.get());
         if (proxyInterface == nullptr) {
-            throw std::runtime_error("plug-in " + options.pluginPath +
-                                     ": its proxy does not implement CommunicationsServiceIfc");
+            throw PluginLoadError("plug-in " + options.pluginPath +
+                                  ": its proxy does not implement CommunicationsServiceIfc");
         }
         invoker->initInvoker(registry.get());
         delivery = std::thread([this] { deliverAll(); });
@@ -220,9 +247,10 @@ struct Host::State {
     }
 
     // Delivery ends first: a callback in progress may still send requests through the
-    // channel and the proxy.
+    // channel and the proxy, and so may the subscribers' shutdown().
     ~State() {
         stopDelivery();
+        registry->shutDownAll();
         channel.reset();
     }
 
@@ -303,6 +331,8 @@ struct Host::State {
                                "no channel name and refuses it (call Host::attach first)");
     });
     DeliveryReceipt receipt;
+    // What each subscriber's init() is given; the desktop has nothing to put in it.
+    Context context;
 
     std::mutex queueMutex;
     std::condition_variable queueChanged;
@@ -321,9 +351,12 @@ CommunicationsServiceIfc& Host::service() { return *state->proxyInterface; }
 
 ServiceChannel& Host::channel() { return *state->channel; }
 
+// Attached before init(), which may subscribe and so asks for the channel name.
 Attachment Host::attach(Executable& subscriber, const std::string& channelName) {
-    return Attachment(state->registry, &subscriber,
-                      state->registry->attach(subscriber, channelName));
+    Attachment attachment(state->registry, &subscriber,
+                          state->registry->attach(subscriber, channelName));
+    subscriber.init(state->context);
+    return attachment;
 }
 
 std::size_t Host::eventsHandled() const { return state->receipt.handled.load(); }

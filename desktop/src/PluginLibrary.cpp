@@ -20,7 +20,7 @@ Factory findFactory(void* handle, const std::string& path, const char* name) {
     if (symbol == nullptr) {
         const std::string reason = lastDlError();
         dlclose(handle);
-        throw std::runtime_error("plug-in " + path + " has no factory '" + name + "': " + reason);
+        throw PluginLoadError("plug-in " + path + " has no factory '" + name + "': " + reason);
     }
     return reinterpret_cast<Factory>(symbol);
 }
@@ -31,12 +31,12 @@ PluginLibrary::PluginLibrary(const std::string& path) {
     // dlopen("") hands back the program itself, whose missing factories would then be
     // reported as if the program were the plug-in.
     if (path.empty()) {
-        throw std::runtime_error("no plug-in given: set Host::Options::pluginPath to the path of "
-                                 "libCommunicationsService.so");
+        throw PluginLoadError("no plug-in given: set Host::Options::pluginPath to the path of "
+                              "libCommunicationsService.so");
     }
     handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (handle == nullptr) {
-        throw std::runtime_error("cannot load plug-in " + path + ": " + lastDlError());
+        throw PluginLoadError("cannot load plug-in " + path + ": " + lastDlError());
     }
     proxyFactory = findFactory<Proxy* (*)()>(handle, path, "createCommunicationsServiceProxy");
     invokerFactory =

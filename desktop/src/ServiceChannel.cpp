@@ -72,7 +72,7 @@ struct ServiceChannel::Connection {
         asio::error_code error;
         socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
         if (error) {
-            throw std::runtime_error("cannot connect to the communications service at " +
+            throw ServiceUnreachable("cannot connect to the communications service at " +
                                      socketPath + ": " + error.message() +
                                      " (is it running? start the simulator with: comms-simulator "
                                      "--socket " +

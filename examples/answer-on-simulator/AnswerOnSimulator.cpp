@@ -1,6 +1,7 @@
 // An application run on a desktop against the service simulator: it loads the installed
-// plug-in through the desktop host, subscribes, has the simulator ring line 1001, answers
-// the call from its callback and waits until the call is connected.
+// plug-in through the desktop host, which starts the application (it activates and
+// subscribes), has the simulator ring line 1001, answers the call from its callback and
+// waits until the call is connected.
 //
 //   answer-on-simulator [SOCKET]
 //
@@ -22,8 +23,9 @@ int main(int argc, char** argv) {
         desktop::Host host(options);
         Answerer app(host.service());
         // Ends first, so the host delivers nothing to the application once it is gone.
+        // Attaching starts the application: its init() activates and subscribes.
         const desktop::Attachment attached = host.attach(app, "answer-on-simulator");
-        if (!app.start()) {
+        if (!app.startedWell()) {
             std::cerr << "answer-on-simulator: the service refused activate or subscribe\n";
             return 2;
         }

@@ -1,5 +1,6 @@
 // The application against a simulator of its own: it answers a call, and after the
-// simulator restarts it is told, activates again and answers the next call on the line.
+// simulator restarts it is told, activates again and answers the next call on the line,
+// subscribed once.
 
 #include <gtest/gtest.h>
 
@@ -31,10 +32,11 @@ TEST_F(AnswerOnSimulator, AnswersACallAgainAfterTheServiceRestarted) {
     desktop::Host host(options());
     Answerer app(host.service());
     const desktop::Attachment attached = host.attach(app, "answerer");
-    ASSERT_TRUE(app.start());
+    ASSERT_TRUE(app.startedWell());
     ASSERT_TRUE(ring(host));
     EXPECT_EQ(app.awaitConnected(std::chrono::seconds(20)), 1) << simulator.log();
 
+    const std::size_t before = simulator.log().size();
     simulator.stop(SIGKILL);
     simulator.start();
     // Ringing works once the application has activated the lines again.
@@ -42,6 +44,12 @@ TEST_F(AnswerOnSimulator, AnswersACallAgainAfterTheServiceRestarted) {
     while (!ring(host) && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_EQ(app.awaitConnected(std::chrono::seconds(20)), 1) << simulator.log();
+    // The host renewed the subscription and the application did not add a second one.
+    const std::string log = simulator.log().substr(before);
+    const std::string subscribed = "subscribed channel 'answerer'";
+    const auto first = log.find(subscribed);
+    EXPECT_NE(first, std::string::npos) << log;
+    EXPECT_EQ(log.find(subscribed, first + 1), std::string::npos) << log;
 }
 
 // The application ends in either order while another client has the simulator send it
@@ -51,7 +59,7 @@ TEST_F(AnswerOnSimulator, EndsSafelyInEitherOrderWhileEventsFlood) {
         auto host = std::make_unique<desktop::Host>(options());
         auto app = std::make_unique<Answerer>(host->service());
         auto attached = std::make_unique<desktop::Attachment>(host->attach(*app, "answerer"));
-        ASSERT_TRUE(app->start());
+        ASSERT_TRUE(app->startedWell());
         ASSERT_TRUE(ring(*host));
         EXPECT_EQ(app->awaitConnected(std::chrono::seconds(20)), 1) << simulator.log();
 

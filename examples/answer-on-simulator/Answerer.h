@@ -1,8 +1,9 @@
 #pragma once
 
 // An application that answers the first call ringing on a line and waits until it is
-// connected. It is told when the service goes away and comes back, and then activates and
-// subscribes again: a restarted service has forgotten both.
+// connected. It activates and subscribes when the host attaches it, as on the phone. It is
+// told when the service goes away and comes back, and then activates again: a restarted
+// service has forgotten that, while the host has already renewed the subscription.
 
 #include <chrono>
 #include <condition_variable>
@@ -21,19 +22,23 @@ class Answerer : public Executable,
 public:
     explicit Answerer(CommunicationsServiceIfc& service) : service(service) {}
 
-    void init(Context& /*context*/) override {}
+    // Called by the host once it has attached this application. Lines start unregistered;
+    // activate registers them.
+    void init(Context& /*context*/) override {
+        started = service.activate() == sfiSuccess && service.subscribe(this) == sfiSuccess;
+    }
     void shutdown() override {}
 
-    // Lines start unregistered; activate registers them. True when the service took both.
-    bool start() {
-        return service.activate() == sfiSuccess && service.subscribe(this) == sfiSuccess;
-    }
+    // Whether the service took both activate and subscribe when the host attached this
+    // application.
+    bool startedWell() const { return started; }
 
     void onServiceLost(const std::string& reason) override {
         std::cout << "service lost (" << reason << ")" << std::endl;
     }
     void onServiceBack() override {
-        std::cout << "service back; " << (start() ? "activated again" : "activating failed")
+        const bool activated = service.activate() == sfiSuccess;
+        std::cout << "service back; " << (activated ? "activated again" : "activating failed")
                   << std::endl;
     }
 
@@ -84,6 +89,8 @@ public:
 
 private:
     CommunicationsServiceIfc& service;
+    // Set by init() on the thread that attaches, which reads it.
+    bool started = false;
     std::mutex mutex;
     std::condition_variable changed;
     int answered = -1;

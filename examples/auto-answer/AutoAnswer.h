@@ -16,8 +16,8 @@ public:
 
     explicit AutoAnswer(CommunicationsServiceIfc& service) : service(service) {}
 
-    // Called by the framework when it starts the application: activates the service and
-    // registers this object for its events.
+    // Called by the framework when it starts the application (on the desktop, by the host
+    // when it attaches it): activates the service and registers this object for its events.
     void init(Context& context) override;
     void shutdown() override {}
 

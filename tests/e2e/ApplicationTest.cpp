@@ -26,7 +26,12 @@ class AnsweringSubscriber : public Executable,
                             public CommunicationsServiceEventAdapter,
                             public desktop::ServiceWatcher {
 public:
-    void init(Context& /*context*/) override {}
+    // Called by the host when it attaches the subscriber, as the phone's framework does.
+    void init(Context& /*context*/) override {
+        note("init: activate " + std::to_string(service->activate()) + ", subscribe " +
+                 std::to_string(service->subscribe(this)),
+             Thread::attaching);
+    }
     void shutdown() override {}
 
     void onIncomingCallEvent(const std::string& lineId, int callId, const std::string&,
@@ -48,11 +53,8 @@ public:
         note("call " + std::to_string(callId) + " state " + std::to_string(callState));
     }
 
-    // A restarted service has forgotten the lines and the subscription.
-    void onServiceBack() override {
-        note("back: activate " + std::to_string(service->activate()) + ", subscribe " +
-             std::to_string(service->subscribe(this)));
-    }
+    // A restarted service has forgotten the lines; the host has renewed the subscription.
+    void onServiceBack() override { note("back: activate " + std::to_string(service->activate())); }
 
     // What happened, once `last` has; empty after the timeout.
     std::vector<std::string> awaitNote(const std::string& last) {
@@ -70,10 +72,13 @@ public:
     CommunicationsServiceIfc* service = nullptr;
 
 private:
-    void note(const std::string& line) {
+    // Which thread a note comes from: init() runs on the one that attaches, not among the
+    // callbacks.
+    enum class Thread { delivery, attaching };
+    void note(const std::string& line, Thread from = Thread::delivery) {
         std::lock_guard<std::mutex> lock(mutex);
         notes.push_back(line);
-        threads.insert(std::this_thread::get_id());
+        if (from == Thread::delivery) threads.insert(std::this_thread::get_id());
         noted.notify_all();
     }
 
@@ -83,7 +88,8 @@ private:
     std::set<std::thread::id> threads;
 };
 
-// The answering application on a desktop host, active and subscribed.
+// The answering application on a desktop host, which has activated and subscribed once
+// attached.
 struct AnsweringApplication {
     explicit AnsweringApplication(const kit::SimulatorProcess& simulator)
         : host([&] {
@@ -94,14 +100,23 @@ struct AnsweringApplication {
               return options;
           }()) {
         subscriber.service = &host.service();
-        EXPECT_EQ(host.service().activate(), sfiSuccess);
-        EXPECT_EQ(host.service().subscribe(&subscriber), sfiSuccess);
+        attached = host.attach(subscriber, "answering");
+        EXPECT_FALSE(subscriber.awaitNote("init: activate 5, subscribe 5").empty());
     }
 
     AnsweringSubscriber subscriber;
     desktop::Host host;
-    const desktop::Attachment attached = host.attach(subscriber, "answering");
+    desktop::Attachment attached;
 };
+
+// How often the simulator's log says the answering application subscribed.
+int subscriptionsIn(const std::string& log) {
+    int count = 0;
+    const std::string subscribed = "subscribed channel 'answering'";
+    for (auto at = log.find(subscribed); at != std::string::npos; at = log.find(subscribed, at + 1))
+        ++count;
+    return count;
+}
 
 TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
     kit::SimulatorProcess simulator;
@@ -109,7 +124,8 @@ TEST(CallbacksOnTheHost, RunOnItsDeliveryThreadAndMaySendRequests) {
     AnsweringSubscriber& subscriber = application.subscriber;
 
     ASSERT_EQ(application.host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
-    const std::vector<std::string> expected = {"incoming 1", "answerCall 5, getMicrophoneMute 5",
+    const std::vector<std::string> expected = {"init: activate 5, subscribe 5", "incoming 1",
+                                               "answerCall 5, getMicrophoneMute 5",
                                                "call 1 state 3", "call 1 state 4"};
     EXPECT_EQ(subscriber.awaitNote("call 1 state 4"), expected) << simulator.log();
     const std::set<std::thread::id> threads = subscriber.callbackThreads();
@@ -134,16 +150,17 @@ TEST(PlacedCalls, LearnTheirIdentifierFromTheFirstCallStateEvent) {
     })) << simulator.log();
 }
 
-TEST(RestartedService, TellsTheApplicationWhichThenReceivesTheNextCallOnTheSameLine) {
+TEST(RestartedService, HasTheApplicationSubscribedOnceByTheHostAndActivatedAgainByItself) {
     kit::SimulatorProcess first;
     AnsweringApplication application(first);
     AnsweringSubscriber& subscriber = application.subscriber;
 
     first.kill();
     kit::SimulatorProcess second({}, first.socketPath());
-    ASSERT_FALSE(subscriber.awaitNote("back: activate 5, subscribe 5").empty());
+    ASSERT_FALSE(subscriber.awaitNote("back: activate 5").empty());
     ASSERT_EQ(application.host.channel().control("incomingCall 1001 2005").rfind("ok", 0), 0u);
     EXPECT_FALSE(subscriber.awaitNote("call 1 state 4").empty()) << second.log();
+    EXPECT_EQ(subscriptionsIn(second.log()), 1) << second.log();
 }
 
 } // namespace

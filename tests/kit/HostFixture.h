@@ -22,13 +22,16 @@ inline const std::string kCallEvent =
     "<Method>CallStateChangeEvent</Method><LineID>1001</LineID><CallID>7</CallID>"
     "<CallState>4</CallState>";
 
-// Counts its call-state events and runs what the test gives it from each callback.
+// Counts its call-state events and runs what the test gives it from each callback and
+// from its shutdown().
 class Application : public Executable,
                     public CommunicationsServiceEventAdapter,
                     public desktop::ServiceWatcher {
 public:
     void init(Context& /*context*/) override {}
-    void shutdown() override {}
+    void shutdown() override {
+        if (onShutdown) onShutdown();
+    }
 
     void onCallStateChangeEvent(const std::string&, int, int, int, int, const std::string&,
                                 const std::string&, const std::string&, CallPartyInfo*, int, int,
@@ -55,6 +58,7 @@ public:
     }
 
     std::function<void()> onEvent;
+    std::function<void()> onShutdown;
     std::function<std::string()> onBack;
     // Guarded by the mutex.
     int events = 0;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
 #include <future>
 #include <thread>
 
@@ -45,27 +46,70 @@ TEST(Teardown, IsSafeInEveryOrderWhileEventsFloodAndCallbacksSendRequests) {
     }
 }
 
+// Holds a subscriber's call until the test opens it, and tells the test when the call
+// has come.
+struct Gate {
+    void pass() {
+        entered.set_value();
+        released.wait();
+    }
+    void awaitEntered() { entered.get_future().wait(); }
+    void open() { release.set_value(); }
+
+private:
+    std::promise<void> entered;
+    std::promise<void> release;
+    std::shared_future<void> released = release.get_future().share();
+};
+
+// Whether @p ending waits while the gate is closed and returns once it is open.
+void expectToWaitFor(Gate& gate, std::future<void>& ending) {
+    EXPECT_EQ(ending.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+    gate.open();
+    EXPECT_EQ(ending.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+}
+
 TEST(Detaching, WaitsForTheSubscribersCallbackInProgress) {
     FakeService service;
     auto host = hosttest::makeHost(service);
     Application app;
-    std::promise<void> entered;
-    std::promise<void> release;
-    std::shared_future<void> released = release.get_future().share();
+    Gate gate;
     std::atomic<bool> first{true};
     app.onEvent = [&] {
-        if (!first.exchange(false)) return;
-        entered.set_value();
-        released.wait();
+        if (first.exchange(false)) gate.pass();
     };
     desktop::Attachment attached = host->attach(app, "app");
     service.startFlood("app", hosttest::kCallEvent, 1);
-    entered.get_future().wait();
+    gate.awaitEntered();
 
     auto detached = std::async(std::launch::async, [&] { attached.detach(); });
-    EXPECT_EQ(detached.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
-    release.set_value();
-    EXPECT_EQ(detached.wait_for(std::chrono::seconds(20)), std::future_status::ready);
+    expectToWaitFor(gate, detached);
+}
+
+// The host's end and the attachment's end on two threads: whichever shuts the subscriber
+// down, the other returns only after its shutdown(), which may still send requests.
+TEST(Ending, TheHostAndTheAttachmentAtOnceWaitsForTheSubscribersShutdown) {
+    for (const bool hostFirst : {true, false}) {
+        SCOPED_TRACE(hostFirst ? "the host ends first" : "the attachment ends first");
+        FakeService service;
+        auto host = hosttest::makeHost(service);
+        Application app;
+        Gate gate;
+        CommunicationsServiceIfc* proxy = &host->service();
+        app.onShutdown = [&] {
+            gate.pass();
+            proxy->answerCall("1001", 7);
+        };
+        desktop::Attachment attached = host->attach(app, "app");
+        const std::function<void()> endHost = [&] { host.reset(); };
+        const std::function<void()> endAttachment = [&] { attached.detach(); };
+
+        auto first = std::async(std::launch::async, hostFirst ? endHost : endAttachment);
+        gate.awaitEntered();
+        auto second = std::async(std::launch::async, hostFirst ? endAttachment : endHost);
+        expectToWaitFor(gate, second);
+        first.wait();
+    }
 }
 
 TEST(Detaching, FromInsideItsOwnCallbackEndsDeliveryWithoutWaitingForItself) {

@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "HostFixture.h"
 
@@ -79,17 +82,86 @@ TEST(HostLog, LevelsAreNamedAndAWrongNameInTheEnvironmentIsRefused) {
     EXPECT_EQ(desktop::logLevelFromEnvironment(), desktop::LogLevel::info);
 }
 
-TEST(HostOptions, AnEmptyPluginPathNamesTheOption) {
-    FakeService service;
-    desktop::Host::Options options;
-    options.socketPath = service.socketPath();
-    try {
-        desktop::Host host(options);
-        FAIL() << "a host without a plug-in was made";
-    } catch (const std::runtime_error& error) {
-        EXPECT_NE(std::string(error.what()).find("Host::Options::pluginPath"), std::string::npos)
-            << error.what();
+// Writes down each call of its life and subscribes from init(), as phone applications do.
+class LifeRecorder : public Executable {
+public:
+    explicit LifeRecorder(desktop::Host& host) : host(host) {}
+    void init(Context& /*context*/) override {
+        calls.push_back("init, subscribe " + std::to_string(host.service().subscribe(this)));
     }
+    void shutdown() override { calls.push_back("shutdown"); }
+
+    desktop::Host& host;
+    std::vector<std::string> calls;
+};
+
+TEST(SubscriberLife, BeginsWithInitOnceAttachedAndEndsWithOneShutdownWhicheverEndsFirst) {
+    const std::vector<std::string> wholeLife = {"init, subscribe 5", "shutdown"};
+    for (const bool hostFirst : {false, true}) {
+        FakeService service;
+        hosttest::Reports reports;
+        auto host = hosttest::makeHost(service, &reports);
+        LifeRecorder app(*host);
+        auto attached = std::make_unique<desktop::Attachment>(host->attach(app, "app"));
+        EXPECT_EQ(app.calls, std::vector<std::string>{"init, subscribe 5"});
+
+        if (hostFirst) {
+            host.reset();
+            EXPECT_EQ(app.calls, wholeLife);
+        } else {
+            attached->detach();
+            EXPECT_EQ(app.calls, wholeLife);
+        }
+        attached.reset();
+        host.reset();
+        EXPECT_EQ(app.calls, wholeLife) << (hostFirst ? "host first" : "attachment first");
+        // Subscribed under its channel name: init() runs once the subscriber is attached.
+        for (const std::string& line : reports.lines())
+            EXPECT_EQ(line.find("not attached"), std::string::npos) << line;
+    }
+}
+
+// Whether waiting for the service can help: a plug-in that cannot be used stays so, a
+// service that is not there yet may come.
+TEST(HostErrors, TellAPluginThatCannotBeLoadedFromAServiceThatCannotBeReached) {
+    FakeService service;
+    FakeService stopped;
+    stopped.stop();
+    struct Case {
+        std::string pluginPath;
+        std::string socketPath;
+        bool pluginFails;
+        std::string saying;
+    };
+    const Case cases[] = {
+        {"", service.socketPath(), true, "Host::Options::pluginPath"},
+        {"/nonexistent/libCommunicationsService.so", service.socketPath(), true,
+         "cannot load plug-in /nonexistent/libCommunicationsService.so"},
+        {"/nonexistent/libCommunicationsService.so", stopped.socketPath(), true, "cannot load"},
+        {PLUGIN_PATH, stopped.socketPath(), false, "is it running?"},
+    };
+    for (const Case& one : cases) {
+        desktop::Host::Options options;
+        options.pluginPath = one.pluginPath;
+        options.socketPath = one.socketPath;
+        try {
+            desktop::Host host(options);
+            ADD_FAILURE() << "a host was made with " << one.pluginPath;
+        } catch (const desktop::PluginLoadError& error) {
+            EXPECT_TRUE(one.pluginFails) << error.what();
+            EXPECT_NE(std::string(error.what()).find(one.saying), std::string::npos)
+                << error.what();
+        } catch (const desktop::ServiceUnreachable& error) {
+            EXPECT_FALSE(one.pluginFails) << error.what();
+            EXPECT_NE(std::string(error.what()).find(one.saying), std::string::npos)
+                << error.what();
+        }
+    }
+    // Applications of 1.3 catch std::runtime_error.
+    desktop::Host::Options options;
+    options.socketPath = stopped.socketPath();
+    options.pluginPath = PLUGIN_PATH;
+    EXPECT_THROW(desktop::Host{options}, std::runtime_error);
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -26,12 +27,27 @@ namespace desktop {
 /// unknown channel), one line each, without a line end.
 using Reporter = std::function<void(const std::string& line)>;
 
+/// The plug-in cannot be used: no path given, the file cannot be loaded, or it lacks a
+/// factory or its objects are not the communications service's. Permanent: trying again
+/// with the same path fails the same way.
+class PluginLoadError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// The service cannot be reached now: nothing listens on the socket, or refuses the
+/// connection. Transient: the service may be starting, so trying again later may succeed.
+class ServiceUnreachable : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// The plug-in, opened with dlopen (RTLD_NOW) and closed again on destruction. The
 /// process must already hold the framework symbols, which linking libdesktopframework
 /// provides.
 class PluginLibrary {
 public:
-    /// Opens the plug-in; throws std::runtime_error naming the path and what is missing.
+    /// Opens the plug-in; throws PluginLoadError naming the path and what is missing.
     explicit PluginLibrary(const std::string& path);
     ~PluginLibrary();
     PluginLibrary(const PluginLibrary&) = delete;
@@ -49,7 +65,7 @@ private:
 };
 
 /// The request channel to the service process, which the host binds the plug-in's proxy
-/// to. It connects on construction (throwing std::runtime_error when it cannot). When the
+/// to. It connects on construction (throwing ServiceUnreachable when it cannot). When the
 /// service goes away the loss is reported once and every request gets an empty answer at
 /// once; the channel tries to connect again, at growing intervals of up to a second, and
 /// when the service is back reports that once, selects the protocol again and renews every
@@ -69,7 +85,7 @@ public:
     /// Told when the service is lost (with the reason) and when it is back (reason empty).
     using StatusSink = std::function<void(bool available, const std::string& reason)>;
 
-    /// Connects to the service at @p socketPath; throws std::runtime_error when it cannot.
+    /// Connects to the service at @p socketPath; throws ServiceUnreachable when it cannot.
     /// When @p trace is given it receives each request with its answer and how long that
     /// took, and each posted message, as typed calls.
     ServiceChannel(FrameworkContext& owner, const std::string& socketPath,
@@ -130,9 +146,12 @@ LogLevel logLevelFromEnvironment();
 
 /// Told when the connection to the service is lost and when it is back. A subscriber that
 /// also derives from this class is told through these calls, on the host's delivery
-/// thread and in order with its events, so it may send requests from them: the service
-/// that comes back may have restarted with its lines unregistered, so an application
-/// activates and subscribes again in onServiceBack().
+/// thread and in order with its events, so it may send requests from them.
+///
+/// After a return the host has already renewed every subscription it carried, so an
+/// application does not subscribe again (that would subscribe twice). The service that
+/// comes back may have restarted with its lines unregistered, so an application activates
+/// again in onServiceBack().
 class ServiceWatcher {
 public:
     virtual ~ServiceWatcher() = default;
@@ -145,11 +164,12 @@ public:
 
 class SubscriberRegistry;
 
-/// Owns one subscriber's attachment to a host: its end detaches the subscriber. Keep it in
-/// a variable declared after the subscriber (or as the subscriber's last member), so that
-/// it ends first. Detaching waits for a callback of that subscriber that runs on the
-/// delivery thread, unless it is called from that callback itself; after it nothing is
-/// delivered to the subscriber. It may outlive the host, which makes its end do nothing.
+/// Owns one subscriber's attachment to a host: its end detaches the subscriber and then
+/// calls the subscriber's shutdown(). Keep it in a variable declared after the subscriber
+/// (or as the subscriber's last member), so that it ends first. Detaching waits for a
+/// callback of that subscriber that runs on the delivery thread, unless it is called from
+/// that callback itself; after it nothing is delivered to the subscriber. It may outlive
+/// the host, whose end has already shut the subscriber down, which makes its end do nothing.
 class [[nodiscard]] Attachment {
 public:
     /// Owns nothing.
@@ -181,23 +201,29 @@ private:
 /// its proxy bound to a channel to the service, and its invoker fed with the events for
 /// the subscribers attached here.
 ///
-/// Lifecycle:
-/// - Constructing the host loads the plug-in and connects to the service; it throws
-///   std::runtime_error saying what failed.
-/// - attach() routes the events for a channel name to a subscriber and returns the
-///   Attachment that detaches it; the application then subscribes through service().
+/// Lifecycle, as the phone's framework runs an executable:
+/// - Constructing the host loads the plug-in and connects to the service. It throws
+///   PluginLoadError when the plug-in cannot be used (permanent: fix the path or the
+///   installation) and ServiceUnreachable when the service is not there (transient: wait
+///   and make the host again); both derive from std::runtime_error.
+/// - attach() routes the events for a channel name to a subscriber, then calls the
+///   subscriber's init(), on the calling thread. So an application activates and subscribes
+///   in init() as it does on the phone, or after attach() returns.
 /// - Events are delivered on one delivery thread of the host, so callbacks run there, one
 ///   at a time, in the order the service sent them. A callback may send requests.
-/// - Destroying the host first stops delivering, waiting for a callback in progress, and
-///   only then closes the channel and unloads the plug-in. So the host and its subscribers
-///   may end in either order; only a callback must not destroy the host it runs on.
+/// - When the service restarts, the host subscribes again for the application (see
+///   ServiceWatcher); the application activates again.
+/// - The subscriber's shutdown() is called once the attachment ends: when the Attachment
+///   ends, or when the host is destroyed first. It may send requests.
+/// - Destroying the host first stops delivering, waiting for a callback in progress, then
+///   shuts down the subscribers still attached, and only then closes the channel and
+///   unloads the plug-in. So the host and its subscribers may end in either order; only a
+///   callback must not destroy the host it runs on.
 ///
 /// @code
 /// desktop::Host host(options);
-/// App app(host.service());
-/// desktop::Attachment attached = host.attach(app, "calllog");
-/// host.service().activate();
-/// host.service().subscribe(&app);
+/// App app(host.service());                                    // activates and subscribes
+/// desktop::Attachment attached = host.attach(app, "calllog"); // in its init()
 /// @endcode
 class Host {
 public:
@@ -215,7 +241,8 @@ public:
         std::optional<LogLevel> logLevel;
     };
 
-    /// Loads the plug-in and connects; throws std::runtime_error saying what failed.
+    /// Loads the plug-in and connects; throws PluginLoadError or ServiceUnreachable saying
+    /// what failed.
     explicit Host(Options options);
     /// Stops delivering, then closes the channel and unloads the plug-in.
     ~Host();
@@ -228,9 +255,9 @@ public:
     ServiceChannel& channel();
 
     /// Gives the subscriber its channel name, which the framework context then reports to
-    /// the proxy's subscribe, and routes the events for that channel to it until the
-    /// returned Attachment ends. A subscriber that derives from ServiceWatcher is also told
-    /// when the service goes and comes back.
+    /// the proxy's subscribe, routes the events for that channel to it until the returned
+    /// Attachment ends, and calls its init(). A subscriber that derives from ServiceWatcher
+    /// is also told when the service goes and comes back.
     Attachment attach(Executable& subscriber, const std::string& channelName);
 
     /// Events whose handling the invoker has confirmed through its InvokerResponse.

@@ -1,0 +1,22 @@
+# Fails naming every test that PAGE says pins a behaviour but that ctest in BUILD_DIR does
+# not list. The page names tests in backquotes as Suite.Name, where * stands for any text.
+execute_process(COMMAND ${CTEST} --test-dir ${BUILD_DIR} -N
+  OUTPUT_VARIABLE listed RESULT_VARIABLE failed)
+if(failed)
+  message(FATAL_ERROR "ctest -N failed in ${BUILD_DIR}")
+endif()
+file(READ ${PAGE} page)
+string(REGEX MATCHALL "`[A-Za-z/]+\\.[A-Za-z/*]+`" named "${page}")
+list(LENGTH named count)
+if(count EQUAL 0)
+  message(FATAL_ERROR "${PAGE} names no test")
+endif()
+foreach(test IN LISTS named)
+  string(REPLACE "`" "" test "${test}")
+  string(REPLACE "." "\\." pattern "${test}")
+  string(REPLACE "*" "[^\n]*" pattern "${pattern}")
+  if(NOT listed MATCHES "#[0-9]+: ${pattern}\n")
+    message(SEND_ERROR "${PAGE} names ${test}, which is not a test")
+  endif()
+endforeach()
+message(STATUS "${count} tests named in ${PAGE}")
