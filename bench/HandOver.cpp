@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -40,8 +41,7 @@ void consume(int descriptor) {
 // A thread that sleeps in poll on its own descriptor and does `work` each time it is woken.
 class Peer {
 public:
-    explicit Peer(std::function<void()> work)
-        : work(std::move(work)), thread([this] { run(); }) {}
+    explicit Peer(std::function<void()> work) : work(std::move(work)), thread([this] { run(); }) {}
     ~Peer() {
         stopping = true;
         wake();
@@ -79,7 +79,7 @@ void BareDescriptorPingPong(benchmark::State& state) {
 }
 
 struct StateCounter : EventHandler {
-    std::uint64_t states = 0;
+    benchmark::IterationCount states = 0;
     void on(const CallStateChange& change) override { states += change.callState != 0; }
 };
 
@@ -95,8 +95,8 @@ void CallStateHandOver(benchmark::State& state) {
     const std::string fullPai = "\"Bob Example\" <sip:2002@pbx.example.com>";
     const std::string none;
     Peer delivery([&] {
-        subscriber.onCallStateChangeEvent(lineId, 12, 3, 0, 0, uri, name, fullPai, &parties, -1,
-                                          -1, none, true, -1, -1);
+        subscriber.onCallStateChangeEvent(lineId, 12, 3, 0, 0, uri, name, fullPai, &parties, -1, -1,
+                                          none, true, -1, -1);
     });
     StateCounter handler;
     for (auto _ : state) {
