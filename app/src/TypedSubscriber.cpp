@@ -1,5 +1,6 @@
 #include "CommunicationsService/app/TypedSubscriber.h"
 
+#include <type_traits>
 #include <utility>
 
 namespace CommunicationsService::app {
@@ -35,6 +36,8 @@ std::size_t heldBytes(Value) {
 }
 
 } // namespace
+
+static_assert(!std::is_abstract_v<TypedSubscriber>, "every callback turns into its event");
 
 TypedSubscriber::TypedSubscriber(EventSink sink) : sink(std::move(sink)) {}
 
