@@ -2,6 +2,7 @@
 
 #include "CommunicationsService/app/EventHandler.h"
 #include "CommunicationsService/app/Events.h"
+#include "CommunicationsService/protocol/Catalogue.h"
 
 namespace CommunicationsService::app {
 

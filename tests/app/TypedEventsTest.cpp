@@ -9,6 +9,7 @@
 
 #include "CommunicationsService/app/EventHandler.h"
 #include "CommunicationsService/app/TypedSubscriber.h"
+#include "CommunicationsService/protocol/Catalogue.h"
 #include "CommunicationsServiceEventInvoker.h"
 
 namespace {

@@ -10,7 +10,7 @@
 #include <variant>
 #include <vector>
 
-#include "CommunicationsService/protocol/Catalogue.h"
+#include "CommunicationsService/protocol/Events.h"
 
 /// @file
 /// The service's events as values: one struct per callback of CommunicationsServiceEventIfc,
