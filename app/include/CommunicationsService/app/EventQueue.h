@@ -23,9 +23,9 @@ struct QueueLimits {
 
 /// What a queue holds now and what it has dropped since it was made.
 struct QueueCounts {
-    std::size_t events = 0;
-    std::size_t bytes = 0;
-    std::uint64_t lost = 0;
+    std::size_t events = 0; ///< events waiting
+    std::size_t bytes = 0;  ///< bytes they hold
+    std::uint64_t lost = 0; ///< events dropped since the queue was made
 };
 
 /// Runs a job on the application's loop (for instance through a GLib idle source, Qt's
@@ -83,6 +83,7 @@ public:
     std::size_t dispatch(EventHandler& handler,
                          std::size_t most = std::numeric_limits<std::size_t>::max());
 
+    /// What the queue holds now and what it has dropped; from any thread.
     QueueCounts counts() const;
 
 private:

@@ -22,6 +22,7 @@ using EventSink = std::function<void(Event&& event, std::size_t bytes)>;
 /// events are moved, everything else copied; nothing of the delivery is kept.
 class TypedSubscriber : public Executable, public CommunicationsServiceEventIfc {
 public:
+    /// Hands every event to @p sink.
     explicit TypedSubscriber(EventSink sink);
 
     void init(Context& /*context*/) override {}
