@@ -1,7 +1,7 @@
-# Installation: the plug-in, the desktop framework, the desktop host, the simulator, the
-# console and the decoder with their manual pages, the public headers, the test doubles, a
-# CMake package (find_package(CommunicationsService)), pkg-config files and the
-# documentation (the API reference when Doxygen is present).
+# Installation: the plug-in, the application library, the desktop framework, the desktop
+# host, the simulator, the console and the decoder with their manual pages, the public
+# headers, the test doubles, a CMake package (find_package(CommunicationsService)),
+# pkg-config files and the documentation (the API reference when Doxygen is present).
 #
 # Every header is included under one prefix, CommunicationsService/ (for example
 # "CommunicationsService/framework/Executable.h"), in this tree and installed alike, so that
@@ -35,8 +35,8 @@ set_target_properties(communications_testing PROPERTIES EXPORT_NAME testing)
 set_target_properties(desktopframework desktophost PROPERTIES
   VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
 
-install(TARGETS comms_interfaces CommunicationsService desktopframework desktophost
-    communications_testing
+install(TARGETS comms_interfaces CommunicationsService CommunicationsServiceApp desktopframework
+    desktophost communications_testing
   EXPORT ${comms_package}Targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${comms_include_dir})
@@ -53,7 +53,7 @@ if(TARGET comms-simulator AND TARGET comms-console)
 endif()
 
 # Only the public headers: the private ones of src/ and the desktop kit's own stay behind.
-foreach(header_root include testsupport/include)
+foreach(header_root include app/include testsupport/include)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${header_root}/
     DESTINATION ${comms_include_dir}
     FILES_MATCHING PATTERN "*.h")
@@ -89,8 +89,8 @@ install(FILES
 set(comms_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH comms_pkgconfig_to_prefix /${comms_pkgconfig_dir} /)
 string(REGEX REPLACE "/$" "" comms_pkgconfig_to_prefix ${comms_pkgconfig_to_prefix})
-foreach(pc_name ${comms_package} ${comms_package}-desktop ${comms_package}-host
-    ${comms_package}-testing)
+foreach(pc_name ${comms_package} ${comms_package}-app ${comms_package}-desktop
+    ${comms_package}-host ${comms_package}-testing)
   configure_file(${CMAKE_CURRENT_LIST_DIR}/${pc_name}.pc.in
     ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc.configured @ONLY)
   file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/pkgconfig/${pc_name}.pc

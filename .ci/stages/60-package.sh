@@ -37,7 +37,7 @@ cmake --install "$tested" --prefix "$prefix"
 libdir=$(sed -n 's/^CMAKE_INSTALL_LIBDIR:PATH=//p' "$tested/CMakeCache.txt")
 
 version=$(sed -n 's/^project(CommunicationsService VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
-for library in CommunicationsService desktopframework desktophost; do
+for library in CommunicationsService CommunicationsServiceApp desktopframework desktophost; do
   readelf -d "$prefix/$libdir/lib$library.so.1" | grep -q "SONAME.*\[lib$library\.so\.1\]" ||
     fail "lib$library lacks its versioned SONAME"
 done
@@ -46,6 +46,7 @@ for header in src/*.h; do
     fail "the private header $header was installed"
 done
 for file in include/CommunicationsService/Version.h include/CommunicationsService/desktop/Host.h \
+  include/CommunicationsService/app/EventQueue.h \
   share/doc/CommunicationsService/LICENSE share/doc/CommunicationsService/CHANGELOG.md \
   share/doc/CommunicationsService/compatibility.md; do
   [ -e "$prefix/$file" ] || fail "$file was not installed"
@@ -63,8 +64,8 @@ for program in comms-simulator comms-console comms-decode; do
 done
 
 export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
-for module in CommunicationsService CommunicationsService-desktop CommunicationsService-host \
-  CommunicationsService-testing; do
+for module in CommunicationsService CommunicationsService-app CommunicationsService-desktop \
+  CommunicationsService-host CommunicationsService-testing; do
   pkg-config --validate "$module"
   [ "$(pkg-config --modversion "$module")" = "$version" ] || fail "$module is not version $version"
 done
