@@ -67,11 +67,13 @@ std::string upgrade(const std::string& host, const std::string& origin) {
 // A client's text frame, masked as a browser sends it.
 std::string textFrame(const std::string& payload) {
     std::string frame(1, '\x81');
+    // The length in the fewest bytes, as the protocol requires.
     if (payload.size() < 126) {
         frame += static_cast<char>(0x80 | payload.size());
     } else {
-        frame += static_cast<char>(0x80 | 127);
-        for (int shift = 56; shift >= 0; shift -= 8)
+        const bool sixteenBits = payload.size() <= 0xFFFF;
+        frame += static_cast<char>(0x80 | (sixteenBits ? 126 : 127));
+        for (int shift = sixteenBits ? 8 : 56; shift >= 0; shift -= 8)
             frame += static_cast<char>((payload.size() >> shift) & 0xFF);
     }
     const char mask[4] = {1, 2, 3, 4};
@@ -126,7 +128,7 @@ TEST(PanelDoor, ServesOnlyItsOwnHostAndOriginAndSaysWhyNot) {
         << panel.simulator.log();
 }
 
-TEST(PanelMessages, AMalformedOneGetsAnErrorAndAnOversizedOneClosesThePage) {
+TEST(PanelMessages, AMalformedOrDeepOneGetsAnErrorAndAnOversizedOneClosesThePage) {
     Panel panel;
     Connection page(panel.port);
     page.send(upgrade(panel.own, "http://" + panel.own));
@@ -136,6 +138,20 @@ TEST(PanelMessages, AMalformedOneGetsAnErrorAndAnOversizedOneClosesThePage) {
                       return got.find("malformed message") != std::string::npos;
                   })
                   .find("malformed message: the panel takes {\\\"control\\\": \\\"COMMAND\\\"}"),
+              std::string::npos);
+    // Nested as deep as a message may be long: refused without recursing, and the page goes on.
+    page.send(textFrame("{\"control\":\"help\",\"id\":" + std::string(32000, '[') +
+                        std::string(32000, ']') + "}"));
+    EXPECT_NE(page.receive([](const std::string& got) {
+                      return got.find("malformed message") != std::string::npos;
+                  })
+                  .find("malformed message"),
+              std::string::npos);
+    page.send(textFrame("{\"control\":\"help\",\"id\":1}"));
+    EXPECT_NE(page.receive([](const std::string& got) {
+                      return got.find("\"id\":1}") != std::string::npos;
+                  })
+                  .find("{\"reply\":{\"command\":\"help\""),
               std::string::npos);
     page.send(textFrame(std::string(70000, 'x')));
     // The close frame carries 1009, "message too big".

@@ -14,6 +14,7 @@
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
 #include "EmittedEvent.h"
+#include "PanelMessage.h"
 #include "PanelPage.h"
 #include "Record.h"
 
@@ -232,20 +233,10 @@ private:
     }
 
     void received(Handle page, const WebServer::message_ptr& message) {
-        const Json request = Json::parse(message->get_payload(), nullptr, false);
-        if (request.is_discarded() || !request.is_object() || !request.contains("control") ||
-            !request["control"].is_string()) {
-            send(page,
-                 dump({{"error", "malformed message: the panel takes {\"control\": "
-                                 "\"COMMAND\"}, not " +
-                                     message->get_payload().substr(0, 80)}}),
-                 true);
-            return;
-        }
-        const std::string command = request["control"];
-        Json reply{{"command", command}, {"text", server.control(command)}};
-        if (request.contains("id")) reply["id"] = request["id"];
-        send(page, dump({{"reply", reply}}), true);
+        send(page,
+             panelReply(message->get_payload(),
+                        [this](const std::string& command) { return server.control(command); }),
+             true);
     }
 
     void carried(const Traffic& traffic) {
