@@ -117,4 +117,34 @@ TEST(Replay, AnApplicationThatStopsSendingEndsInATimeOutNotAHang) {
         << simulator.log();
 }
 
+// Two control commands, the second as far after the first as the record's clock reaches, with
+// what a terminal would obey in its text and in a member's name.
+std::string hostileRecord(const std::string& folder) {
+    const std::string path = folder + "/hostile.jsonl";
+    std::ofstream(path)
+        << R"({"time":"1970-01-01T00:00:00.000000Z","client":0,"direction":"in","kind":"control",)"
+        << R"("text":"show","\u001b]0;owned\u0007":1})"
+        << "\n"
+        << R"({"time":"2261-12-31T23:59:59.000000Z","client":0,"direction":"in","kind":"control",)"
+        << R"("text":"show \u009b2J\u001b[31m\u007f"})"
+        << "\n";
+    return path;
+}
+
+TEST(Replay, ARecordedPauseLongerThanTheTimeOutEndsInATimeOutAndHostileTextIsEscaped) {
+    Folder folder;
+    kit::SimulatorProcess simulator(
+        {"--replay", hostileRecord(folder.path), "--lines", "1001", "--replay-timeout", "1"});
+    EXPECT_EQ(exitStatus(simulator), 1) << simulator.log();
+    const std::string log = simulator.log();
+    for (const char* expected :
+         {"line 1: unknown member '\\x1b]0;owned\\x07' ignored",
+          "replay: time-out: line 2 of the record plays the control command 'show "
+          "\\u009b2J\\x1b[31m\\x7f' 9214646399 s after the step before, longer than the "
+          "time-out of 1 s"})
+        EXPECT_NE(log.find(expected), std::string::npos) << expected << "\n" << log;
+    for (const char* raw : {"\x1b", "\x07", "\x7f", "\xc2\x9b"})
+        EXPECT_EQ(log.find(raw), std::string::npos) << log;
+}
+
 } // namespace
