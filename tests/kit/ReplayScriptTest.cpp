@@ -118,7 +118,7 @@ TEST(ReplaySteps, EachRequestGetsTheFirstAnswerAfterItWithItsClientAndFrame) {
     ASSERT_EQ(steps.size(), 3u);
     EXPECT_EQ(steps[0].recordedAnswer, "first");
     EXPECT_EQ(steps[1].recordedAnswer, "second");
-    EXPECT_EQ(steps[2].recordedAnswer, "");
+    EXPECT_EQ(steps[2].recordedAnswer, std::nullopt);
 }
 
 // The time replaySteps takes for a record of `count` requests that got no answer.

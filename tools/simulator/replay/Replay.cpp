@@ -37,10 +37,10 @@ void Replay::received(const Traffic& traffic) {
         if (asked == answering.end()) return;
         const ReplayStep step = asked->second;
         answering.erase(asked);
-        if (traffic.frame.text != step.recordedAnswer)
+        if (step.recordedAnswer && traffic.frame.text != *step.recordedAnswer)
             end(1, "the simulator answered " + describeRequest(step.text) + " with '" +
                        traffic.frame.text + "' where line " + std::to_string(step.line) +
-                       " of the record has '" + step.recordedAnswer +
+                       " of the record has '" + *step.recordedAnswer +
                        "' (start the simulator with the options of the recorded run)");
         return;
     }
@@ -83,7 +83,7 @@ void Replay::play(std::vector<ReplayStep> due, std::size_t index) {
         if (over) return;
         const std::string answer = server.control(due[index].text);
         const auto failed = [](const std::string& text) { return text.rfind("error", 0) == 0; };
-        if (failed(answer) && !failed(due[index].recordedAnswer))
+        if (failed(answer) && !failed(due[index].recordedAnswer.value_or("")))
             return end(1, "the control command '" + due[index].text + "' at line " +
                               std::to_string(due[index].line) +
                               " of the record failed in this run: " + answer +
