@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -126,6 +127,36 @@ TEST(PanelDoor, ServesOnlyItsOwnHostAndOriginAndSaysWhyNot) {
                                          "is not the panel's own"),
               std::string::npos)
         << panel.simulator.log();
+}
+
+TEST(PanelAddress, IsPrintedAsTheAddressItListensOnAndAnEmptyOneIsRefused) {
+    const std::pair<const char*, const char*> kListens[] = {
+        {"127.0.0.2:0", "panel at http://127.0.0.2:"},
+        {"[::1]:0", "panel at http://[::1]:"},
+        {"0.0.0.0:0", "panel at http://127.0.0.1:"},
+    };
+    for (const auto& [listen, printed] : kListens) {
+        kit::SimulatorProcess simulator({"--panel", listen});
+        EXPECT_TRUE(simulator.waitForLog(printed)) << listen << "\n" << simulator.log();
+    }
+    char pattern[] = "/tmp/comms-panel-XXXXXX";
+    const std::string folder = mkdtemp(pattern);
+    const kit::ProgramRun run = kit::runProgram("timeout 10 " + std::string(SIMULATOR_PATH) +
+                                                " -s " + folder + "/sim.sock --panel '' 2>&1");
+    EXPECT_EQ(run.status, 2) << run.output;
+    EXPECT_NE(run.output.find("--panel: '' is not a port"), std::string::npos) << run.output;
+    kit::runProgram("rm -rf " + folder);
+}
+
+TEST(PanelDoor, AnswersAPathItDoesNotServeInPlainTextWithoutRepeatingIt) {
+    Panel panel;
+    Connection connection(panel.port);
+    connection.send("GET /reflected%3Cb%3E HTTP/1.1\r\nHost: " + panel.own +
+                    "\r\nConnection: close\r\n\r\n");
+    const std::string answer = connection.receive([](const std::string&) { return false; });
+    EXPECT_NE(answer.find("HTTP/1.1 404"), std::string::npos) << answer;
+    EXPECT_NE(answer.find("Content-Type: text/plain; charset=utf-8"), std::string::npos) << answer;
+    EXPECT_EQ(answer.find("reflected"), std::string::npos) << answer;
 }
 
 TEST(PanelMessages, AMalformedOrDeepOneGetsAnErrorAndAnOversizedOneClosesThePage) {

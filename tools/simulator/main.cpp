@@ -157,9 +157,10 @@ int main(int argc, char** argv) {
                    "lines; an existing file is refused");
     app.add_flag("--record-append", recordAppend, "Add to the --record file when it exists");
     std::string panelListen;
-    app.add_option("--panel", panelListen,
-                   "Serve the panel, the simulated phone in a browser, at [ADDRESS:]PORT (address "
-                   "127.0.0.1 unless given; port 0 takes any free one)");
+    const CLI::Option* panelOption = app.add_option(
+        "--panel", panelListen,
+        "Serve the panel, the simulated phone in a browser, at [ADDRESS:]PORT (address "
+        "127.0.0.1 unless given; port 0 takes any free one)");
     std::string replayPath;
     bool replayFast = false;
     int replayTimeout = 10;
@@ -264,7 +265,8 @@ int main(int argc, char** argv) {
         });
         server.serve(service);
         std::optional<simulator::Panel> panel;
-        if (!panelListen.empty()) {
+        // Given, even empty, it is read: an empty one is a mistake to say, not a panel to skip.
+        if (panelOption->count() > 0) {
             simulator::Panel::Options panelOptions = simulator::Panel::parseListen(panelListen);
             const asio::ip::address address = asio::ip::make_address(panelOptions.address);
             if (!address.is_loopback())
