@@ -61,4 +61,22 @@ TEST(Decode, NamesEachLineThatIsNoMessageByItsNumberAndGoesOn) {
     kit::runProgram("rm -rf " + folder);
 }
 
+TEST(Decode, WritesNoByteOfTheInputThatATerminalWouldObeyInEitherForm) {
+    char pattern[] = "/tmp/comms-decode-XXXXXX";
+    const std::string folder = mkdtemp(pattern);
+    const std::string log = folder + "/hostile.log";
+    std::ofstream(log) << "<Method>Call\x1b]0;x\x07HeldEvent</Method>\n"
+                          "<Method>AnswerCall</Method><Line>\xc2\x9b"
+                          "2J</Line><CallID>1\x7f</CallID>\n"
+                       << R"({"time":"2026-11-24T19:00:00.000000Z","client":0,"kind":"control",)"
+                       << R"("text":"\u009b2J","\u001b[2J":1})"
+                       << "\n";
+    for (const std::string& printed : {decode(log), decode("--json " + log)}) {
+        EXPECT_EQ(printed.find_first_of("\x1b\x07\x7f"), std::string::npos) << printed;
+        EXPECT_EQ(printed.find("\xc2\x9b"), std::string::npos) << printed;
+        EXPECT_NE(printed.find("u009b2J"), std::string::npos) << printed;
+    }
+    kit::runProgram("rm -rf " + folder);
+}
+
 } // namespace

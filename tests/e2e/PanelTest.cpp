@@ -3,6 +3,7 @@
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
+#include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -67,11 +68,13 @@ std::string upgrade(const std::string& host, const std::string& origin) {
 // A client's text frame, masked as a browser sends it.
 std::string textFrame(const std::string& payload) {
     std::string frame(1, '\x81');
+    // The length in the fewest bytes, as the protocol requires.
     if (payload.size() < 126) {
         frame += static_cast<char>(0x80 | payload.size());
     } else {
-        frame += static_cast<char>(0x80 | 127);
-        for (int shift = 56; shift >= 0; shift -= 8)
+        const bool sixteenBits = payload.size() <= 0xFFFF;
+        frame += static_cast<char>(0x80 | (sixteenBits ? 126 : 127));
+        for (int shift = sixteenBits ? 8 : 56; shift >= 0; shift -= 8)
             frame += static_cast<char>((payload.size() >> shift) & 0xFF);
     }
     const char mask[4] = {1, 2, 3, 4};
@@ -126,7 +129,37 @@ TEST(PanelDoor, ServesOnlyItsOwnHostAndOriginAndSaysWhyNot) {
         << panel.simulator.log();
 }
 
-TEST(PanelMessages, AMalformedOneGetsAnErrorAndAnOversizedOneClosesThePage) {
+TEST(PanelAddress, IsPrintedAsTheAddressItListensOnAndAnEmptyOneIsRefused) {
+    const std::pair<const char*, const char*> kListens[] = {
+        {"127.0.0.2:0", "panel at http://127.0.0.2:"},
+        {"[::1]:0", "panel at http://[::1]:"},
+        {"0.0.0.0:0", "panel at http://127.0.0.1:"},
+    };
+    for (const auto& [listen, printed] : kListens) {
+        kit::SimulatorProcess simulator({"--panel", listen});
+        EXPECT_TRUE(simulator.waitForLog(printed)) << listen << "\n" << simulator.log();
+    }
+    char pattern[] = "/tmp/comms-panel-XXXXXX";
+    const std::string folder = mkdtemp(pattern);
+    const kit::ProgramRun run = kit::runProgram("timeout 10 " + std::string(SIMULATOR_PATH) +
+                                                " -s " + folder + "/sim.sock --panel '' 2>&1");
+    EXPECT_EQ(run.status, 2) << run.output;
+    EXPECT_NE(run.output.find("--panel: '' is not a port"), std::string::npos) << run.output;
+    kit::runProgram("rm -rf " + folder);
+}
+
+TEST(PanelDoor, AnswersAPathItDoesNotServeInPlainTextWithoutRepeatingIt) {
+    Panel panel;
+    Connection connection(panel.port);
+    connection.send("GET /reflected%3Cb%3E HTTP/1.1\r\nHost: " + panel.own +
+                    "\r\nConnection: close\r\n\r\n");
+    const std::string answer = connection.receive([](const std::string&) { return false; });
+    EXPECT_NE(answer.find("HTTP/1.1 404"), std::string::npos) << answer;
+    EXPECT_NE(answer.find("Content-Type: text/plain; charset=utf-8"), std::string::npos) << answer;
+    EXPECT_EQ(answer.find("reflected"), std::string::npos) << answer;
+}
+
+TEST(PanelMessages, AMalformedOrDeepOneGetsAnErrorAndAnOversizedOneClosesThePage) {
     Panel panel;
     Connection page(panel.port);
     page.send(upgrade(panel.own, "http://" + panel.own));
@@ -136,6 +169,20 @@ TEST(PanelMessages, AMalformedOneGetsAnErrorAndAnOversizedOneClosesThePage) {
                       return got.find("malformed message") != std::string::npos;
                   })
                   .find("malformed message: the panel takes {\\\"control\\\": \\\"COMMAND\\\"}"),
+              std::string::npos);
+    // Nested as deep as a message may be long: refused without recursing, and the page goes on.
+    page.send(textFrame("{\"control\":\"help\",\"id\":" + std::string(32000, '[') +
+                        std::string(32000, ']') + "}"));
+    EXPECT_NE(page.receive([](const std::string& got) {
+                      return got.find("malformed message") != std::string::npos;
+                  })
+                  .find("malformed message"),
+              std::string::npos);
+    page.send(textFrame("{\"control\":\"help\",\"id\":1}"));
+    EXPECT_NE(page.receive([](const std::string& got) {
+                      return got.find("\"id\":1}") != std::string::npos;
+                  })
+                  .find("{\"reply\":{\"command\":\"help\""),
               std::string::npos);
     page.send(textFrame(std::string(70000, 'x')));
     // The close frame carries 1009, "message too big".

@@ -149,4 +149,20 @@ TEST(Scripts, AreCheckedWholeBeforeTheFirstStepAndTheCheckNeedsNoService) {
     std::remove(script.c_str());
 }
 
+TEST(Safety, AScriptsMistakeIsReportedWithWhatATerminalWouldObeyEscaped) {
+    char pattern[] = "/tmp/comms-script-XXXXXX";
+    const std::string folder = mkdtemp(pattern);
+    std::ofstream(folder + "/hostile.script") << "wait 5\n\x1b]0;owned\x07 \xc2\x9b"
+                                                 "2J\n";
+    const kit::ProgramRun run =
+        kit::runProgram("timeout 10 " + std::string(SIMULATOR_PATH) + " -s " + folder +
+                        "/sim.sock --script " + folder + "/hostile.script 2>&1");
+    EXPECT_EQ(run.status, 2) << run.output;
+    EXPECT_NE(run.output.find("hostile.script:2: unknown control command '\\x1b]0;owned\\x07'"),
+              std::string::npos)
+        << run.output;
+    EXPECT_EQ(run.output.find_first_of("\x1b\x07"), std::string::npos) << run.output;
+    kit::runProgram("rm -rf " + folder);
+}
+
 } // namespace

@@ -146,4 +146,44 @@ TEST(DecodingAsJson, GivesEachArgumentWithItsNoteAndTheLine) {
     EXPECT_EQ(problem["kind"], "problem");
 }
 
+struct Hostile {
+    const char* what;
+    std::string input;
+    std::string printed; // found in the text form
+};
+
+const Hostile kHostile[] = {
+    {"method name", "<Method>Call\x1b]0;x\x07HeldEvent</Method>",
+     "called \"Call\\x1b]0;x\\x07HeldEvent\""},
+    {"unquoted value and 8-bit CSI",
+     "<Method>AnswerCall</Method><Line>10\xc2\x9b"
+     "01</Line><CallID>1\x1b[31m</CallID>",
+     "answerCall(line=\"10\\u009b01\", callId=1\\x1b[31m)"},
+    {"record text with DEL and a quote",
+     R"({"time":"2026-11-24T19:00:00.000000Z","client":0,"kind":"control",)"
+     R"("text":"show\u009b\u007f\"q"})",
+     "control(command=\"show\\u009b\\x7f\\\"q\")"},
+    {"record member name",
+     R"({"time":"2026-11-24T19:00:00.000000Z","client":1,"kind":"connect","\u001b[2J":1})",
+     "note: unknown member '\\x1b[2J' ignored"},
+    {"bytes that are not UTF-8", "<Method>CallHeldEvent</Method><LineID>\xff\xc2</LineID>",
+     "lineId=\"\\xff\\xc2\""},
+};
+
+TEST(DecodingHostileText, WritesEveryControlCharacterAndStrayByteAsAnEscapeInBothForms) {
+    decode::Decoder decoder;
+    for (const Hostile& test : kHostile) {
+        SCOPED_TRACE(test.what);
+        const decode::Decoded decoded = decoder.line(test.input, 1);
+        const std::string printed = decode::toText(decoded);
+        EXPECT_NE(printed.find(test.printed), std::string::npos) << printed;
+        for (const std::string& written : {printed, decode::toJson(decoded)}) {
+            for (const char c : written)
+                EXPECT_TRUE((c >= 0x20 && c < 0x7f) || c == '\n')
+                    << "byte " << static_cast<int>(static_cast<unsigned char>(c)) << " in "
+                    << written;
+        }
+    }
+}
+
 } // namespace

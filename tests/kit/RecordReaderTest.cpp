@@ -13,6 +13,8 @@ const std::string kGood =
     R"("id":2,"method":"AnswerCall","fields":{"line":"1001","callId":"1"},)"
     R"("text":"<Method>AnswerCall</Method><Line>1001</Line><CallID>1</CallID>"})";
 
+std::string nested(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
+
 std::string withTime(const std::string& time) {
     std::string line = kGood;
     return line.replace(9, 27, time);
@@ -61,6 +63,17 @@ const std::vector<ReaderCase> kCases = {
      {"line 1: no \"time\"", "line 2: \"client\" is string, not a number from 0",
       "line 3: \"kind\" 'shout' is none of", "line 4: field 'a' is number, not a string",
       "line 5: not a JSON object"}},
+    {"NestingBeyondAnyRecordSkipped",
+     R"({"time":"2026-11-24T19:00:00.000000Z","client":1,"kind":"event","id":)" + nested(100000) +
+         "}\n" + kGood,
+     1,
+     {"line 1: nests deeper than 32 levels; skipped"}},
+    {"IdNotANumberSkippedWithoutShowingIt",
+     R"({"time":"2026-11-24T19:00:00.000000Z","client":1,"kind":"event","id":)" + nested(20) +
+         "}\n" + R"({"time":"2026-11-24T19:00:00.000000Z","client":1,"kind":"event","id":-1})",
+     0,
+     {"line 1: \"id\" is not a frame id (0 to 4294967295); skipped",
+      "line 2: \"id\" is not a frame id"}},
     {"HexTextDecoded",
      R"({"time":"2026-11-24T19:00:00.000000Z","client":1,"kind":"event","textHex":"ff00"})"
      "\n"

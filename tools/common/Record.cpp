@@ -6,6 +6,7 @@
 #include <set>
 #include <tuple>
 
+#include "BoundedJson.h"
 #include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
@@ -288,8 +289,13 @@ std::string toLine(const Entry& entry) {
 
 std::optional<Entry> parseLine(std::string_view text, std::string& problem,
                                std::vector<std::string>& notes) {
-    const Json line = Json::parse(text.begin(), text.end(), nullptr, false);
-    if (line.is_discarded()) {
+    json::Reading reading = json::Reading::read;
+    const Json line = json::parse(text, reading);
+    if (reading == json::Reading::tooDeep) {
+        problem = "nests deeper than " + std::to_string(json::kMaxDepth) + " levels";
+        return std::nullopt;
+    }
+    if (reading == json::Reading::notJson) {
         problem = "not a whole JSON object (a line cut short?)";
         return std::nullopt;
     }
@@ -365,7 +371,8 @@ std::optional<Entry> parseLine(std::string_view text, std::string& problem,
     }
     if (const auto id = line.find("id"); id != line.end()) {
         if (!id->is_number_unsigned() || id->get<std::uint64_t>() > 0xffffffffu) {
-            problem = "\"id\" " + id->dump() + " is not a frame id (0 to 4294967295)";
+            // Its value is not shown: printing it would walk whatever the file nests there.
+            problem = "\"id\" is not a frame id (0 to 4294967295)";
             return std::nullopt;
         }
         entry.id = id->get<std::uint32_t>();

@@ -8,6 +8,7 @@
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "CommunicationsService/desktop/MessageText.h"
+#include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
 #include "CommunicationsService/protocol/Events.h"
@@ -113,6 +114,20 @@ std::vector<Argument> argumentsOf(const NamedCall& call) {
     for (const auto& named : call.arguments)
         arguments.push_back({named.name, named.value, false, {}});
     return arguments;
+}
+
+// A text of the input on its line: its control characters and the bytes that are not
+// UTF-8 as escapes, whole however long.
+std::string shown(std::string_view text) { return desktop::printable(text, text.size()); }
+
+// The same in quotes, which are escaped in it.
+std::string inQuotes(std::string_view text) {
+    std::string out = "\"";
+    for (const char c : shown(text)) {
+        if (c == '"') out += '\\';
+        out += c;
+    }
+    return out + "\"";
 }
 
 bool isResultWord(std::string_view text) {
@@ -320,7 +335,7 @@ Decoded Decoder::line(std::string_view text, std::size_t lineNumber) {
 
 std::string toText(const Decoded& decoded) {
     const std::string where = "line " + std::to_string(decoded.lineNumber) + ": ";
-    if (decoded.form == Decoded::Form::problem) return where + decoded.problem + "\n";
+    if (decoded.form == Decoded::Form::problem) return where + shown(decoded.problem) + "\n";
     std::string out;
     for (const Call& call : decoded.calls) {
         out += where + call.name + "(";
@@ -328,19 +343,16 @@ std::string toText(const Decoded& decoded) {
             const Argument& argument = call.arguments[i];
             out += (i == 0 ? "" : ", ") + argument.name + "=";
             if (!argument.quoted && argument.value.empty()) {
-                out += "(" + argument.note + ")";
+                out += "(" + shown(argument.note) + ")";
                 continue;
             }
-            out += (argument.quoted
-                        ? nlohmann::json(argument.value)
-                              .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)
-                        : argument.value);
-            if (!argument.note.empty()) out += " (" + argument.note + ")";
+            out += argument.quoted ? inQuotes(argument.value) : shown(argument.value);
+            if (!argument.note.empty()) out += " (" + shown(argument.note) + ")";
         }
         out += ")\n";
     }
     for (const std::string& note : decoded.notes)
-        out += where + "note: " + note + "\n";
+        out += where + "note: " + shown(note) + "\n";
     return out;
 }
 
@@ -362,7 +374,8 @@ std::string toJson(const Decoded& decoded) {
     }
     if (!decoded.calls.empty()) json["calls"] = std::move(calls);
     if (!decoded.notes.empty()) json["notes"] = decoded.notes;
-    return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    // Every character past ASCII as \u escape: a terminal that shows the line obeys none.
+    return json.dump(-1, ' ', true, nlohmann::json::error_handler_t::replace);
 }
 
 } // namespace decode

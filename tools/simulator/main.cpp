@@ -43,6 +43,12 @@ void logLine(desktop::LogLevel level, const std::string& line) {
 }
 void logLine(const std::string& line) { logLine(desktop::LogLevel::info, line); }
 
+// What the program says on its own account quotes records, scripts and services too: it
+// is escaped as the log is.
+void complain(const std::string& line) {
+    std::cerr << "comms-simulator: " << desktop::printable(line, kLogLineLimit) << std::endl;
+}
+
 // Runs the steps one after another, each after its wait, on the server's timers.
 void runScript(simulator::Server& server, std::shared_ptr<std::vector<simulator::ScriptStep>> steps,
                std::size_t index, const std::string& source) {
@@ -68,7 +74,7 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
         command += (command.empty() ? "" : " ") + word;
     const desktop::wire::Frame request{desktop::wire::FrameKind::Control, 1, {}, command};
     if (const std::string problem = desktop::wire::sizeProblem(request); !problem.empty()) {
-        std::cerr << "comms-simulator: not sent: " << problem << "\n";
+        complain("not sent: " + problem);
         return 2;
     }
     asio::io_context io;
@@ -76,8 +82,7 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
     asio::error_code error;
     socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
     if (error) {
-        std::cerr << "comms-simulator: cannot connect to " << socketPath << ": " << error.message()
-                  << "\n";
+        complain("cannot connect to " + socketPath + ": " + error.message());
         return 2;
     }
     asio::write(socket, asio::buffer(desktop::wire::encode(request)), error);
@@ -92,8 +97,7 @@ int sendControl(const std::string& socketPath, const std::vector<std::string>& w
     const std::optional<desktop::wire::Frame> answer =
         error ? std::nullopt : desktop::wire::decode(body, problem);
     if (!answer) {
-        std::cerr << "comms-simulator: no answer from " << socketPath << ": "
-                  << (error ? error.message() : problem) << "\n";
+        complain("no answer from " + socketPath + ": " + (error ? error.message() : problem));
         return 2;
     }
     std::cout << desktop::terminalSafe(answer->text) << "\n";
@@ -153,9 +157,10 @@ int main(int argc, char** argv) {
                    "lines; an existing file is refused");
     app.add_flag("--record-append", recordAppend, "Add to the --record file when it exists");
     std::string panelListen;
-    app.add_option("--panel", panelListen,
-                   "Serve the panel, the simulated phone in a browser, at [ADDRESS:]PORT (address "
-                   "127.0.0.1 unless given; port 0 takes any free one)");
+    const CLI::Option* panelOption = app.add_option(
+        "--panel", panelListen,
+        "Serve the panel, the simulated phone in a browser, at [ADDRESS:]PORT (address "
+        "127.0.0.1 unless given; port 0 takes any free one)");
     std::string replayPath;
     bool replayFast = false;
     int replayTimeout = 10;
@@ -196,7 +201,7 @@ int main(int argc, char** argv) {
         }
     }
     if (const std::string problem = kit::socketPathProblem(socketPath); !problem.empty()) {
-        std::cerr << "comms-simulator: " << problem << "\n";
+        complain(problem);
         return 2;
     }
     limits.channelNameBytes = settings.nameBytes;
@@ -221,7 +226,7 @@ int main(int argc, char** argv) {
             const kit::record::Reading reading = kit::record::read(
                 kit::readInput(replayPath, std::chrono::seconds(10), kRecordLimit));
             for (const std::string& problem : reading.problems)
-                std::cerr << "comms-simulator: " << replayPath << ": " << problem << "\n";
+                complain(replayPath + ": " + problem);
             replaySteps = simulator::replaySteps(reading.entries);
             if (replaySteps.empty())
                 throw std::runtime_error(replayPath +
@@ -260,7 +265,8 @@ int main(int argc, char** argv) {
         });
         server.serve(service);
         std::optional<simulator::Panel> panel;
-        if (!panelListen.empty()) {
+        // Given, even empty, it is read: an empty one is a mistake to say, not a panel to skip.
+        if (panelOption->count() > 0) {
             simulator::Panel::Options panelOptions = simulator::Panel::parseListen(panelListen);
             const asio::ip::address address = asio::ip::make_address(panelOptions.address);
             if (!address.is_loopback())
@@ -278,7 +284,7 @@ int main(int argc, char** argv) {
             replay.emplace(server, std::move(replaySteps), replayFast,
                            std::chrono::seconds(replayTimeout),
                            [&](int status, const std::string& report) {
-                               std::cerr << "comms-simulator: replay: " << report << std::endl;
+                               complain("replay: " + report);
                                replayStatus = status;
                                server.stop();
                                io.stop();
@@ -293,7 +299,7 @@ int main(int argc, char** argv) {
         io.run();
         if (replay) return replayStatus;
     } catch (const std::exception& error) {
-        std::cerr << "comms-simulator: " << error.what() << "\n";
+        complain(error.what());
         return 2;
     }
     return 0;

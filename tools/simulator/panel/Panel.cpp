@@ -14,6 +14,7 @@
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
 #include "EmittedEvent.h"
+#include "PanelMessage.h"
 #include "PanelPage.h"
 #include "Record.h"
 
@@ -133,11 +134,13 @@ public:
             throw std::runtime_error("--panel: cannot listen on " + this->options.address + ":" +
                                      std::to_string(this->options.port) + ": " + error.message());
         const auto endpoint = web.get_local_endpoint(error);
-        port = endpoint.port();
-        const std::string portText = ":" + std::to_string(port);
+        const std::string portText = ":" + std::to_string(endpoint.port());
         const std::string shown =
             address.is_v6() ? "[" + this->options.address + "]" : this->options.address;
         ownHosts = {shown + portText};
+        // Any address includes the loopback one, which a browser on this machine can open.
+        home = (address.is_unspecified() ? (address.is_v6() ? "[::1]" : "127.0.0.1") : shown) +
+               portText;
         if (address.is_loopback() || address.is_unspecified())
             ownHosts.insert({"127.0.0.1" + portText, "localhost" + portText, "[::1]" + portText});
         server.watch([this](const Traffic& traffic) { carried(traffic); });
@@ -153,11 +156,7 @@ public:
         }
     }
 
-    std::string url() const {
-        const bool loopback = ownHosts.count("127.0.0.1:" + std::to_string(port)) != 0;
-        return "http://" + (loopback ? "127.0.0.1:" + std::to_string(port) : *ownHosts.begin()) +
-               "/";
-    }
+    std::string url() const { return "http://" + home + "/"; }
 
 private:
     struct PageState {
@@ -204,8 +203,10 @@ private:
             connection->set_body(std::string(file.content));
             return;
         }
+        // The path is not repeated: the page is the only thing the panel shows.
         connection->set_status(websocketpp::http::status_code::not_found);
-        connection->set_body("404 Not Found: the panel has no " + resource + "\n");
+        connection->append_header("Content-Type", "text/plain; charset=utf-8");
+        connection->set_body("404 Not Found: the panel serves only its own page\n");
     }
 
     bool validate(Handle page) {
@@ -232,20 +233,10 @@ private:
     }
 
     void received(Handle page, const WebServer::message_ptr& message) {
-        const Json request = Json::parse(message->get_payload(), nullptr, false);
-        if (request.is_discarded() || !request.is_object() || !request.contains("control") ||
-            !request["control"].is_string()) {
-            send(page,
-                 dump({{"error", "malformed message: the panel takes {\"control\": "
-                                 "\"COMMAND\"}, not " +
-                                     message->get_payload().substr(0, 80)}}),
-                 true);
-            return;
-        }
-        const std::string command = request["control"];
-        Json reply{{"command", command}, {"text", server.control(command)}};
-        if (request.contains("id")) reply["id"] = request["id"];
-        send(page, dump({{"reply", reply}}), true);
+        send(page,
+             panelReply(message->get_payload(),
+                        [this](const std::string& command) { return server.control(command); }),
+             true);
     }
 
     void carried(const Traffic& traffic) {
@@ -378,7 +369,8 @@ private:
     Log log;
     WebServer web;
     asio::steady_timer tick;
-    unsigned short port = 0;
+    // The address and port the panel is opened at.
+    std::string home;
     std::set<std::string> ownHosts;
     std::map<Handle, PageState, std::owner_less<Handle>> pages;
     std::deque<Json> trace;

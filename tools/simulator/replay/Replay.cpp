@@ -8,6 +8,11 @@ namespace {
 // the simulator ends the session.
 constexpr std::chrono::milliseconds kSettle{300};
 
+std::string shown(std::chrono::milliseconds time) {
+    return time.count() % 1000 == 0 ? std::to_string(time.count() / 1000) + " s"
+                                    : std::to_string(time.count()) + " ms";
+}
+
 } // namespace
 
 Replay::Replay(Server& server, std::vector<ReplayStep> steps, bool fast,
@@ -32,10 +37,10 @@ void Replay::received(const Traffic& traffic) {
         if (asked == answering.end()) return;
         const ReplayStep step = asked->second;
         answering.erase(asked);
-        if (traffic.frame.text != step.recordedAnswer)
+        if (step.recordedAnswer && traffic.frame.text != *step.recordedAnswer)
             end(1, "the simulator answered " + describeRequest(step.text) + " with '" +
                        traffic.frame.text + "' where line " + std::to_string(step.line) +
-                       " of the record has '" + step.recordedAnswer +
+                       " of the record has '" + *step.recordedAnswer +
                        "' (start the simulator with the options of the recorded run)");
         return;
     }
@@ -64,11 +69,21 @@ void Replay::play(std::vector<ReplayStep> due, std::size_t index) {
         return playDue();
     }
     const auto delay = fast ? std::chrono::milliseconds(0) : due[index].delay;
+    if (delay > timeout) {
+        // The time-out bounds every wait of the session, the record's own pauses too.
+        server.after(timeout, [this, step = due[index]] {
+            end(1, "time-out: line " + std::to_string(step.line) +
+                       " of the record plays the control command '" + step.text + "' " +
+                       shown(step.delay) + " after the step before, longer than the time-out of " +
+                       shown(timeout) + " (--fast plays it at once)");
+        });
+        return;
+    }
     server.after(delay, [this, due = std::move(due), index]() mutable {
         if (over) return;
         const std::string answer = server.control(due[index].text);
         const auto failed = [](const std::string& text) { return text.rfind("error", 0) == 0; };
-        if (failed(answer) && !failed(due[index].recordedAnswer))
+        if (failed(answer) && !failed(due[index].recordedAnswer.value_or("")))
             return end(1, "the control command '" + due[index].text + "' at line " +
                               std::to_string(due[index].line) +
                               " of the record failed in this run: " + answer +
@@ -88,10 +103,7 @@ void Replay::awaitNext() {
     const std::size_t before = requests;
     server.after(timeout, [this, current, before] {
         if (over || current != wait || requests != before) return;
-        const std::string waited = timeout.count() % 1000 == 0
-                                       ? std::to_string(timeout.count() / 1000) + " s"
-                                       : std::to_string(timeout.count()) + " ms";
-        end(1, "time-out: the application sent nothing for " + waited + "; expected " +
+        end(1, "time-out: the application sent nothing for " + shown(timeout) + "; expected " +
                    script.awaited());
     });
 }

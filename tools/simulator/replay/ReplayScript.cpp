@@ -1,6 +1,9 @@
 #include "ReplayScript.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
+#include <utility>
 
 #include "CommunicationsService/desktop/Trace.h"
 
@@ -28,9 +31,19 @@ std::string describeRequest(std::string_view text) {
 
 std::vector<ReplayStep> replaySteps(const std::vector<kit::record::Entry>& entries) {
     std::vector<ReplayStep> steps;
+    // The steps still without their recorded answer, by client and frame id: an answer is
+    // the first one after its request with both, found in the same pass.
+    std::map<std::pair<int, std::uint32_t>, std::vector<std::size_t>> unanswered;
     const kit::record::Entry* before = nullptr;
-    for (auto at = entries.begin(); at != entries.end(); ++at) {
-        const kit::record::Entry& entry = *at;
+    for (const kit::record::Entry& entry : entries) {
+        if (entry.kind == kit::record::kindWord(desktop::wire::FrameKind::Answer)) {
+            const auto waiting = unanswered.find({entry.client, entry.id});
+            if (waiting == unanswered.end()) continue;
+            for (const std::size_t step : waiting->second)
+                steps[step].recordedAnswer = entry.text;
+            unanswered.erase(waiting);
+            continue;
+        }
         const bool request = isRequest(entry);
         if (!request && !isControl(entry)) continue;
         const auto delay =
@@ -43,13 +56,8 @@ std::vector<ReplayStep> replaySteps(const std::vector<kit::record::Entry>& entri
                          delay,
                          entry.lineNumber,
                          {}});
-        if (entry.kind != kit::record::kindWord(desktop::wire::FrameKind::OneWay)) {
-            const auto answer = std::find_if(at, entries.end(), [&](const auto& later) {
-                return later.kind == kit::record::kindWord(desktop::wire::FrameKind::Answer) &&
-                       later.client == entry.client && later.id == entry.id;
-            });
-            if (answer != entries.end()) steps.back().recordedAnswer = answer->text;
-        }
+        if (entry.kind != kit::record::kindWord(desktop::wire::FrameKind::OneWay))
+            unanswered[{entry.client, entry.id}].push_back(steps.size() - 1);
         before = &entry;
     }
     return steps;

@@ -26,8 +26,9 @@ struct ReplayStep {
     std::chrono::milliseconds delay{0};
     // Its line in the record.
     std::size_t line = 0;
-    // The answer it got when the session was recorded.
-    std::string recordedAnswer;
+    // The answer it got when the session was recorded; none when the record holds none (a
+    // line cut short, a session that ended first).
+    std::optional<std::string> recordedAnswer;
 };
 
 std::vector<ReplayStep> replaySteps(const std::vector<kit::record::Entry>& entries);
