@@ -13,6 +13,8 @@
 #include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
+#include "ControlCommands.h"
+#include "ControlWords.h"
 #include "EmittedEvent.h"
 #include "PanelPage.h"
 #include "Record.h"
@@ -56,6 +58,24 @@ std::string_view kindName(protocol::FieldKind kind) {
 }
 
 // Every event the page's form can emit, with its arguments named and typed.
+// The commands the page can run, with their arguments: those of a client's own connection
+// and of scripts cannot run from here.
+Json controlVocabulary() {
+    Json commands = Json::array();
+    for (const ControlCommand& command : controlCommands()) {
+        if (command.reach != Reach::anywhere) continue;
+        Json arguments = Json::array();
+        for (const ControlArgument& argument : command.arguments) {
+            arguments.push_back({{"name", argument.name},
+                                 {"kind", kindText(argument.kind)},
+                                 {"optional", argument.optional}});
+        }
+        commands.push_back(
+            {{"name", command.name}, {"help", command.help}, {"arguments", arguments}});
+    }
+    return commands;
+}
+
 Json eventVocabulary() {
     Json events = Json::array();
     std::apply(
@@ -220,9 +240,7 @@ private:
     void opened(Handle page) {
         pages[page] = PageState{};
         Json hello;
-        hello["vocabulary"] = {
-            {"events", eventVocabulary()},
-            {"controls", std::string(PhoneService::controlHelp()) + Server::controlHelp()}};
+        hello["vocabulary"] = {{"events", eventVocabulary()}, {"controls", controlVocabulary()}};
         hello["trace"] = Json::array();
         for (const Json& entry : trace)
             hello["trace"].push_back(entry);
@@ -233,19 +251,34 @@ private:
 
     void received(Handle page, const WebServer::message_ptr& message) {
         const Json request = Json::parse(message->get_payload(), nullptr, false);
-        if (request.is_discarded() || !request.is_object() || !request.contains("control") ||
-            !request["control"].is_string()) {
+        const std::optional<std::string> command = controlLine(request);
+        if (!command) {
             send(page,
                  dump({{"error", "malformed message: the panel takes {\"control\": "
-                                 "\"COMMAND\"}, not " +
+                                 "\"COMMAND\"} with its arguments as strings in "
+                                 "\"arguments\", not " +
                                      message->get_payload().substr(0, 80)}}),
                  true);
             return;
         }
-        const std::string command = request["control"];
-        Json reply{{"command", command}, {"text", server.control(command)}};
+        Json reply{{"command", *command}, {"text", server.control(*command)}};
         if (request.contains("id")) reply["id"] = request["id"];
         send(page, dump({{"reply", reply}}), true);
+    }
+
+    // The control line a page's message asks for: the command's name and its arguments, one
+    // word each, quoted so that the simulator splits them back as typed, blanks and all.
+    static std::optional<std::string> controlLine(const Json& request) {
+        if (!request.is_object() || !request.contains("control") ||
+            !request["control"].is_string()) {
+            return std::nullopt;
+        }
+        Words words{request["control"].get<std::string>()};
+        for (const Json& argument : request.value("arguments", Json::array())) {
+            if (!argument.is_string()) return std::nullopt;
+            words.push_back(argument.get<std::string>());
+        }
+        return kit::quoteWords(words);
     }
 
     void carried(const Traffic& traffic) {
