@@ -88,7 +88,8 @@ try {
     await page.evaluate(() => { document.getElementById('reply').textContent = ''; });
     pressed = Date.now();
     await page.click(`button[data-command="${name}"]`);
-    await page.waitForFunction(() => document.getElementById('reply').textContent !== '');
+    // A selector, not a function: the page's policy forbids the evaluation that polling needs.
+    await page.waitForSelector('#reply:not(:empty)');
     return page.textContent('#reply');
   };
   // Rung once the application has made its calls, so that it awaits the ring from then on.

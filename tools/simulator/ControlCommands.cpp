@@ -38,6 +38,11 @@ bool fits(ArgumentKind kind, const std::string& word) {
     }
 }
 
+using T = ControlTarget&;
+using W = const Words&;
+constexpr ControlArgument kLine{"LINE", word}, kCallId{"CALLID", number};
+constexpr ControlArgument kNumber{"NUMBER", word}, kCallerName{"NAME", rest, optional};
+
 } // namespace
 
 const char* kindText(ArgumentKind kind) {
@@ -49,41 +54,37 @@ const char* kindText(ArgumentKind kind) {
 // A friend of the service: the commands' actions reach into it. Laid out by hand, a row or
 // two per command.
 const std::vector<ControlCommand>& controlCommands() {
-    using T = ControlTarget&;
-    using W = const Words&;
-    const ControlArgument line{"LINE", word}, callId{"CALLID", number};
-    const ControlArgument phoneNumber{"NUMBER", word}, name{"NAME", rest, optional};
     // clang-format off
     static const std::vector<ControlCommand> commands = {
-        {"incomingCall", {line, phoneNumber, name}, "a call arrives and rings until handled",
+        {"incomingCall", {kLine, kNumber, kCallerName}, "a call arrives and rings until handled",
          [](T t, W w) { return t.service.incomingCall(w, false); }},
-        {"missedCall", {line, phoneNumber, name}, "a call arrives and the caller gives up",
+        {"missedCall", {kLine, kNumber, kCallerName}, "a call arrives and the caller gives up",
          [](T t, W w) { return t.service.incomingCall(w, true); }},
-        {"hangup", {callId}, "the far end clears the call",
+        {"hangup", {kCallId}, "the far end clears the call",
          [](T t, W w) { return t.service.farEndHangUp(w); }},
-        {"answer", {callId}, "the far end of a ringing outgoing call answers",
+        {"answer", {kCallId}, "the far end of a ringing outgoing call answers",
          [](T t, W w) { return t.service.farEndAnswer(w); }},
-        {"colleagueCall", {{"EXTENSION", word}, phoneNumber, name},
+        {"colleagueCall", {{"EXTENSION", word}, kNumber, kCallerName},
          "a call rings at a colleague's phone (pickup)",
          [](T t, W w) { return t.service.colleagueCall(w); }},
-        {"voicemail", {line, {"NEW", count}, {"OLD", count}, {"NEWURGENT", count, optional},
+        {"voicemail", {kLine, {"NEW", count}, {"OLD", count}, {"NEWURGENT", count, optional},
                        {"OLDURGENT", count, optional}}, "the mailbox changed",
          [](T t, W w) { return t.service.voicemail(w); }},
-        {"registrationLost", {line, {"CODE", number, optional}},
+        {"registrationLost", {kLine, {"CODE", number, optional}},
          "the line loses its registration (503 unless CODE)",
          [](T t, W w) { return t.service.registration(w, false); }},
-        {"register", {line}, "the line registers again",
+        {"register", {kLine}, "the line registers again",
          [](T t, W w) { return t.service.registration(w, true); }},
-        {"preempt", {line, callId, {"PRIORITY", number, optional}},
+        {"preempt", {kLine, kCallId, {"PRIORITY", number, optional}},
          "a call of higher precedence pre-empts the call",
          [](T t, W w) { return t.service.preempt(w); }},
-        {"impactLevel", {line, callId, {"CALLLEVEL", number}, {"LOCALLEVEL", number}},
+        {"impactLevel", {kLine, kCallId, {"CALLLEVEL", number}, {"LOCALLEVEL", number}},
          "the impact levels of a call change", [](T t, W w) { return t.service.impactLevel(w); }},
-        {"recording", {line, callId, {"on|off", flag}}, "call recording starts or stops",
+        {"recording", {kLine, kCallId, {"on|off", flag}}, "call recording starts or stops",
          [](T t, W w) { return t.service.recording(w); }},
-        {"bluetooth", {line, callId, {"AUDIO", flag}, {"GATEWAY", flag}, {"INBAND", flag}},
+        {"bluetooth", {kLine, kCallId, {"AUDIO", flag}, {"GATEWAY", flag}, {"INBAND", flag}},
          "the Bluetooth audio status changes", [](T t, W w) { return t.service.bluetooth(w); }},
-        {"cstaEvent", {line, {"DOCUMENT", rest}}, "the CSTA peer sends an event or request",
+        {"cstaEvent", {kLine, {"DOCUMENT", rest}}, "the CSTA peer sends an event or request",
          [](T t, W w) { return t.service.cstaEvent(w); }},
         {"systemStatus", {{"STATUS", word}, {"INFO", rest, optional}}, "the system status changes",
          [](T t, W w) { return t.service.systemStatusChange(w); }},
@@ -91,7 +92,7 @@ const std::vector<ControlCommand>& controlCommands() {
          [](T t, W w) { return t.service.changeDevices(w, true); }},
         {"removeDevice", {{"NAME", word}}, "a device leaves the device list",
          [](T t, W w) { return t.service.changeDevices(w, false); }},
-        {"calleeFree", {phoneNumber}, "a call-back's callee is free again",
+        {"calleeFree", {kNumber}, "a call-back's callee is free again",
          [](T t, W w) { return t.service.calleeFree(w); }},
         {"emit", {{"EVENT", word}, {"name=value", rest, optional}},
          "the service sends the event, whole: named as its callback (incomingCall), arguments "
