@@ -14,7 +14,7 @@
 // The console's operations, not the fuzzers' Operations.h beside this file.
 #include "../tools/console/Operations.h"
 #include "Check.h"
-#include "Console.h"
+#include "ControlWords.h"
 #include "LineCheck.h"
 
 namespace {
@@ -23,7 +23,7 @@ const std::vector<std::string>& firstWords() {
     static const std::vector<std::string> words = [] {
         std::vector<std::string> all = {"await", "sim", "help", "echo", "quit", ""};
         for (const console::Operation& operation : console::operations())
-            all.push_back(operation.name);
+            all.emplace_back(operation.name);
         return all;
     }();
     return words;
@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (problem) {
         checkVerdict(line, *problem);
     } else {
-        const std::vector<std::string> words = console::tokenize(line);
+        const std::vector<std::string> words = kit::splitWords(line);
         if (!words.empty()) {
             if (const console::Operation* operation = console::findOperation(words.front())) {
                 std::vector<std::string> arguments(words.begin() + 1, words.end());

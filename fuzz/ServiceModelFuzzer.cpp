@@ -16,8 +16,7 @@
 #include "Check.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
 #include "CommunicationsServiceProxy.h"
-#include "ControlCommandNames.h"
-#include "ControlScript.h"
+#include "ControlCommands.h"
 #include "FuzzedCalls.h"
 #include "PhoneService.h"
 
@@ -109,15 +108,18 @@ private:
     FrameworkContext framework;
 };
 
-std::string controlCommand(FuzzedDataProvider& input) {
-    const std::vector<std::string>& names = simulator::controlCommandNames();
-    std::string command = names[input.ConsumeIntegralInRange<std::size_t>(0, names.size() - 1)];
-    const int words = input.ConsumeIntegralInRange(0, 3);
-    for (int i = 0; i < words; ++i) {
-        command += " ";
-        command += input.ConsumeBool() ? steeredValue(input) : input.ConsumeRandomLengthString(24);
-    }
-    return command;
+// Any command of the table, with a few words that are often values the service knows.
+simulator::Words controlCommand(FuzzedDataProvider& input) {
+    const std::vector<simulator::ControlCommand>& commands = simulator::controlCommands();
+    const simulator::ControlCommand& command =
+        commands[input.ConsumeIntegralInRange<std::size_t>(0, commands.size() - 1)];
+    simulator::Words words{std::string(command.name)};
+    const std::size_t arguments =
+        input.ConsumeIntegralInRange<std::size_t>(0, command.arguments.size() + 1);
+    for (std::size_t i = 0; i < arguments; ++i)
+        words.push_back(input.ConsumeBool() ? steeredValue(input)
+                                            : input.ConsumeRandomLengthString(24));
+    return words;
 }
 
 void operation(CommunicationsServiceProxy& proxy, FuzzedDataProvider& input) {
@@ -151,7 +153,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (int step = 0; step < kMaxSteps && input.remaining_bytes() > 0; ++step) {
         switch (input.ConsumeIntegralInRange(0, 9)) {
         case 7: {
-            const std::string reply = service.control(simulator::splitWords(controlCommand(input)));
+            const std::string reply = service.control(controlCommand(input));
             check::equal(reply.compare(0, 2, "ok") == 0 || reply.compare(0, 6, "error:") == 0, true,
                          "a control answer: " + check::printable(reply));
             break;

@@ -1,7 +1,9 @@
 // The panel in a real browser: it shows the lines; a call started from the page rings an
 // application attached through the desktop host (the console), which answers it, and the
 // page shows it connected within a second; an event emitted from the form reaches the
-// application typed; the trace shows the application's request; a foreign Host gets 403.
+// application typed; the trace shows the application's request; every control command the
+// page offers is a button that works, values with blanks included, and those that cannot
+// work from a page are not offered; a foreign Host gets 403.
 // Usage: node panel.test.mjs SIMULATOR CONSOLE SCREENSHOT
 import { spawn } from 'node:child_process';
 import { mkdtempSync, writeFileSync } from 'node:fs';
@@ -48,15 +50,20 @@ function statusWithHost(url, host) {
 
 let browser;
 try {
-  const simulator = start(simulatorPath, ['--socket', socket, '--lines', '1001', '--panel', '0']);
+  const simulator = start(simulatorPath, ['--socket', socket, '--lines', '1001,1002', '--panel', '0']);
   const url = await until('the panel URL', () => simulator.output.match(/panel at (http:\S+)/)?.[1]);
 
-  // The application: the console on the desktop host, which answers the call it is rung with
-  // and then waits for the event the page will emit.
+  // The application: the console on the desktop host, which leaves a call-back pending (on
+  // a busy callee) and a call ringing at a far end for the page's buttons, answers the call
+  // it is rung with and then waits for the event the page will emit.
   const script = path.join(folder, 'application.txt');
   writeFileSync(script, [
     'subscribe => sfiSuccess',
     'activate => sfiSuccess',
+    'outgoingCallMake 1001 7 2003 0 0 0 => sfiSuccess',
+    'await onCallStateChangeEvent callId=7 callState=busy within=30000',
+    'activateCallbackBusy 1001 7 => sfiSuccess',
+    'outgoingCallMake 1002 8 2002 0 0 0 => sfiSuccess',
     'await onIncomingCallEvent lineId=1001 within=30000',
     'answerCall 1001 1 => sfiSuccess',
     'await onCallHeldEvent lineId=1001 callId=7 within=30000',
@@ -73,9 +80,22 @@ try {
     () => application.output.includes('activate => sfiSuccess') || simulator.output.includes('subscribed'));
   await page.waitForFunction(() => document.querySelector('#clients li')?.textContent.includes('subscribed'));
 
-  await page.fill('input[data-arguments="incomingCall"]', '1001 2005 Erik Fischer');
-  const rung = Date.now();
-  await page.click('button[data-command="incomingCall"]');
+  // Fills a command's inputs, one argument each, presses its button and gives the reply.
+  let pressed = 0;
+  const press = async (name, values) => {
+    const inputs = await page.$$(`[data-arguments="${name}"] input`);
+    for (let i = 0; i < inputs.length; ++i) await inputs[i].fill(values[i] ?? '');
+    await page.evaluate(() => { document.getElementById('reply').textContent = ''; });
+    pressed = Date.now();
+    await page.click(`button[data-command="${name}"]`);
+    // A selector, not a function: the page's policy forbids the evaluation that polling needs.
+    await page.waitForSelector('#reply:not(:empty)');
+    return page.textContent('#reply');
+  };
+  // Rung once the application has made its calls, so that it awaits the ring from then on.
+  await page.waitForSelector('#calls tr[data-state="ringingBack"]', { timeout: 10000 });
+  assert.equal(await press('incomingCall', ['1001', '2005', 'Erik Fischer']), 'ok call 1');
+  const rung = pressed;
   await page.waitForSelector('#calls tr[data-state="connected"]', { timeout: 5000 });
   const connectedAfter = Date.now() - rung;
   assert.ok(connectedAfter < 1000, `the call showed connected after ${connectedAfter} ms`);
@@ -89,12 +109,43 @@ try {
 
   await page.waitForFunction(() => [...document.querySelectorAll('#trace li')]
     .some((item) => item.textContent.includes('answerCall(line="1001", callId=1)')));
-  await page.fill('input[data-arguments="incomingCall"]', 'nosuchline 2005');
-  await page.click('button[data-command="incomingCall"]');
+  assert.match(await press('incomingCall', ['nosuchline', '2005']), /^error: no line/);
   await page.waitForSelector('#reply.error');
 
+  // Every other button, in an order in which each finds what it acts on.
+  const presses = [
+    ['answer', ['8']],
+    ['calleeFree', ['2003']],
+    ['impactLevel', ['1001', '1', '3', '2']],
+    ['recording', ['1001', '1', 'on']],
+    ['bluetooth', ['1001', '1', '1', '0', '1']],
+    ['preempt', ['1002', '8']],
+    ['missedCall', ['1001', '2004', 'Dana Evans']],
+    ['colleagueCall', ['1002', '2001', 'Anna Berg']],
+    ['voicemail', ['1001', '2', '1']],
+    ['registrationLost', ['1002']],
+    ['register', ['1002']],
+    ['cstaEvent', ['1001', '<DeliveredEvent><connection>5</connection></DeliveredEvent>']],
+    ['systemStatus', ['DEGRADED', 'backup link']],
+    ['addDevice', ['Desk phone']],
+    ['removeDevice', ['Desk phone']],
+    ['requests', ['0']],
+    ['delayAnswers', ['0']],
+    ['show', []],
+    ['clients', []],
+    ['help', []],
+    ['hangup', ['1']],
+    ['reset', []],
+  ];
+  const offered = await page.$$eval('button[data-command]', (buttons) =>
+    buttons.map((button) => button.dataset.command));
+  assert.deepEqual([...offered].sort(), ['incomingCall', ...presses.map(([name]) => name)].sort());
+  for (const [name, values] of presses) {
+    const reply = await press(name, values);
+    assert.ok(reply.startsWith('ok'), `${name} ${values.join(' ')} -> ${reply}`);
+  }
+
   assert.equal(await statusWithHost(url, 'attacker.example'), 403);
-  await page.fill('input[data-arguments="incomingCall"]', '');
   await page.screenshot({ path: screenshot });
   console.log(`panel: the browser test passed (connected shown ${connectedAfter} ms after the ring); screenshot ${screenshot}`);
 } catch (error) {

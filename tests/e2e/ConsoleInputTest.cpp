@@ -1,7 +1,8 @@
 // The console and the simulator's command line under careless input: a script that cannot
 // be read, never ends or never comes is an error naming it, socket paths that cannot work
 // are refused by name, and whatever the service or the script holds reaches the terminal
-// escaped.
+// escaped. Values with blanks, quoted by the one rule, arrive whole whichever way they are
+// sent, and a simulator script runs to its end.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <fstream>
 
+#include "Client.h"
 #include "SimulatorProcess.h"
 
 namespace {
@@ -134,6 +136,38 @@ TEST(Timeouts, TheAnswerTimeoutBoundsEveryWaitOfTheConsole) {
                               "300 ms"),
               std::string::npos)
         << run.output;
+}
+
+TEST(ValuesWithBlanks, ReachTheApplicationWholeFromTheConsoleAndFromControl) {
+    kit::SimulatorProcess simulator;
+    kit::Client application(simulator.socketPath());
+    ASSERT_TRUE(application.run(
+        {"subscribe => sfiSuccess",
+         "sim emit callStateChange lineId=1001 callId=1 name=\"Erik Fischer\"",
+         "await onCallStateChangeEvent callId=1 name=\"Erik Fischer\" within=10000"}));
+    const kit::ProgramRun run =
+        kit::runProgram(kSimulator + " control --socket " + simulator.socketPath() +
+                        " emit callStateChange lineId=1001 callId=2 'name=\"Erik Fischer\"'");
+    ASSERT_EQ(run.status, 0) << run.output;
+    EXPECT_TRUE(application.run(
+        {"await onCallStateChangeEvent callId=2 name=\"Erik Fischer\" within=10000"}));
+}
+
+TEST(SimulatorScript, RunsEachStepToItsEndAndTheServiceHoldsWhatItDid) {
+    Folder folder;
+    const std::string script = folder.file(
+        "desk.txt", "# the front desk joins the device list\nwait 10\naddDevice 'Front desk'\n"
+                    "systemStatus DEGRADED \"backup link\"\n");
+    kit::SimulatorProcess simulator({"--script", script});
+    ASSERT_TRUE(simulator.waitForLog("script " + script + " finished")) << simulator.log();
+    EXPECT_NE(simulator.log().find(":3 addDevice \"Front desk\" -> ok"), std::string::npos)
+        << simulator.log();
+    EXPECT_NE(simulator.log().find(":4 systemStatus DEGRADED \"backup link\" -> ok"),
+              std::string::npos)
+        << simulator.log();
+    kit::Client application(simulator.socketPath());
+    EXPECT_TRUE(application.run({"subscribe => sfiSuccess", "activate => sfiSuccess",
+                                 "getDevices => sfiSuccess devices='1001,1002,Front desk'"}));
 }
 
 } // namespace

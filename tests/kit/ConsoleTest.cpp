@@ -4,25 +4,32 @@
 
 #include "CommunicationsService/testing/MockCommunicationsService.h"
 #include "Console.h"
+#include "ControlWords.h"
 #include "EventRecorder.h"
 #include "LineCheck.h"
 #include "Operations.h"
 
 namespace {
 
-TEST(Tokenize, SplitsLikeAShell) {
+// Each line splits into its words, and those words quoted again split back into themselves.
+TEST(Words, SplitLikeAShellAndSurviveQuotingAgain) {
     const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
         {"  answerCall\t1001 12 ", {"answerCall", "1001", "12"}},
         {"a 'b c' \"d \\\"e\\\" \\n\" f''", {"a", "b c", "d \"e\" \n", "f"}},
         {"uri=\"\" name='x y'z", {"uri=", "name=x yz"}},
+        {"emit callStateChange name=\"Erik Fischer\"",
+         {"emit", "callStateChange", "name=Erik Fischer"}},
         {"echo one # a comment", {"echo", "one"}},
         {"# only a comment", {}},
-        {"a#b", {"a#b"}},
+        {"a#b '#c' \\", {"a#b", "#c", "\\"}},
+        {"'' x", {"", "x"}},
     };
-    for (const auto& [line, words] : cases)
-        EXPECT_EQ(console::tokenize(line), words) << line;
-    EXPECT_THROW(console::tokenize("say 'unfinished"), std::invalid_argument);
-    EXPECT_THROW(console::tokenize("say \"unfinished"), std::invalid_argument);
+    for (const auto& [line, words] : cases) {
+        EXPECT_EQ(kit::splitWords(line), words) << line;
+        EXPECT_EQ(kit::splitWords(kit::quoteWords(words)), words) << kit::quoteWords(words);
+    }
+    EXPECT_THROW(kit::splitWords("say 'unfinished"), std::invalid_argument);
+    EXPECT_THROW(kit::splitWords("say \"unfinished"), std::invalid_argument);
 }
 
 TEST(Operations, CoverTheWholeInterfaceAndNameTheirArgumentsWhenMisused) {
@@ -87,7 +94,11 @@ TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
         {"await onCallHeldEvent since=yesterday",
          "await: since= takes only start, not 'yesterday'"},
         {"sim incomingcall 1001 2005",
-         "sim: no control command 'incomingcall'; did you mean 'incomingCall'?"},
+         "sim: unknown control command 'incomingcall'; did you mean 'incomingCall'? (try help)"},
+        {"sim wait 100", "sim: wait works only in a script file"},
+        {"sim hangup", "sim: usage: hangup CALLID"},
+        {"sim recording 1001 1 maybe",
+         "sim: on|off takes on or off, not 'maybe' (usage: recording LINE CALLID on|off)"},
         {"help onCallHeldEvnt",
          "no operation or callback 'onCallHeldEvnt'; did you mean 'onCallHeldEvent'? (try help)"},
         {"echo 'unfinished", "bad line: unterminated ' quote"},
@@ -98,7 +109,8 @@ TEST(LineCheck, NamesEveryUnknownWordBeforeAnythingRunsAndSuggestsNearMisses) {
          {"getForwardingConfiguration 0 => sfiSuccess uri=sip:2002 status=true",
           "await onCallStateChangeEvent callState=connected callingParty=sip:2005 within=100",
           "await onCallStateChangeEvent callState=4 since=start", "sim reset",
-          "help onCallHeldEvent", "isCallHoldPossible 1001 => false", "# note", ""})
+          "sim incomingCall 1001 2005 Erik Fischer", "sim nextAnswer", "help onCallHeldEvent",
+          "isCallHoldPossible 1001 => false", "# note", ""})
         EXPECT_EQ(console::checkLine(line), std::nullopt) << line;
 }
 
@@ -144,23 +156,29 @@ TEST(EventLog, EachAwaitTakesItsOwnMatchingEvent) {
     EXPECT_FALSE(log.await("onCallHeldEvent", {}, none));
 }
 
-// An await looks at the events from the step before it on, unless asked for earlier ones.
-TEST(Console, AwaitsEventsFromTheStepBeforeOnAndMatchesStatesByName) {
+// An await looks at the events from the step before it on, unless asked for earlier ones; a
+// simulator command goes out quoted so that it splits into the words typed.
+TEST(Console, SendsSimulatorCommandsThatSplitAsTypedAndAwaitsEventsFromTheStepBeforeOn) {
     testing::NiceMock<communications::testing::MockCommunicationsService> service;
     console::EventLog log;
     console::EventRecorder recorder([&](const console::RecordedEvent& event) { log.add(event); });
     std::string printed;
+    std::string sent;
     console::Console::Settings settings;
     settings.awaitTimeout = std::chrono::milliseconds(0);
     console::Console console(
         service, recorder, log,
-        [&](const std::string&) {
+        [&](const std::string& command) {
+            sent = command;
             log.add({"onCallStateChangeEvent", {{"callId", "2"}, {"callState", "4"}}});
             return std::string("ok");
         },
         [&](const std::string& line) { printed += line + "\n"; }, settings);
     log.add({"onCallStateChangeEvent", {{"callId", "1"}, {"callState", "4"}}});
     EXPECT_TRUE(console.execute("sim answer 2"));
+    EXPECT_TRUE(console.execute("sim emit callStateChange callId=3 name=\"Erik Fischer\""));
+    EXPECT_EQ(kit::splitWords(sent), (std::vector<std::string>{"emit", "callStateChange",
+                                                               "callId=3", "name=Erik Fischer"}));
     EXPECT_FALSE(console.execute("await onCallStateChangeEvent callId=1"));
     EXPECT_TRUE(console.execute("await onCallStateChangeEvent callId=1 since=start"));
     EXPECT_TRUE(console.execute("await onCallStateChangeEvent callState=connected"));

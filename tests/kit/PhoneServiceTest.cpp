@@ -195,16 +195,23 @@ TEST(ControlCommands, NameTheirUsageWhenMisused) {
         {{"fly"}, "error: unknown control command 'fly' (try help)"},
         {{"hangpu", "1"},
          "error: unknown control command 'hangpu'; did you mean 'hangup'? (try help)"},
-        {{"incomingCall", "1001"}, "error: usage: incomingCall LINE NUMBER [NAME]"},
+        {{"incomingCall", "1001"}, "error: usage: incomingCall LINE NUMBER [NAME...]"},
         {{"incomingCall", "7", "2005"}, "error: no line 7"},
         {{"incomingCall", "1001", "2005"}, "error: line 1001 is not registered"},
-        {{"hangup", "x"}, "error: usage: hangup CALLID"},
+        {{"hangup", "x"}, "error: CALLID takes a whole number, not 'x' (usage: hangup CALLID)"},
+        {{"hangup", "1", "2"}, "error: usage: hangup CALLID"},
         {{"hangup", "3"}, "error: no call 3"},
-        {{"voicemail", "1001", "1", "-2"}, "error: '-2' is not a message count"},
+        {{"voicemail", "1001", "1", "-2"},
+         "error: OLD takes a whole number from 0, not '-2' (usage: voicemail LINE NEW OLD "
+         "[NEWURGENT] [OLDURGENT])"},
         {{"bluetooth", "1001", "1", "1", "maybe", "0"},
-         "error: usage: bluetooth LINE CALLID AUDIO GATEWAY INBAND"},
+         "error: GATEWAY takes on or off, not 'maybe' (usage: bluetooth LINE CALLID AUDIO GATEWAY "
+         "INBAND)"},
+        {{"lastRequest"}, "error: lastRequest works only from a client, on its own connection"},
+        {{"wait", "10"}, "error: wait works only in a script file"},
         {{"removeDevice", "1003"}, "error: device 1003 is not listed"},
-        {{"registrationLost", "1001", "busy"}, "error: usage: registrationLost LINE [CODE]"},
+        {{"registrationLost", "1001", "busy"},
+         "error: CODE takes a whole number, not 'busy' (usage: registrationLost LINE [CODE])"},
     };
     for (const auto& [words, reply] : cases) {
         EXPECT_EQ(service.control(words), reply);
@@ -257,24 +264,28 @@ TEST_F(Service, ListsTheRequestsReceivedFromAnIndexNewestLast) {
     EXPECT_EQ(service.control({"requests"}), "ok\n0 Activate\n1 AnswerCall Line=1001 CallID=77");
     EXPECT_EQ(service.control({"requests", "1"}), "ok\n1 AnswerCall Line=1001 CallID=77");
     EXPECT_EQ(service.control({"requests", "2"}), "ok");
-    EXPECT_EQ(service.control({"requests", "-1"}), "error: usage: requests [FROM]");
+    EXPECT_EQ(service.control({"requests", "-1"}),
+              "error: FROM takes a whole number from 0, not '-1' (usage: requests [FROM])");
 }
 
 TEST(ControlScript, ReadsTimedStepsAndNamesTheFirstBadLine) {
     const auto steps = parseControlScript("# morning\nwait 100\nwait 50\nincomingCall 1001 2005\n"
-                                          "\nvoicemail 1001 1 0\n",
+                                          "\naddDevice 'Desk phone' # the colleague's\n",
                                           "day.txt");
     ASSERT_EQ(steps.size(), 2u);
     EXPECT_EQ(steps[0].wait.count(), 150);
     EXPECT_EQ(steps[0].lineNumber, 4);
     EXPECT_EQ(steps[1].wait.count(), 0);
-    EXPECT_EQ(steps[1].words, (std::vector<std::string>{"voicemail", "1001", "1", "0"}));
+    EXPECT_EQ(steps[1].command, "addDevice \"Desk phone\"");
 
     const std::vector<std::pair<std::string, std::string>> bad = {
-        {"wait\n", "day.txt:1: 'wait' takes one number of milliseconds"},
-        {"wait -5\n", "day.txt:1: 'wait' takes one number of milliseconds"},
-        {"\nwait 1s\n", "day.txt:2: 'wait' takes one number of milliseconds"},
-        {"hangup 1\nteleport 1001\n", "day.txt:2: unknown control command 'teleport'"},
+        {"wait\n", "day.txt:1: usage: wait MS"},
+        {"wait -5\n", "day.txt:1: MS takes a whole number from 0, not '-5' (usage: wait MS)"},
+        {"\nwait 1s\n", "day.txt:2: MS takes a whole number from 0, not '1s' (usage: wait MS)"},
+        {"hangup 1\nteleport 1001\n", "day.txt:2: unknown control command 'teleport' (try help)"},
+        {"nextAnswer sfiSuccess\n",
+         "day.txt:1: nextAnswer works only from a client, on its own connection"},
+        {"systemStatus 'DEGRADED\n", "day.txt:1: unterminated ' quote"},
     };
     for (const auto& [text, error] : bad) {
         try {

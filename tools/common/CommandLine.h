@@ -7,12 +7,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "ControlWords.h"
 #include "NearestName.h"
 
 namespace kit {
@@ -21,13 +21,9 @@ namespace kit {
 inline CLI::Validator milliseconds(int low, int high) {
     return CLI::Validator(
         [low, high](std::string& word) -> std::string {
-            int value = 0;
-            const char* end = word.data() + word.size();
-            const auto parsed = std::from_chars(word.data(), end, value);
-            if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) {
-                return "takes a number of milliseconds, not '" + word + "'";
-            }
-            if (value < low || value > high) {
+            const std::optional<int> value = toInt(word);
+            if (!value) return "takes a number of milliseconds, not '" + word + "'";
+            if (*value < low || *value > high) {
                 return "takes " + std::to_string(low) + " to " + std::to_string(high) +
                        " milliseconds, not " + word;
             }

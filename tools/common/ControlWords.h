@@ -1,29 +1,30 @@
 #pragma once
 
-// The words of control commands and emitted events that the simulator and the console
-// read alike: whole numbers and flags.
+// The words of console lines, control commands and script lines, which the simulator, the
+// console, `comms-simulator control` and the panel read alike: one splitter with one quoting
+// rule, and whole numbers and flags.
 
-#include <charconv>
 #include <optional>
 #include <string>
-
-#include "CommunicationsService/protocol/Description.h"
+#include <string_view>
+#include <vector>
 
 namespace kit {
 
-inline std::optional<int> toInt(const std::string& word) {
-    int value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-    return value;
-}
+// Splits a line into words: blanks separate, '...' quotes literally, "..." quotes with
+// backslash escapes (\" \\ \n \t), quotes may sit inside a word (name="Erik Fischer" is one
+// word), and '#' at the start of a word begins a comment. Throws std::invalid_argument for an
+// unterminated quote.
+std::vector<std::string> splitWords(std::string_view line);
 
-inline std::optional<bool> toFlag(const std::string& word) {
-    namespace protocol = CommunicationsService::protocol;
-    if (word == "1" || word == "on" || word == protocol::kTrueWord || word == "yes") return true;
-    if (word == "0" || word == "off" || word == protocol::kFalseWord || word == "no") return false;
-    return std::nullopt;
-}
+// The words from `first` on, separated by single blanks.
+std::string joinFrom(const std::vector<std::string>& words, std::size_t first);
+
+// The words as one line that splitWords reads back as the same words.
+std::string quoteWords(const std::vector<std::string>& words);
+
+std::optional<int> toInt(std::string_view word);
+
+std::optional<bool> toFlag(std::string_view word);
 
 } // namespace kit

@@ -1,10 +1,10 @@
 #include "Console.h"
 
-#include <charconv>
 #include <map>
 #include <stdexcept>
 
 #include "CommunicationsService/desktop/Printable.h"
+#include "ControlWords.h"
 #include "EmittedEvent.h"
 #include "LineCheck.h"
 #include "Operations.h"
@@ -21,53 +21,7 @@ std::optional<NamedValue> splitAssignment(const std::string& word) {
     return NamedValue{word.substr(0, equals), word.substr(equals + 1)};
 }
 
-std::string joinWords(const std::vector<std::string>& words, std::size_t first) {
-    std::string joined;
-    for (std::size_t i = first; i < words.size(); ++i)
-        joined += (i > first ? " " : "") + words[i];
-    return joined;
-}
-
 } // namespace
-
-std::vector<std::string> tokenize(const std::string& line) {
-    std::vector<std::string> words;
-    std::string word;
-    bool inWord = false;
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const char c = line[i];
-        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
-            if (inWord) words.push_back(word);
-            word.clear();
-            inWord = false;
-        } else if (c == '#' && !inWord) {
-            break;
-        } else if (c == '\'') {
-            const std::size_t end = line.find('\'', i + 1);
-            if (end == std::string::npos) throw std::invalid_argument("unterminated ' quote");
-            word += line.substr(i + 1, end - i - 1);
-            inWord = true;
-            i = end;
-        } else if (c == '"') {
-            inWord = true;
-            for (++i;; ++i) {
-                if (i >= line.size()) throw std::invalid_argument("unterminated \" quote");
-                if (line[i] == '"') break;
-                if (line[i] == '\\' && i + 1 < line.size()) {
-                    const char escaped = line[++i];
-                    word.push_back(escaped == 'n' ? '\n' : escaped == 't' ? '\t' : escaped);
-                } else {
-                    word.push_back(line[i]);
-                }
-            }
-        } else {
-            word.push_back(c);
-            inWord = true;
-        }
-    }
-    if (inWord) words.push_back(word);
-    return words;
-}
 
 Console::Console(CommunicationsServiceIfc& serviceInterface, Executable& eventSubscriber,
                  EventLog& eventLog, Control controlCommand, Print printLine,
@@ -99,7 +53,7 @@ bool Console::fail(const std::string& message) {
 bool Console::execute(const std::string& line) {
     std::vector<std::string> words;
     try {
-        words = tokenize(line);
+        words = kit::splitWords(line);
     } catch (const std::invalid_argument& error) {
         return fail(std::string("bad line: ") + error.what());
     }
@@ -127,7 +81,7 @@ bool Console::execute(const std::string& line) {
         return true;
     }
     if (command == "echo") {
-        print("# " + joinWords(words, 1));
+        print("# " + kit::joinFrom(words, 1));
         return true;
     }
     if (command == "await") return await(words);
@@ -208,10 +162,7 @@ bool Console::await(const std::vector<std::string>& words) {
         if (assignment->name == "since") {
             from = 0;
         } else if (assignment->name == "within") {
-            int milliseconds = 0;
-            const std::string& value = assignment->value;
-            std::from_chars(value.data(), value.data() + value.size(), milliseconds);
-            timeout = std::chrono::milliseconds(milliseconds);
+            timeout = std::chrono::milliseconds(kit::toInt(assignment->value).value_or(0));
         } else {
             assignment->value =
                 simulator::recordedValue(event, assignment->name, assignment->value);
@@ -238,7 +189,8 @@ bool Console::await(const std::vector<std::string>& words) {
 }
 
 bool Console::simulate(const std::vector<std::string>& words) {
-    const std::string reply = control(joinWords(words, 1));
+    // Quoted again so that the simulator splits the command into these very words.
+    const std::string reply = control(kit::quoteWords({words.begin() + 1, words.end()}));
     if (reply.empty()) {
         // A command too big for a frame is refused before it is sent.
         const std::string refusal = settings.refusal ? settings.refusal() : std::string();
@@ -247,7 +199,7 @@ bool Console::simulate(const std::vector<std::string>& words) {
     }
     print("< sim: " + reply);
     if (reply.compare(0, 2, "ok") != 0) {
-        return fail("sim " + joinWords(words, 1) + " failed (try sim help)");
+        return fail("sim " + kit::joinFrom(words, 1) + " failed (try sim help)");
     }
     return true;
 }

@@ -19,11 +19,6 @@
 
 namespace console {
 
-// Splits a line into words: blanks separate, '...' quotes literally, "..." quotes with
-// backslash escapes (\" \\ \n \t), '#' at the start of a word begins a comment. Throws
-// std::invalid_argument for an unterminated quote.
-std::vector<std::string> tokenize(const std::string& line);
-
 class Console {
 public:
     using Print = std::function<void(const std::string& line)>;

@@ -2,14 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <sstream>
 #include <stdexcept>
 
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
 #include "Console.h"
-#include "ControlCommandNames.h"
+#include "ControlCommands.h"
+#include "ControlWords.h"
 #include "EmittedEvent.h"
 #include "NearestName.h"
 #include "Operations.h"
@@ -51,13 +51,8 @@ std::optional<std::string> checkAwait(const std::vector<std::string>& words) {
         const std::string name = words[i].substr(0, equals);
         const std::string value = words[i].substr(equals + 1);
         if (name == "within") {
-            int milliseconds = -1;
-            const auto parsed =
-                std::from_chars(value.data(), value.data() + value.size(), milliseconds);
-            if (parsed.ec != std::errc() || parsed.ptr != value.data() + value.size() ||
-                milliseconds < 0) {
+            if (kit::toInt(value).value_or(-1) < 0)
                 return "await: within= takes milliseconds, not " + quoted(value);
-            }
         } else if (name == "since") {
             if (value != "start") return "await: since= takes only start, not " + quoted(value);
         } else if (!known(name, *arguments)) {
@@ -70,6 +65,13 @@ std::optional<std::string> checkAwait(const std::vector<std::string>& words) {
         }
     }
     return std::nullopt;
+}
+
+std::optional<std::string> checkControl(const simulator::Words& words) {
+    if (words.empty()) return "sim takes a control command (try sim help)";
+    const std::string problem = simulator::commandProblem(words, simulator::Place::connection);
+    if (problem.empty()) return std::nullopt;
+    return "sim: " + desktop::printable(problem);
 }
 
 std::optional<std::string> checkOperation(const std::vector<std::string>& words) {
@@ -130,7 +132,7 @@ const std::vector<std::string>* callbackArguments(const std::string& callback) {
 std::optional<std::string> checkLine(const std::string& line) {
     std::vector<std::string> words;
     try {
-        words = tokenize(line);
+        words = kit::splitWords(line);
     } catch (const std::invalid_argument& error) {
         return std::string("bad line: ") + error.what();
     }
@@ -147,12 +149,7 @@ std::optional<std::string> checkLine(const std::string& line) {
         return unknown("operation or callback", words[1], names) + " (try help)";
     }
     if (command == "await") return checkAwait(words);
-    if (command == "sim") {
-        if (words.size() < 2) return "sim takes a control command (try sim help)";
-        if (!known(words[1], simulator::controlCommandNames()))
-            return "sim: " + unknown("control command", words[1], simulator::controlCommandNames());
-        return std::nullopt;
-    }
+    if (command == "sim") return checkControl({words.begin() + 1, words.end()});
     return checkOperation(words);
 }
 

@@ -10,20 +10,13 @@
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/SimulatorCodes.h"
 #include "CommunicationsService/protocol/Requests.h"
+#include "ControlWords.h"
 
 #include <limits>
 
 namespace console {
 
 namespace {
-
-std::optional<int> parseInteger(const std::string& word) {
-    int value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-    return value;
-}
 
 // A whole number, but one too large for an int.
 bool outOfRange(const std::string& word) {
@@ -35,12 +28,6 @@ bool outOfRange(const std::string& word) {
 }
 
 namespace protocol = CommunicationsService::protocol;
-
-std::optional<bool> parseFlag(const std::string& word) {
-    if (word == "1" || word == protocol::kTrueWord || word == "yes" || word == "on") return true;
-    if (word == "0" || word == protocol::kFalseWord || word == "no" || word == "off") return false;
-    return std::nullopt;
-}
 
 constexpr int kStates = static_cast<int>(std::size(protocol::kServiceStateNames));
 
@@ -254,9 +241,9 @@ std::vector<Operation> makeOperations() {
 
 } // namespace
 
-int Arguments::integer(std::size_t index) const { return parseInteger(words.at(index)).value(); }
+int Arguments::integer(std::size_t index) const { return kit::toInt(words.at(index)).value(); }
 
-bool Arguments::flag(std::size_t index) const { return parseFlag(words.at(index)).value(); }
+bool Arguments::flag(std::size_t index) const { return kit::toFlag(words.at(index)).value(); }
 
 sfiServiceState Arguments::serviceState(std::size_t index) const {
     return parseServiceState(words.at(index)).value();
@@ -299,7 +286,7 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
         }
         const std::string& word = words[i];
         std::string problem;
-        if (parameter.kind == ArgumentKind::Integer && !parseInteger(word)) {
+        if (parameter.kind == ArgumentKind::Integer && !kit::toInt(word)) {
             problem = outOfRange(word)
                           ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
                                 " to " + std::to_string(std::numeric_limits<int>::max()) + ")"
@@ -307,7 +294,7 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
                           ? "must be a lamp mode (off, on, flashing, winking, flickering) or a "
                             "number"
                           : "must be a whole number";
-        } else if (parameter.kind == ArgumentKind::Flag && !parseFlag(word)) {
+        } else if (parameter.kind == ArgumentKind::Flag && !kit::toFlag(word)) {
             problem = "must be a flag (1/0, true/false, yes/no, on/off)";
         } else if (parameter.kind == ArgumentKind::ServiceState && !parseServiceState(word)) {
             problem = "must be a service state (";

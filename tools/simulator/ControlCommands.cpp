@@ -1,9 +1,11 @@
 // Control commands: what happens on the far side, at a colleague's phone or in the
 // network, and a view of what the service holds.
 
+#include "ControlCommands.h"
+
 #include <algorithm>
 
-#include "ControlCommandNames.h"
+#include "ControlWords.h"
 #include "EmittedEvent.h"
 #include "Messages.h"
 #include "NearestName.h"
@@ -14,63 +16,214 @@ namespace simulator {
 
 using namespace parts;
 
-const char* PhoneService::controlHelp() {
-    return "incomingCall LINE NUMBER [NAME]    a call arrives and rings until handled\n"
-           "missedCall LINE NUMBER [NAME]      a call arrives and the caller gives up\n"
-           "hangup CALLID                      the far end clears the call\n"
-           "answer CALLID                      the far end of a ringing outgoing call answers\n"
-           "colleagueCall EXTENSION NUMBER [NAME]  a call rings at a colleague's phone (pickup)\n"
-           "voicemail LINE NEW OLD [NEWURGENT OLDURGENT]  the mailbox changed\n"
-           "registrationLost LINE [CODE]       the line loses its registration\n"
-           "register LINE                      the line registers again\n"
-           "preempt LINE CALLID [PRIORITY]     a call of higher precedence pre-empts the call\n"
-           "impactLevel LINE CALLID CALL LOCAL the impact levels of a call change\n"
-           "recording LINE CALLID on|off       call recording starts or stops\n"
-           "bluetooth LINE CALLID AUDIO GATEWAY INBAND  Bluetooth audio status (0/1 each)\n"
-           "cstaEvent LINE DOCUMENT            the CSTA peer sends an event or request\n"
-           "systemStatus STATUS [INFO]         the system status changes\n"
-           "addDevice NAME | removeDevice NAME the device list changes\n"
-           "calleeFree NUMBER                  a call-back's callee is free again\n"
-           "emit EVENT [name=value...]         the service sends the event, whole: named as its\n"
-           "                                   callback (incomingCall), arguments by name\n"
-           "requests [FROM]                    the requests received, numbered from 0, from FROM\n"
-           "                                   on, newest last: method and fields\n"
-           "reset                              back to the start: every call hung up (with its\n"
-           "                                   events), lines unregistered, settings cleared,\n"
-           "                                   call identifiers from 1\n"
-           "show                               what the service holds now (lines, calls,\n"
-           "                                   forwarding per line and type, ...)\n";
+namespace {
+
+constexpr ArgumentKind word = ArgumentKind::word;
+constexpr ArgumentKind number = ArgumentKind::number;
+constexpr ArgumentKind count = ArgumentKind::count;
+constexpr ArgumentKind flag = ArgumentKind::flag;
+constexpr ArgumentKind rest = ArgumentKind::rest;
+constexpr bool optional = true;
+
+bool fits(ArgumentKind kind, const std::string& word) {
+    switch (kind) {
+    case ArgumentKind::number:
+        return toInt(word).has_value();
+    case ArgumentKind::count:
+        return toInt(word).value_or(-1) >= 0;
+    case ArgumentKind::flag:
+        return toFlag(word).has_value();
+    default:
+        return true;
+    }
 }
 
-std::string PhoneService::control(const std::vector<std::string>& words) {
-    if (words.empty()) return "error: empty control command";
-    const std::string& command = words.front();
-    if (command == "incomingCall") return incomingCall(words, false);
-    if (command == "missedCall") return incomingCall(words, true);
-    if (command == "hangup") return farEndHangUp(words);
-    if (command == "answer") return farEndAnswer(words);
-    if (command == "colleagueCall") return colleagueCall(words);
-    if (command == "voicemail") return voicemail(words);
-    if (command == "registrationLost") return registration(words, false);
-    if (command == "register") return registration(words, true);
-    if (command == "preempt") return preempt(words);
-    if (command == "impactLevel") return impactLevel(words);
-    if (command == "recording") return recording(words);
-    if (command == "bluetooth") return bluetooth(words);
-    if (command == "cstaEvent") return cstaEvent(words);
-    if (command == "systemStatus") return systemStatusChange(words);
-    if (command == "addDevice") return changeDevices(words, true);
-    if (command == "removeDevice") return changeDevices(words, false);
-    if (command == "calleeFree") return calleeFree(words);
-    if (command == "show" && words.size() == 1) return show();
-    if (command == "emit") return emit(words);
-    if (command == "requests") return listRequests(words);
-    if (command == "reset" && words.size() == 1) {
-        reset();
-        return "ok";
+using T = ControlTarget&;
+using W = const Words&;
+constexpr ControlArgument kLine{"LINE", word}, kCallId{"CALLID", number};
+constexpr ControlArgument kNumber{"NUMBER", word}, kCallerName{"NAME", rest, optional};
+
+} // namespace
+
+const char* kindText(ArgumentKind kind) {
+    constexpr const char* kTexts[] = {"a word", "a whole number", "a whole number from 0",
+                                      "on or off", "words"};
+    return kTexts[static_cast<int>(kind)];
+}
+
+// A friend of the service: the commands' actions reach into it. Laid out by hand, a row or
+// two per command.
+const std::vector<ControlCommand>& controlCommands() {
+    // clang-format off
+    static const std::vector<ControlCommand> commands = {
+        {"incomingCall", {kLine, kNumber, kCallerName}, "a call arrives and rings until handled",
+         [](T t, W w) { return t.service.incomingCall(w, false); }},
+        {"missedCall", {kLine, kNumber, kCallerName}, "a call arrives and the caller gives up",
+         [](T t, W w) { return t.service.incomingCall(w, true); }},
+        {"hangup", {kCallId}, "the far end clears the call",
+         [](T t, W w) { return t.service.farEndHangUp(w); }},
+        {"answer", {kCallId}, "the far end of a ringing outgoing call answers",
+         [](T t, W w) { return t.service.farEndAnswer(w); }},
+        {"colleagueCall", {{"EXTENSION", word}, kNumber, kCallerName},
+         "a call rings at a colleague's phone (pickup)",
+         [](T t, W w) { return t.service.colleagueCall(w); }},
+        {"voicemail", {kLine, {"NEW", count}, {"OLD", count}, {"NEWURGENT", count, optional},
+                       {"OLDURGENT", count, optional}}, "the mailbox changed",
+         [](T t, W w) { return t.service.voicemail(w); }},
+        {"registrationLost", {kLine, {"CODE", number, optional}},
+         "the line loses its registration (503 unless CODE)",
+         [](T t, W w) { return t.service.registration(w, false); }},
+        {"register", {kLine}, "the line registers again",
+         [](T t, W w) { return t.service.registration(w, true); }},
+        {"preempt", {kLine, kCallId, {"PRIORITY", number, optional}},
+         "a call of higher precedence pre-empts the call",
+         [](T t, W w) { return t.service.preempt(w); }},
+        {"impactLevel", {kLine, kCallId, {"CALLLEVEL", number}, {"LOCALLEVEL", number}},
+         "the impact levels of a call change", [](T t, W w) { return t.service.impactLevel(w); }},
+        {"recording", {kLine, kCallId, {"on|off", flag}}, "call recording starts or stops",
+         [](T t, W w) { return t.service.recording(w); }},
+        {"bluetooth", {kLine, kCallId, {"AUDIO", flag}, {"GATEWAY", flag}, {"INBAND", flag}},
+         "the Bluetooth audio status changes", [](T t, W w) { return t.service.bluetooth(w); }},
+        {"cstaEvent", {kLine, {"DOCUMENT", rest}}, "the CSTA peer sends an event or request",
+         [](T t, W w) { return t.service.cstaEvent(w); }},
+        {"systemStatus", {{"STATUS", word}, {"INFO", rest, optional}}, "the system status changes",
+         [](T t, W w) { return t.service.systemStatusChange(w); }},
+        {"addDevice", {{"NAME", word}}, "a device joins the device list",
+         [](T t, W w) { return t.service.changeDevices(w, true); }},
+        {"removeDevice", {{"NAME", word}}, "a device leaves the device list",
+         [](T t, W w) { return t.service.changeDevices(w, false); }},
+        {"calleeFree", {kNumber}, "a call-back's callee is free again",
+         [](T t, W w) { return t.service.calleeFree(w); }},
+        {"emit", {{"EVENT", word}, {"name=value", rest, optional}},
+         "the service sends the event, whole: named as its callback (incomingCall), arguments "
+         "by name", [](T t, W w) { return t.service.emit(w); }},
+        {"requests", {{"FROM", count, optional}},
+         "the requests received, numbered from 0, from FROM on, newest last: method and fields",
+         [](T t, W w) { return t.service.listRequests(w); }},
+        {"reset", {}, "back to the start: every call hung up (with its events), lines "
+         "unregistered, settings cleared, call identifiers from 1, no answer steering",
+         [](T t, W) {
+             if (t.server != nullptr) t.server->clearAnswerSteering();
+             t.service.reset();
+             return std::string("ok");
+         }},
+        {"show", {}, "what the service holds now (lines, calls, forwarding per line and type, ...)",
+         [](T t, W) { return t.service.show(); }},
+        {"clients", {}, "the connected clients",
+         [](T t, W) { return t.server != nullptr ? t.server->clientList() : std::string("ok"); }},
+        {"delayAnswers", {{"MS", count}}, "hold every later answer to a request back that long",
+         [](T t, W w) {
+             if (t.server == nullptr) return std::string("error: no server to delay answers");
+             t.server->delayAnswers(std::chrono::milliseconds(*toInt(w[1])));
+             return std::string("ok");
+         }},
+        {"lastRequest", {}, "the last request text of this client",
+         [](T t, W) { return "ok\n" + t.client->lastRequest(); }, Reach::ownConnection},
+        {"nextAnswer", {{"TEXT", rest, optional}},
+         "answer this client's next request so, without effect",
+         [](T t, W w) {
+             t.client->forceNextAnswer(joinFrom(w, 1));
+             return std::string("ok");
+         }, Reach::ownConnection},
+        {"help", {}, "this list", [](T, W) { return "ok\n" + controlHelp(); }},
+        {"wait", {{"MS", count}}, "(scripts only) pause that long before the next step", nullptr,
+         Reach::script},
+    };
+    // clang-format on
+    return commands;
+}
+
+const ControlCommand* findControlCommand(std::string_view name) {
+    for (const ControlCommand& command : controlCommands())
+        if (command.name == name) return &command;
+    return nullptr;
+}
+
+std::vector<std::string> controlCommandNames() {
+    std::vector<std::string> names;
+    for (const ControlCommand& command : controlCommands())
+        names.emplace_back(command.name);
+    return names;
+}
+
+std::string controlUsage(const ControlCommand& command) {
+    std::string usage(command.name);
+    for (const ControlArgument& argument : command.arguments) {
+        std::string shown(argument.name);
+        if (argument.kind == ArgumentKind::rest) shown += "...";
+        usage += " " + (argument.optional ? "[" + shown + "]" : shown);
     }
-    return "error: unknown control command '" + command + "'" +
-           kit::didYouMean(command, controlCommandNames()) + " (try help)";
+    return usage;
+}
+
+std::string controlHelp() {
+    // Usage in the first column, what the command does in the second, wrapped within 100.
+    constexpr std::size_t kColumn = 35, kWidth = 100;
+    std::string help;
+    for (const ControlCommand& command : controlCommands()) {
+        std::string line = controlUsage(command);
+        std::string_view rest = command.help;
+        while (!rest.empty()) {
+            const std::string_view word = rest.substr(0, rest.find(' '));
+            rest.remove_prefix(std::min(word.size() + 1, rest.size()));
+            if (line.size() < kColumn) line.resize(kColumn, ' ');
+            if (line.size() + 1 + word.size() > kWidth) {
+                help += line + "\n";
+                line.assign(kColumn, ' ');
+            }
+            line += (line.back() == ' ' ? "" : " ") + std::string(word);
+        }
+        help += line + "\n";
+    }
+    return help;
+}
+
+namespace {
+
+std::string argumentProblem(const ControlCommand& command, const Words& words) {
+    const std::vector<ControlArgument>& arguments = command.arguments;
+    const auto required = static_cast<std::size_t>(
+        std::count_if(arguments.begin(), arguments.end(),
+                      [](const ControlArgument& argument) { return !argument.optional; }));
+    const bool open = !arguments.empty() && arguments.back().kind == ArgumentKind::rest;
+    const std::size_t given = words.size() - 1;
+    if (given < required || (!open && given > arguments.size()))
+        return "usage: " + controlUsage(command);
+    for (std::size_t i = 0; i < std::min(given, arguments.size()); ++i) {
+        if (!fits(arguments[i].kind, words[i + 1])) {
+            return std::string(arguments[i].name) + " takes " + kindText(arguments[i].kind) +
+                   ", not '" + words[i + 1] + "' (usage: " + controlUsage(command) + ")";
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+std::string commandProblem(const Words& words, Place place) {
+    if (words.empty()) return "empty control command";
+    const ControlCommand* command = findControlCommand(words.front());
+    if (command == nullptr) {
+        return "unknown control command '" + words.front() + "'" +
+               kit::didYouMean(words.front(), controlCommandNames()) + " (try help)";
+    }
+    if (command->reach == Reach::script && place != Place::script)
+        return words.front() + " works only in a script file";
+    if (command->reach == Reach::ownConnection && place != Place::connection)
+        return words.front() + " works only from a client, on its own connection";
+    return argumentProblem(*command, words);
+}
+
+std::string runControl(ControlTarget& target, const Words& words) {
+    const Place place = target.client != nullptr ? Place::connection : Place::elsewhere;
+    if (const std::string problem = commandProblem(words, place); !problem.empty())
+        return "error: " + problem;
+    return findControlCommand(words.front())->run(target, words);
+}
+
+std::string PhoneService::control(const Words& words) {
+    ControlTarget target{*this};
+    return runControl(target, words);
 }
 
 std::string PhoneService::emit(const std::vector<std::string>& words) {
@@ -81,12 +234,9 @@ std::string PhoneService::emit(const std::vector<std::string>& words) {
 }
 
 std::string PhoneService::listRequests(const std::vector<std::string>& words) {
-    const std::optional<int> from = words.size() == 1   ? 0
-                                    : words.size() == 2 ? toInt(words[1])
-                                                        : std::nullopt;
-    if (!from || *from < 0) return usage("requests [FROM]");
+    const int from = words.size() == 2 ? *toInt(words[1]) : 0;
     std::string list = "ok";
-    for (std::size_t index = static_cast<std::size_t>(*from); index < received.size(); ++index)
+    for (std::size_t index = static_cast<std::size_t>(from); index < received.size(); ++index)
         list += "\n" + std::to_string(index) + " " + received[index];
     return list;
 }
@@ -101,9 +251,6 @@ std::string PhoneService::noCallError(const std::vector<std::string>& words) {
 }
 
 std::string PhoneService::incomingCall(const std::vector<std::string>& words, bool missed) {
-    if (words.size() < 3) {
-        return usage(missed ? "missedCall LINE NUMBER [NAME]" : "incomingCall LINE NUMBER [NAME]");
-    }
     const std::string& line = words[1];
     if (!knownLine(line)) return "error: no line " + line;
     if (!lines[line].registered) return "error: line " + line + " is not registered";
@@ -120,9 +267,7 @@ std::string PhoneService::incomingCall(const std::vector<std::string>& words, bo
 }
 
 std::string PhoneService::farEndHangUp(const std::vector<std::string>& words) {
-    const std::optional<int> id = words.size() == 2 ? toInt(words[1]) : std::nullopt;
-    if (!id) return usage("hangup CALLID");
-    auto found = calls.find(*id);
+    auto found = calls.find(*toInt(words[1]));
     if (found == calls.end()) return "error: no call " + words[1];
     hangUp(found->second);
     return "ok";
@@ -138,18 +283,16 @@ void PhoneService::hangUp(const Call& call) {
 }
 
 std::string PhoneService::farEndAnswer(const std::vector<std::string>& words) {
-    const std::optional<int> id = words.size() == 2 ? toInt(words[1]) : std::nullopt;
-    if (!id) return usage("answer CALLID");
-    auto found = calls.find(*id);
+    const int id = *toInt(words[1]);
+    auto found = calls.find(id);
     if (found == calls.end() || found->second.state != kRingback) {
         return "error: call " + words[1] + " is not ringing at a far end";
     }
-    farEndAnswers(*id);
+    farEndAnswers(id);
     return "ok";
 }
 
 std::string PhoneService::colleagueCall(const std::vector<std::string>& words) {
-    if (words.size() < 3) return usage("colleagueCall EXTENSION NUMBER [NAME]");
     if (settings.lines.empty()) return "error: the phone has no line";
     Call offer;
     offer.id = allocateCallId(0);
@@ -172,15 +315,10 @@ void PhoneService::publishMessageWaiting() {
 }
 
 std::string PhoneService::voicemail(const std::vector<std::string>& words) {
-    constexpr const char* kUsage = "voicemail LINE NEW OLD [NEWURGENT OLDURGENT]";
-    if (words.size() != 4 && words.size() != 6) return usage(kUsage);
     if (!knownLine(words[1])) return "error: no line " + words[1];
     std::vector<unsigned> counts;
-    for (std::size_t i = 2; i < words.size(); ++i) {
-        const std::optional<int> count = toInt(words[i]);
-        if (!count || *count < 0) return "error: '" + words[i] + "' is not a message count";
-        counts.push_back(static_cast<unsigned>(*count));
-    }
+    for (std::size_t i = 2; i < words.size(); ++i)
+        counts.push_back(static_cast<unsigned>(*toInt(words[i])));
     counts.resize(4, 0);
     messageWaiting = {words[1], counts[0], counts[1], counts[2], counts[3]};
     publishMessageWaiting();
@@ -188,41 +326,30 @@ std::string PhoneService::voicemail(const std::vector<std::string>& words) {
 }
 
 std::string PhoneService::registration(const std::vector<std::string>& words, bool registered) {
-    const std::optional<int> code =
-        words.size() == 3 ? toInt(words[2]) : std::optional<int>(registered ? 200 : 503);
-    if (words.size() < 2 || words.size() > 3 || !code) {
-        return usage(registered ? "register LINE" : "registrationLost LINE [CODE]");
-    }
+    const int code = words.size() == 3 ? *toInt(words[2]) : registered ? 200 : 503;
     if (!knownLine(words[1])) return "error: no line " + words[1];
     lines[words[1]].registered = registered;
     events.publish(
-        writeEvent(protocol::events::registrationStateChange, words[1], 0, registered, *code));
+        writeEvent(protocol::events::registrationStateChange, words[1], 0, registered, code));
     return "ok";
 }
 
 std::string PhoneService::preempt(const std::vector<std::string>& words) {
-    const std::optional<int> id = words.size() >= 3 ? toInt(words[2]) : std::nullopt;
-    const std::optional<int> priority = words.size() == 4 ? toInt(words[3]) : std::optional<int>(4);
-    if (words.size() < 3 || words.size() > 4 || !id || !priority) {
-        return usage("preempt LINE CALLID [PRIORITY]");
-    }
+    const int priority = words.size() == 4 ? *toInt(words[3]) : 4;
     Call* call = commandCall(words);
     if (call == nullptr) return noCallError(words);
     const std::string reason = "pre-empted by a call of higher precedence";
     events.publish(writeEvent(protocol::events::preemptionStatusChanged, call->line, call->id,
-                              *priority, 1, reason));
+                              priority, 1, reason));
     Call cleared = *call;
-    calls.erase(*id);
+    calls.erase(call->id);
     cleared.state = kIdle;
-    cleared.priority = *priority;
+    cleared.priority = priority;
     publishCallState(cleared, kCauseNormalClearing, reason);
     return "ok";
 }
 
 std::string PhoneService::impactLevel(const std::vector<std::string>& words) {
-    if (words.size() != 5 || !toInt(words[2]) || !toInt(words[3]) || !toInt(words[4])) {
-        return usage("impactLevel LINE CALLID CALLLEVEL LOCALLEVEL");
-    }
     if (commandCall(words) == nullptr) return noCallError(words);
     events.publish(writeEvent(protocol::events::impactLevelChanged, words[1], *toInt(words[2]),
                               *toInt(words[3]), *toInt(words[4])));
@@ -230,33 +357,24 @@ std::string PhoneService::impactLevel(const std::vector<std::string>& words) {
 }
 
 std::string PhoneService::recording(const std::vector<std::string>& words) {
-    const std::optional<bool> on = words.size() == 4 ? toFlag(words[3]) : std::nullopt;
-    if (!on || !toInt(words[2])) return usage("recording LINE CALLID on|off");
+    const bool on = *toFlag(words[3]);
     Call* call = commandCall(words);
     if (call == nullptr) return noCallError(words);
-    call->recorded = *on;
+    call->recorded = on;
     events.publish(writeEvent(protocol::events::callRecordingStatus, call->line, call->id,
-                              *on ? "true" : "false"));
+                              on ? "true" : "false"));
     return "ok";
 }
 
 std::string PhoneService::bluetooth(const std::vector<std::string>& words) {
-    constexpr const char* kUsage = "bluetooth LINE CALLID AUDIO GATEWAY INBAND";
-    if (words.size() != 6 || !toInt(words[2])) return usage(kUsage);
-    std::vector<bool> flags;
-    for (std::size_t i = 3; i < 6; ++i) {
-        const std::optional<bool> flag = toFlag(words[i]);
-        if (!flag) return usage(kUsage);
-        flags.push_back(*flag);
-    }
     if (!knownLine(words[1])) return "error: no line " + words[1];
     events.publish(writeEvent(protocol::events::bluetoothAudioStatusChanged, words[1],
-                              *toInt(words[2]), bool(flags[0]), bool(flags[1]), bool(flags[2])));
+                              *toInt(words[2]), *toFlag(words[3]), *toFlag(words[4]),
+                              *toFlag(words[5])));
     return "ok";
 }
 
 std::string PhoneService::cstaEvent(const std::vector<std::string>& words) {
-    if (words.size() < 3) return usage("cstaEvent LINE DOCUMENT");
     if (!knownLine(words[1])) return "error: no line " + words[1];
     events.publish(
         writeEvent(protocol::events::b2buaCSTAEventOrRequest, words[1], joinFrom(words, 2)));
@@ -264,14 +382,12 @@ std::string PhoneService::cstaEvent(const std::vector<std::string>& words) {
 }
 
 std::string PhoneService::systemStatusChange(const std::vector<std::string>& words) {
-    if (words.size() < 2) return usage("systemStatus STATUS [INFO]");
     systemState = words[1];
     events.publish(writeEvent(protocol::events::systemStatus, words[1], joinFrom(words, 2)));
     return "ok";
 }
 
 std::string PhoneService::changeDevices(const std::vector<std::string>& words, bool add) {
-    if (words.size() != 2) return usage(add ? "addDevice NAME" : "removeDevice NAME");
     auto found = std::find(devices.begin(), devices.end(), words[1]);
     if (add == (found != devices.end())) {
         return "error: device " + words[1] + (add ? " is already listed" : " is not listed");
@@ -288,7 +404,6 @@ std::string PhoneService::changeDevices(const std::vector<std::string>& words, b
 }
 
 std::string PhoneService::calleeFree(const std::vector<std::string>& words) {
-    if (words.size() != 2) return usage("calleeFree NUMBER");
     const std::string number = partyFor(words[1]).number;
     auto callback = std::find_if(callbacks.begin(), callbacks.end(),
                                  [&](const Callback& c) { return c.callee.number == number; });

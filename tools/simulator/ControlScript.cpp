@@ -1,30 +1,12 @@
 #include "ControlScript.h"
 
-#include "ControlCommandNames.h"
-
 #include <algorithm>
-#include <charconv>
 #include <stdexcept>
 
+#include "ControlCommands.h"
+#include "ControlWords.h"
+
 namespace simulator {
-
-std::vector<std::string> splitWords(std::string_view line) {
-    std::vector<std::string> words;
-    std::size_t position = 0;
-    while (position < line.size()) {
-        const std::size_t begin = line.find_first_not_of(" \t\r", position);
-        if (begin == std::string_view::npos) break;
-        const std::size_t end = std::min(line.find_first_of(" \t\r", begin), line.size());
-        words.emplace_back(line.substr(begin, end - begin));
-        position = end;
-    }
-    return words;
-}
-
-bool isControlCommand(const std::string& name) {
-    const std::vector<std::string>& names = controlCommandNames();
-    return std::find(names.begin(), names.end(), name) != names.end();
-}
 
 std::vector<ScriptStep> parseControlScript(std::string_view text, const std::string& source) {
     std::vector<ScriptStep> steps;
@@ -33,27 +15,24 @@ std::vector<ScriptStep> parseControlScript(std::string_view text, const std::str
     while (!text.empty()) {
         ++lineNumber;
         const std::size_t end = std::min(text.find('\n'), text.size());
-        const std::vector<std::string> words = splitWords(text.substr(0, end));
+        const std::string_view line = text.substr(0, end);
         text.remove_prefix(std::min(end + 1, text.size()));
-        auto fail = [&](const std::string& problem) {
+        Words words;
+        std::string problem;
+        try {
+            words = kit::splitWords(line);
+            if (!words.empty()) problem = commandProblem(words, Place::script);
+        } catch (const std::invalid_argument& error) {
+            problem = error.what();
+        }
+        if (!problem.empty())
             throw std::runtime_error(source + ":" + std::to_string(lineNumber) + ": " + problem);
-        };
-        if (words.empty() || words.front()[0] == '#') continue;
-        if (words.front() == "wait") {
-            int milliseconds = -1;
-            const std::string& amount = words.size() == 2 ? words[1] : std::string();
-            const auto parsed =
-                std::from_chars(amount.data(), amount.data() + amount.size(), milliseconds);
-            if (words.size() != 2 || parsed.ec != std::errc() ||
-                parsed.ptr != amount.data() + amount.size() || milliseconds < 0) {
-                fail("'wait' takes one number of milliseconds");
-            }
-            pendingWait += std::chrono::milliseconds(milliseconds);
+        if (words.empty()) continue;
+        if (findControlCommand(words.front())->reach == Reach::script) {
+            pendingWait += std::chrono::milliseconds(*kit::toInt(words[1]));
             continue;
         }
-        if (!isControlCommand(words.front()))
-            fail("unknown control command '" + words.front() + "'");
-        steps.push_back({lineNumber, pendingWait, words});
+        steps.push_back({lineNumber, pendingWait, kit::quoteWords(words)});
         pendingWait = std::chrono::milliseconds(0);
     }
     return steps;

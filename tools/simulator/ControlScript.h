@@ -1,7 +1,8 @@
 #pragma once
 
 // Script files of timed control steps: one control command per line, "wait MS" pauses
-// before the next step, '#' starts a comment line, blank lines are skipped.
+// before the next step, '#' starts a comment, blank lines are skipped. Lines split into
+// words as the console's and `comms-simulator control`'s do.
 
 #include <chrono>
 #include <string>
@@ -13,15 +14,10 @@ namespace simulator {
 struct ScriptStep {
     int lineNumber = 0;
     std::chrono::milliseconds wait{0}; // before the command
-    std::vector<std::string> words;    // the control command
+    std::string command;
 };
-
-std::vector<std::string> splitWords(std::string_view line);
 
 // Throws std::runtime_error naming the source and line of the first bad line.
 std::vector<ScriptStep> parseControlScript(std::string_view text, const std::string& source);
-
-// The command names that the simulator knows, for checking scripts before they run.
-bool isControlCommand(const std::string& name);
 
 } // namespace simulator

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "CallStates.h"
+#include "ControlCommands.h"
 #include "RequestParser.h"
 
 namespace simulator {
@@ -146,14 +147,16 @@ public:
     // from 1. Steps scheduled before are dropped.
     void reset();
 
-    // Carries out one control command; the answer begins with "ok" or "error:".
-    std::string control(const std::vector<std::string>& words);
-    static const char* controlHelp();
+    // Carries out one control command that needs neither a server nor a client; the answer
+    // begins with "ok" or "error:".
+    std::string control(const Words& words);
 
     // The phone at a glance, as one JSON object: lines, calls, lamps, settings, mailbox.
     std::string stateJson() const;
 
 private:
+    friend const std::vector<ControlCommand>& controlCommands();
+
     using Handler = std::optional<std::string> (PhoneService::*)(const ParsedRequest&);
     static const std::map<std::string, Handler>& handlers();
 

@@ -35,16 +35,7 @@ inline constexpr int kCallbackRecall = 2;
 using kit::toFlag;
 using kit::toInt;
 
-inline std::string joinFrom(const std::vector<std::string>& words, std::size_t first) {
-    std::string joined;
-    for (std::size_t i = first; i < words.size(); ++i) {
-        if (i > first) joined.push_back(' ');
-        joined.append(words[i]);
-    }
-    return joined;
-}
-
-inline std::string usage(const char* text) { return std::string("error: usage: ") + text; }
+using kit::joinFrom;
 
 inline std::string truncated(const std::string& text) { return text.substr(0, kPartyTextLimit); }
 

@@ -6,13 +6,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <deque>
 #include <stdexcept>
 
 #include "CommunicationsService/protocol/Requests.h"
-#include "ControlScript.h"
+#include "ControlWords.h"
 #include "RequestParser.h"
 
 namespace simulator {
@@ -54,7 +53,7 @@ std::optional<std::pair<dev_t, ino_t>> socketIdentity(const std::string& path) {
 
 } // namespace
 
-class Server::Session : public std::enable_shared_from_this<Session> {
+class Server::Session : public std::enable_shared_from_this<Session>, public ControlClient {
 public:
     Session(Server& owner, Socket connected, int sessionNumber)
         : server(owner), socket(std::move(connected)), number(sessionNumber) {}
@@ -93,11 +92,14 @@ public:
         server.forget(number);
     }
 
+    std::string lastRequest() const override { return lastRequestText; }
+    void forceNextAnswer(std::string text) override { forcedAnswer = std::move(text); }
+
     Server& server;
     Socket socket;
     const int number;
     std::string protocol;
-    std::string lastRequest;
+    std::string lastRequestText;
     std::vector<std::string> channels;
     std::optional<std::string> forcedAnswer;
 
@@ -332,7 +334,7 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
 void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& frame) {
     const std::string client = "client " + std::to_string(session->number);
     const bool awaited = frame.kind != FrameKind::OneWay;
-    session->lastRequest = frame.text;
+    session->lastRequestText = frame.text;
     if (verbose) log(desktop::LogLevel::debug, client + " request " + frame.text);
     auto refuse = [&](const std::string& problem) {
         log(desktop::LogLevel::warning,
@@ -441,15 +443,6 @@ void Server::after(std::chrono::milliseconds delay, std::function<void()> step) 
     });
 }
 
-const char* Server::controlHelp() {
-    return "clients                            the connected clients\n"
-           "lastRequest                        the last request text of this client\n"
-           "nextAnswer TEXT                    answer this client's next request so\n"
-           "delayAnswers MS                    hold every answer back that long\n"
-           "help                               this list\n"
-           "wait MS                            (--script files only) pause before the next step\n";
-}
-
 std::string Server::control(const std::string& command) {
     tell(Traffic::Happening::received, 0, {FrameKind::Control, 0, {}, command});
     holdingEvents = true;
@@ -463,40 +456,33 @@ std::string Server::control(const std::string& command, Session* session) {
     if (session != nullptr && clientControl) {
         if (std::optional<std::string> reply = clientControl(command)) return *reply;
     }
-    const std::vector<std::string> words = splitWords(command);
-    const std::string name = words.empty() ? std::string() : words.front();
-    if (name == "help") return std::string("ok\n") + PhoneService::controlHelp() + controlHelp();
-    if (name == "lastRequest" && session != nullptr) return "ok\n" + session->lastRequest;
-    if (name == "nextAnswer" && session != nullptr) {
-        const std::size_t start = command.find("nextAnswer") + std::string("nextAnswer").size();
-        session->forcedAnswer = command.substr(std::min(start + 1, command.size()));
-        return "ok";
+    Words words;
+    try {
+        words = kit::splitWords(command);
+    } catch (const std::invalid_argument& error) {
+        return std::string("error: ") + error.what();
     }
-    if (name == "delayAnswers") {
-        int milliseconds = -1;
-        if (words.size() == 2) {
-            std::from_chars(words[1].data(), words[1].data() + words[1].size(), milliseconds);
-        }
-        if (milliseconds < 0) return "error: usage: delayAnswers MS";
-        answerDelay = std::chrono::milliseconds(milliseconds);
-        return "ok";
+    ControlTarget target{*service, this, session};
+    return runControl(target, words);
+}
+
+std::string Server::clientList() const {
+    std::string list = "ok";
+    for (const auto& [number, client] : sessions) {
+        list +=
+            "\nclient " + std::to_string(number) + " protocol '" + client->protocol + "' channels";
+        for (const std::string& channel : client->channels)
+            list += " " + channel;
     }
-    if (name == "reset" && words.size() == 1) {
-        answerDelay = std::chrono::milliseconds(0);
-        for (auto& [number, client] : sessions)
-            client->forcedAnswer.reset();
-    }
-    if (name == "clients") {
-        std::string list = "ok";
-        for (const auto& [number, client] : sessions) {
-            list += "\nclient " + std::to_string(number) + " protocol '" + client->protocol +
-                    "' channels";
-            for (const std::string& channel : client->channels)
-                list += " " + channel;
-        }
-        return list;
-    }
-    return service->control(words);
+    return list;
+}
+
+void Server::delayAnswers(std::chrono::milliseconds delay) { answerDelay = delay; }
+
+void Server::clearAnswerSteering() {
+    answerDelay = std::chrono::milliseconds(0);
+    for (auto& [number, client] : sessions)
+        client->forcedAnswer.reset();
 }
 
 } // namespace simulator

@@ -40,7 +40,7 @@ struct ClientLimits {
     std::size_t totalBytes = 128u << 20;
 };
 
-class Server : public EventSink, public Scheduler {
+class Server : public EventSink, public Scheduler, public ControlServer {
 public:
     // The log gets the clients' bytes as they are: it must escape them itself.
     Server(asio::io_context& io, std::string socketPath, Log log, bool verbose,
@@ -57,7 +57,10 @@ public:
     // Runs a control command as if a client had sent it; the answer begins with "ok" or
     // "error:".
     std::string control(const std::string& command);
-    static const char* controlHelp();
+
+    std::string clientList() const override;
+    void delayAnswers(std::chrono::milliseconds delay) override;
+    void clearAnswerSteering() override;
 
     // Watchers are told of all traffic from then on, in the order they were added.
     void watch(TrafficWatcher watcher);

@@ -10,6 +10,7 @@
 #include "CommunicationsService/Version.h"
 #include "CommunicationsService/desktop/Printable.h"
 #include "ControlScript.h"
+#include "ControlWords.h"
 #include "Panel.h"
 #include "PhoneService.h"
 #include "ReadInput.h"
@@ -56,52 +57,29 @@ void runScript(simulator::Server& server, std::shared_ptr<std::vector<simulator:
         logLine("script " + source + " finished");
         return;
     }
-    const simulator::ScriptStep& step = (*steps)[index];
-    server.after(step.wait, [&server, steps, index, source] {
-        const simulator::ScriptStep& current = (*steps)[index];
-        std::string command;
-        for (const std::string& word : current.words)
-            command += (command.empty() ? "" : " ") + word;
-        logLine("script " + source + ":" + std::to_string(current.lineNumber) + " " + command +
-                " -> " + server.control(command));
+    server.after((*steps)[index].wait, [&server, steps, index, source] {
+        const simulator::ScriptStep& step = (*steps)[index];
+        logLine("script " + source + ":" + std::to_string(step.lineNumber) + " " + step.command +
+                " -> " + server.control(step.command));
         runScript(server, steps, index + 1, source);
     });
 }
 
+// The words as the shell passed them are pieces of one control line, joined by blanks and
+// split again by the simulator's one rule: 'name="Erik Fischer"' is one value with a blank.
 int sendControl(const std::string& socketPath, const std::vector<std::string>& words) {
-    std::string command;
-    for (const std::string& word : words)
-        command += (command.empty() ? "" : " ") + word;
-    const desktop::wire::Frame request{desktop::wire::FrameKind::Control, 1, {}, command};
-    if (const std::string problem = desktop::wire::sizeProblem(request); !problem.empty()) {
-        complain("not sent: " + problem);
+    const std::string command = kit::joinFrom(words, 0);
+    FrameworkContext context;
+    desktop::ServiceChannel channel(context, socketPath, std::chrono::seconds(10), {},
+                                    [](const std::string&) {});
+    const std::string answer = channel.control(command);
+    if (answer.empty()) {
+        const std::string refusal = channel.refusalOfLastRequest();
+        complain(refusal.empty() ? "no answer from " + socketPath : "not sent: " + refusal);
         return 2;
     }
-    asio::io_context io;
-    asio::local::stream_protocol::socket socket(io);
-    asio::error_code error;
-    socket.connect(asio::local::stream_protocol::endpoint(socketPath), error);
-    if (error) {
-        complain("cannot connect to " + socketPath + ": " + error.message());
-        return 2;
-    }
-    asio::write(socket, asio::buffer(desktop::wire::encode(request)), error);
-    std::array<unsigned char, desktop::wire::kHeaderSize> header{};
-    if (!error) asio::read(socket, asio::buffer(header), error);
-    std::string body;
-    if (!error) {
-        body.resize(std::min(desktop::wire::bodySize(header.data()), desktop::wire::kMaxBodySize));
-        asio::read(socket, asio::buffer(body), error);
-    }
-    std::string problem;
-    const std::optional<desktop::wire::Frame> answer =
-        error ? std::nullopt : desktop::wire::decode(body, problem);
-    if (!answer) {
-        complain("no answer from " + socketPath + ": " + (error ? error.message() : problem));
-        return 2;
-    }
-    std::cout << desktop::terminalSafe(answer->text) << "\n";
-    return answer->text.compare(0, 2, "ok") == 0 ? 0 : 1;
+    std::cout << desktop::terminalSafe(answer) << "\n";
+    return answer.compare(0, 2, "ok") == 0 ? 0 : 1;
 }
 
 } // namespace
@@ -188,8 +166,7 @@ int main(int argc, char** argv) {
     controlCommand->add_option("-s,--socket", socketPath, "Unix-domain socket of the simulator")
         ->capture_default_str();
     controlCommand->add_option("command", controlWords, "The command and its arguments");
-    app.footer(std::string("Control commands:\n") + simulator::PhoneService::controlHelp() +
-               simulator::Server::controlHelp());
+    app.footer("Control commands:\n" + simulator::controlHelp());
 
     if (const std::optional<int> status = kit::parse(app, "comms-simulator", argc, argv))
         return *status;

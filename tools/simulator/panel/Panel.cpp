@@ -13,6 +13,8 @@
 #include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
+#include "ControlCommands.h"
+#include "ControlWords.h"
 #include "EmittedEvent.h"
 #include "PanelMessage.h"
 #include "PanelPage.h"
@@ -57,6 +59,24 @@ std::string_view kindName(protocol::FieldKind kind) {
 }
 
 // Every event the page's form can emit, with its arguments named and typed.
+// The commands the page can run, with their arguments: those of a client's own connection
+// and of scripts cannot run from here.
+Json controlVocabulary() {
+    Json commands = Json::array();
+    for (const ControlCommand& command : controlCommands()) {
+        if (command.reach != Reach::anywhere) continue;
+        Json arguments = Json::array();
+        for (const ControlArgument& argument : command.arguments) {
+            arguments.push_back({{"name", argument.name},
+                                 {"kind", kindText(argument.kind)},
+                                 {"optional", argument.optional}});
+        }
+        commands.push_back(
+            {{"name", command.name}, {"help", command.help}, {"arguments", arguments}});
+    }
+    return commands;
+}
+
 Json eventVocabulary() {
     Json events = Json::array();
     std::apply(
@@ -221,9 +241,7 @@ private:
     void opened(Handle page) {
         pages[page] = PageState{};
         Json hello;
-        hello["vocabulary"] = {
-            {"events", eventVocabulary()},
-            {"controls", std::string(PhoneService::controlHelp()) + Server::controlHelp()}};
+        hello["vocabulary"] = {{"events", eventVocabulary()}, {"controls", controlVocabulary()}};
         hello["trace"] = Json::array();
         for (const Json& entry : trace)
             hello["trace"].push_back(entry);

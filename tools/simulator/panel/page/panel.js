@@ -45,8 +45,8 @@ function received(message) {
   if (message.error) showReply(message.error, true);
 }
 
-function send(command) {
-  socket.send(JSON.stringify({ control: command, id: nextReply++ }));
+function send(command, args) {
+  socket.send(JSON.stringify({ control: command, arguments: args, id: nextReply++ }));
 }
 
 function showReply(text, failed) {
@@ -57,20 +57,29 @@ function showReply(text, failed) {
 function showVocabulary(vocabulary) {
   const controls = byId('controls');
   controls.replaceChildren();
-  for (const line of vocabulary.controls.split('\n')) {
-    const match = line.match(/^(\S+)((?: \[?[A-Z][A-Z|.]*\]?| [a-z|]+)*)\s{2,}(.*)$/);
-    if (!match || match[1] === 'emit' || match[1] === 'help') continue;
-    const [, name, usage, description] = match;
+  for (const command of vocabulary.controls) {
+    // A command with a form of its own on the page (emit) gets no row here.
+    if (document.querySelector(`[data-form-of="${command.name}"]`)) continue;
     const row = element('div', undefined, 'control');
-    const button = element('button', name);
+    const button = element('button', command.name);
     button.type = 'button';
-    button.dataset.command = name;
-    const argumentsInput = element('input');
-    argumentsInput.placeholder = usage.trim();
-    argumentsInput.dataset.arguments = name;
-    button.onclick = () => send(`${name} ${argumentsInput.value}`.trim());
-    argumentsInput.onkeydown = (key) => { if (key.key === 'Enter') button.click(); };
-    row.append(button, argumentsInput, element('small', description));
+    button.dataset.command = command.name;
+    button.title = command.help;
+    const inputs = command.arguments.map((argument) => {
+      const input = element('input');
+      input.placeholder = argument.optional ? `[${argument.name}]` : argument.name;
+      input.title = `${argument.name}: ${argument.kind}`;
+      input.dataset.argument = argument.name;
+      input.onkeydown = (key) => { if (key.key === 'Enter') button.click(); };
+      return input;
+    });
+    // Each input is one argument, blanks and all; left empty, an optional one is left out.
+    button.onclick = () => send(command.name,
+      inputs.map((input) => input.value).filter((value) => value !== ''));
+    const fields = element('span', undefined, 'arguments');
+    fields.dataset.arguments = command.name;
+    fields.append(...inputs);
+    row.append(button, fields, element('small', command.help));
     controls.append(row);
   }
   const select = byId('emit-event');
@@ -89,7 +98,7 @@ function showVocabulary(vocabulary) {
     for (const input of byId('emit-arguments').querySelectorAll('input')) {
       if (input.value !== '') words.push(`${input.name}=${input.value}`);
     }
-    send(`emit ${words.join(' ')}`);
+    send('emit', words);
   };
 }
 
