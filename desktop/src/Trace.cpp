@@ -29,7 +29,7 @@ std::string call(const message::Description& described, std::string_view text) {
             continue;
         typed += typed.back() == '(' ? "" : ", ";
         typed.append(value.name).append("=");
-        if (value.kind == message::Kind::text) {
+        if (message::quoted(value.kind)) {
             typed.append("\"").append(*value.text).append("\"");
         } else {
             typed.append(*value.text);

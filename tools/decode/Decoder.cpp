@@ -57,9 +57,7 @@ void annotate(const message::Description& described, std::vector<Argument>& argu
         argument.quoted = argument.name != "reservedValue";
         for (const message::Value& value : described.values) {
             if (value.name != argument.name) continue;
-            argument.quoted = value.kind == message::Kind::text ||
-                              value.kind == message::Kind::payload ||
-                              value.kind == message::Kind::party;
+            argument.quoted = message::quoted(value.kind);
             if (!value.text)
                 argument.note = missingNote(value.kind, value.tag);
             else if (value.kind == message::Kind::party && value.text->size() > kPartyWidth)
@@ -155,7 +153,7 @@ Decoded Decoder::request(std::string_view text) {
     for (const message::Value& value : described.values) {
         Argument argument{std::string(value.name),
                           std::string(value.text.value_or("")),
-                          value.kind == message::Kind::text || value.kind == message::Kind::payload,
+                          message::quoted(value.kind),
                           {}};
         if (!value.text) argument.note = "missing: no " + angled(value.tag);
         call.arguments.push_back(std::move(argument));

@@ -28,8 +28,13 @@ struct Element {
 // earlier inside another element's value is the one found, as the readers find it.
 std::optional<Element> firstElement(std::string_view text, std::string_view tag);
 
-// What a value is, for showing it: texts are quoted, numbers and flags are not.
+// What a value is, for showing it.
 enum class Kind : std::uint8_t { text, number, flag, list, payload, party };
+
+// Whether a value of the kind is shown in quotes: the texts, not the numbers, flags and lists.
+constexpr bool quoted(Kind kind) {
+    return kind == Kind::text || kind == Kind::payload || kind == Kind::party;
+}
 
 struct Value {
     // The argument, answer output or party value it fills.
