@@ -1,5 +1,6 @@
 // The panel's door: only its own Host and Origin get in, a page's messages are checked,
-// and a page that stops reading neither slows the simulator nor makes it grow.
+// a page that stops reading neither slows the simulator nor makes it grow, and each answer
+// the trace shows follows the request it answers, whatever became of the client.
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -9,14 +10,19 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <regex>
 #include <string>
+#include <thread>
 
 #include "Client.h"
+#include "RawSocket.h"
 #include "SimulatorProcess.h"
 
 namespace {
+
+using desktop::wire::FrameKind;
 
 // A TCP connection to the panel that reads with a time-out.
 class Connection {
@@ -197,6 +203,11 @@ TEST(PanelMessages, AMalformedOrDeepOneGetsAnErrorAndAnOversizedOneClosesThePage
               1009);
 }
 
+// A client of the simulator that has selected the protocol.
+void speakProtocol(kit::RawSocket& client) {
+    client.send({FrameKind::Protocol, 0, {}, "CommunicationsServiceProtocol"});
+}
+
 long residentKilobytes(pid_t process) {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);)
@@ -224,6 +235,65 @@ TEST(PanelBacklog, APageThatStopsReadingNeitherSlowsTheSimulatorNorMakesItGrow) 
     // 3,000 events of 4 kB, each a trace line of twice that, went to a page that reads none.
     EXPECT_LT(grown, 40 * 1024) << "kB";
     EXPECT_LT(stopwatch.elapsedMs(), 30000);
+}
+
+TEST(PanelTrace, ShowsEachAnswerAfterTheRequestItAnswersThoughAClientUsesAFrameIdTwice) {
+    Panel panel;
+    Connection page(panel.port);
+    page.send(upgrade(panel.own, "http://" + panel.own));
+    ASSERT_NE(page.receive(headersDone).find("101"), std::string::npos);
+    kit::RawSocket client(panel.simulator.socketPath());
+    speakProtocol(client);
+    client.send({FrameKind::Control, 1, {}, "delayAnswers 200"});
+    ASSERT_TRUE(client.receive());
+    // Both are asked before either is answered, under the same frame id.
+    for (const char* call : {"1", "2"})
+        client.send({FrameKind::Request,
+                     7,
+                     {},
+                     std::string("<Method>AnswerCall</Method><Line>1001</Line><CallID>") + call +
+                         "</CallID>"});
+    ASSERT_TRUE(client.receive());
+    ASSERT_TRUE(client.receive());
+    const std::string first = R"(answerCall(line=\"1001\", callId=1) -> )";
+    const std::string second = R"(answerCall(line=\"1001\", callId=2) -> )";
+    const std::string shown = page.receive([&](const std::string& got) {
+        return got.find(first) != std::string::npos && got.find(second) != std::string::npos;
+    });
+    EXPECT_NE(shown.find(first), std::string::npos) << shown;
+    EXPECT_NE(shown.find(second), std::string::npos) << shown;
+}
+
+TEST(PanelTrace, KeepsNothingOfAClientThatLeftBeforeItsAnswer) {
+    kit::reuseFreedMemoryAtOnce();
+    // Long texts go back to the system as soon as they are freed, so that what is measured
+    // is what the simulator still holds.
+    setenv("MALLOC_MMAP_THRESHOLD_", "65536", 1);
+    Panel panel;
+    unsetenv("MALLOC_MMAP_THRESHOLD_");
+    kit::RawSocket speaker(panel.simulator.socketPath());
+    speakProtocol(speaker);
+    speaker.send({FrameKind::Control, 1, {}, "delayAnswers 100"});
+    ASSERT_TRUE(speaker.receive());
+    const long before = residentKilobytes(panel.simulator.processId());
+    const std::string longLine(1u << 20, 'l');
+    for (int i = 0; i < 30; ++i) {
+        kit::RawSocket leaving(panel.simulator.socketPath());
+        speakProtocol(leaving);
+        leaving.send({FrameKind::Request,
+                      1,
+                      {},
+                      "<Method>AnswerCall</Method><Line>" + longLine + "</Line>"});
+    }
+    // 1,200 short trace lines push the long ones out of those kept for pages that open later.
+    for (int i = 0; i < 600; ++i) {
+        speaker.send({FrameKind::Control, 2, {}, "clients"});
+        ASSERT_TRUE(speaker.receive());
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    const long grown = residentKilobytes(panel.simulator.processId()) - before;
+    // Each request shown is twice its megabyte of text.
+    EXPECT_LT(grown, 16 * 1024) << "kB";
 }
 
 } // namespace

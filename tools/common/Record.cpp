@@ -4,24 +4,16 @@
 #include <ctime>
 #include <nlohmann/json.hpp>
 #include <set>
-#include <tuple>
 
 #include "BoundedJson.h"
 #include "CommunicationsService/desktop/MessageText.h"
-#include "CommunicationsService/protocol/Events.h"
-#include "CommunicationsService/protocol/Requests.h"
 
 namespace kit::record {
 
 namespace {
 
-namespace protocol = CommunicationsService::protocol;
 using Json = nlohmann::ordered_json;
 using desktop::wire::FrameKind;
-
-// The names the four party elements are recorded under, in kPartyTags' order.
-constexpr std::string_view kPartyNames[] = {"callingParty", "callingPartyName", "calledParty",
-                                            "calledPartyName"};
 
 constexpr std::pair<FrameKind, std::string_view> kKindWords[] = {
     {FrameKind::Protocol, "protocol"},   {FrameKind::Request, "request"},
@@ -32,32 +24,6 @@ constexpr std::pair<FrameKind, std::string_view> kKindWords[] = {
 
 const std::set<std::string> kMembers = {"time",    "client", "direction", "kind", "id",
                                         "channel", "method", "fields",    "text", "textHex"};
-
-void addElement(Fields& fields, std::string_view name, std::string_view text,
-                std::string_view tag) {
-    if (const auto found = desktop::message::firstElement(text, tag))
-        fields.emplace_back(std::string(name), std::string(found->value));
-}
-
-// The first event whose name the method matches, as the invoker tries them.
-template <typename Visit> void visitEvent(std::string_view method, Visit&& visit) {
-    bool done = false;
-    std::apply(
-        [&](const auto&... entry) {
-            (
-                [&](const auto& row) {
-                    if (done || method.empty()) return;
-                    if (row.match == protocol::Match::exact
-                            ? method == row.method
-                            : method.substr(0, row.method.size()) == row.method) {
-                        done = true;
-                        visit(row);
-                    }
-                }(entry),
-                ...);
-        },
-        protocol::events::all);
-}
 
 bool validUtf8(const std::string& text) {
     try {
@@ -107,124 +73,39 @@ std::optional<FrameKind> frameKind(std::string_view word) {
     return std::nullopt;
 }
 
-std::string methodOf(std::string_view text) {
-    if (text.substr(0, protocol::requests::kSignalling.size()) == protocol::requests::kSignalling)
-        return std::string(protocol::requests::kSignalling.substr(0, 8));
-    const std::size_t start = text.find(protocol::kMethodOpen);
-    if (start == std::string_view::npos) return {};
-    const std::size_t from = start + protocol::kMethodOpen.size();
-    const std::size_t end = text.find(protocol::kMethodClose, from);
-    if (end == std::string_view::npos) return {};
-    return std::string(text.substr(from, end - from));
-}
-
-Fields requestFields(std::string_view text) {
-    Fields fields;
-    const std::string method = methodOf(text);
-    std::apply(
-        [&](const auto&... entry) {
-            (
-                [&](const auto& row) {
-                    if (method.empty() || row.method != method) return;
-                    std::size_t end =
-                        text.find(protocol::kMethodClose) + protocol::kMethodClose.size();
-                    std::apply(
-                        [&](const auto&... field) {
-                            (
-                                [&](const auto& one) {
-                                    if (one.encoding == protocol::Encoding::payload) {
-                                        fields.emplace_back(std::string(one.argument),
-                                                            std::string(text.substr(end)));
-                                    } else if (const auto found =
-                                                   desktop::message::firstElement(text, one.tag)) {
-                                        fields.emplace_back(std::string(one.argument),
-                                                            std::string(found->value));
-                                        end = std::max(end, found->end);
-                                    }
-                                }(field),
-                                ...);
-                        },
-                        row.fields);
-                }(entry),
-                ...);
-        },
-        protocol::requests::all);
-    return fields;
-}
-
-Fields eventFields(std::string_view text) {
-    Fields fields;
-    visitEvent(methodOf(text), [&](const auto& row) {
-        std::apply(
-            [&](const auto&... field) {
-                (
-                    [&](const auto& one) {
-                        if (one.kind == protocol::FieldKind::parties) {
-                            for (std::size_t i = 0; i < std::size(protocol::kPartyTags); ++i)
-                                addElement(fields, kPartyNames[i], text, protocol::kPartyTags[i]);
-                        } else if (one.kind == protocol::FieldKind::payload) {
-                            const std::size_t at = text.find(one.tag);
-                            if (at != std::string_view::npos)
-                                fields.emplace_back(std::string(one.argument),
-                                                    std::string(text.substr(at + one.tag.size())));
-                        } else {
-                            addElement(fields, one.argument, text, one.tag);
-                        }
-                    }(field),
-                    ...);
-            },
-            row.fields);
-    });
-    return fields;
-}
-
-Fields answerFields(std::string_view method, std::string_view text) {
-    Fields fields;
-    std::apply(
-        [&](const auto&... entry) {
-            (
-                [&](const auto& row) {
-                    using Answer = std::decay_t<decltype(row.answer)>;
-                    if constexpr (protocol::answers::isTagged<Answer>) {
-                        if (row.method != method) return;
-                        addElement(fields, "result", text, row.answer.resultTag);
-                        std::apply(
-                            [&](const auto&... field) {
-                                (addElement(fields, field.output, text, field.tag), ...);
-                            },
-                            row.answer.fields);
-                    }
-                }(entry),
-                ...);
-        },
-        protocol::requests::all);
-    return fields;
-}
-
-Entry describeFrame(FrameKind kind, const std::string& text, const std::string& answered) {
+Entry describeFrame(const desktop::wire::Frame& frame, const desktop::wire::Frame* question) {
     Entry entry;
-    entry.kind = std::string(kindWord(kind));
-    entry.text = text;
-    switch (kind) {
+    entry.kind = std::string(kindWord(frame.kind));
+    entry.text = frame.text;
+    desktop::message::Description described;
+    switch (frame.kind) {
     case FrameKind::Request:
     case FrameKind::Subscribe:
     case FrameKind::OneWay:
-        entry.method = methodOf(text);
-        entry.fields = requestFields(text);
+        described = desktop::message::describeRequest(frame.text);
         break;
     case FrameKind::Event:
-        entry.method = methodOf(text);
-        entry.fields = eventFields(text);
+        described = desktop::message::describeEvent(frame.text);
         break;
     case FrameKind::Answer:
-        entry.method = answered;
-        entry.fields = answerFields(answered, text);
+        if (question == nullptr) break;
+        if (question->kind == FrameKind::Control) {
+            entry.method = describeFrame(*question).method;
+            return entry;
+        }
+        described = desktop::message::describeRequest(question->text);
+        entry.method = described.method;
+        described = desktop::message::describeAnswer(described.request, frame.text);
         break;
     case FrameKind::Control:
-        entry.method = text.substr(0, text.find_first_of(" \t"));
-        break;
+        entry.method = frame.text.substr(0, frame.text.find_first_of(" \t"));
+        return entry;
     case FrameKind::Protocol:
-        break;
+        return entry;
+    }
+    if (entry.method.empty()) entry.method = described.method;
+    for (const desktop::message::Value& value : described.values) {
+        if (value.text) entry.fields.emplace_back(value.name, *value.text);
     }
     return entry;
 }

@@ -50,15 +50,10 @@ struct Entry {
 std::string_view kindWord(desktop::wire::FrameKind kind);
 std::optional<desktop::wire::FrameKind> frameKind(std::string_view word);
 
-// The entry of a frame; `answered` is the method of the request an answer answers.
-Entry describeFrame(desktop::wire::FrameKind kind, const std::string& text,
-                    const std::string& answered = {});
-
-// The method and the fields of a text as the description reads it.
-std::string methodOf(std::string_view text);
-Fields requestFields(std::string_view text);
-Fields eventFields(std::string_view text);
-Fields answerFields(std::string_view method, std::string_view text);
+// The entry of a frame, its fields as the plug-in reads them; an answer is described by the
+// request or control command it answers, its `question`.
+Entry describeFrame(const desktop::wire::Frame& frame,
+                    const desktop::wire::Frame* question = nullptr);
 
 // One line of the record, without its line end.
 std::string toLine(const Entry& entry);

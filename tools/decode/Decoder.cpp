@@ -1,18 +1,14 @@
 #include "Decoder.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <stdexcept>
-#include <tuple>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
 #include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
-#include "CommunicationsService/protocol/Events.h"
-#include "CommunicationsService/protocol/Requests.h"
+#include "CommunicationsService/protocol/Catalogue.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
 #include "CommunicationsService/testing/CannedChannel.h"
 #include "Record.h"
@@ -25,16 +21,12 @@ namespace decode {
 namespace {
 
 namespace protocol = CommunicationsService::protocol;
+namespace message = desktop::message;
 using communications::testing::NamedCall;
 using desktop::wire::FrameKind;
-using protocol::FieldKind;
 
 // A party field holds 64 characters and its terminator; the plug-in cuts a longer value.
 constexpr std::size_t kPartyWidth = 64;
-
-// The record's members each party element fills, in the party tags' order.
-constexpr std::string_view kPartyMembers[] = {"callingParty", "callingPartyName", "calledParty",
-                                              "calledPartyName"};
 
 class CallCollector : public communications::testing::CallbackRecorder {
 public:
@@ -45,68 +37,35 @@ public:
 
 std::string angled(std::string_view tag) { return "<" + std::string(tag) + ">"; }
 
-std::optional<std::string_view> valueOf(std::string_view text, std::string_view tag) {
-    const auto found = desktop::message::firstElement(text, tag);
-    if (!found) return std::nullopt;
-    return found->value;
-}
-
-std::string missingNote(FieldKind kind, std::string_view tag) {
+std::string missingNote(message::Kind kind, std::string_view tag) {
     switch (kind) {
-    case FieldKind::text:
+    case message::Kind::text:
+    case message::Kind::party:
         return "default: no " + angled(tag) + ", so empty";
-    case FieldKind::flag:
+    case message::Kind::flag:
         return "default: no " + angled(tag) + ", so -1, which is true";
-    case FieldKind::payload:
+    case message::Kind::payload:
         return "default: no " + std::string(tag) + ", so the first 8 bytes cut off";
     default:
         return "default: no " + angled(tag);
     }
 }
 
-// The notes of one event's arguments, in the order the recorder names them.
-template <typename Entry>
-void annotate(const Entry& entry, std::string_view text, std::vector<Argument>& arguments) {
-    std::size_t index = 0;
-    const auto note = [&](std::size_t at, std::string why) {
-        if (at < arguments.size()) arguments[at].note = std::move(why);
-    };
-    std::apply(
-        [&](const auto&... field) {
-            (
-                [&](const auto& one) {
-                    if (one.kind == FieldKind::parties) {
-                        for (std::size_t party = 0; party < std::size(protocol::kPartyTags);
-                             ++party) {
-                            const std::string_view tag = protocol::kPartyTags[party];
-                            std::size_t member = index;
-                            for (std::size_t i = index; i < index + 9 && i < arguments.size(); ++i)
-                                if (arguments[i].name == kPartyMembers[party]) member = i;
-                            const auto value = valueOf(text, tag);
-                            if (!value)
-                                note(member, missingNote(FieldKind::text, tag));
-                            else if (value->size() > kPartyWidth)
-                                note(member, "cut from " + std::to_string(value->size()) + " to " +
-                                                 std::to_string(kPartyWidth) +
-                                                 " characters to fit the record");
-                        }
-                        for (std::size_t i = index; i < index + 9 && i < arguments.size(); ++i)
-                            arguments[i].quoted = arguments[i].name != "reservedValue";
-                        index += 9;
-                        return;
-                    }
-                    if (index < arguments.size())
-                        arguments[index].quoted =
-                            one.kind == FieldKind::text || one.kind == FieldKind::payload;
-                    const bool present = one.kind == FieldKind::payload
-                                             ? text.find(one.tag) != std::string_view::npos
-                                             : valueOf(text, one.tag).has_value();
-                    if (!present) note(index, missingNote(one.kind, one.tag));
-                    ++index;
-                }(field),
-                ...);
-        },
-        entry.fields);
+// Marks each argument the plug-in filled from a default or cut to fit; texts are quoted.
+void annotate(const message::Description& described, std::vector<Argument>& arguments) {
+    for (Argument& argument : arguments) {
+        // The party record's one number among its texts, which no element fills.
+        argument.quoted = argument.name != "reservedValue";
+        for (const message::Value& value : described.values) {
+            if (value.name != argument.name) continue;
+            argument.quoted = message::quoted(value.kind);
+            if (!value.text)
+                argument.note = missingNote(value.kind, value.tag);
+            else if (value.kind == message::Kind::party && value.text->size() > kPartyWidth)
+                argument.note = "cut from " + std::to_string(value.text->size()) + " to " +
+                                std::to_string(kPartyWidth) + " characters to fit the record";
+        }
+    }
 }
 
 std::vector<Argument> argumentsOf(const NamedCall& call) {
@@ -166,9 +125,21 @@ Decoder::~Decoder() = default;
 Decoded Decoder::event(std::string_view text) {
     Decoded decoded;
     decoded.form = Decoded::Form::event;
+    const message::Description described = message::describeEvent(text);
+    decoded.method = described.method;
+    if (described.event == nullptr) {
+        decoded.form = Decoded::Form::problem;
+        decoded.problem = described.method.empty()
+                              ? "not a message of this protocol: it has no " +
+                                    angled(protocol::kMethodTag) + " element"
+                              : "not a message of this protocol: no event or request is called \"" +
+                                    decoded.method + "\"";
+        return decoded;
+    }
+    if (described.method != described.event->method)
+        decoded.notes.push_back("\"" + decoded.method + "\" ran the handler of " +
+                                std::string(described.event->method) + " as a prefix");
     const std::string message(text.substr(0, text.find('\0')));
-    const std::string method(valueOf(message, protocol::kMethodTag).value_or(""));
-    decoded.method = method;
     CallCollector collector;
     try {
         invoker->handleMessage(&collector, message.c_str(), static_cast<int>(message.size()),
@@ -176,93 +147,33 @@ Decoded Decoder::event(std::string_view text) {
     } catch (const std::exception& error) {
         decoded.notes.push_back(std::string("the plug-in threw: ") + error.what());
     }
-    std::size_t handlers = 0;
-    std::apply(
-        [&](const auto&... entry) {
-            (
-                [&](const auto& row) {
-                    const bool matches =
-                        row.match == protocol::Match::exact
-                            ? method == row.method
-                            : method.compare(0, row.method.size(), row.method) == 0;
-                    if (!matches) return;
-                    if (method != row.method)
-                        decoded.notes.push_back("\"" + method + "\" ran the handler of " +
-                                                std::string(row.method) + " as a prefix");
-                    if (handlers < collector.calls.size()) {
-                        Call call{collector.calls[handlers].callback,
-                                  argumentsOf(collector.calls[handlers])};
-                        annotate(row, message, call.arguments);
-                        decoded.calls.push_back(std::move(call));
-                    }
-                    ++handlers;
-                }(entry),
-                ...);
-        },
-        protocol::events::all);
-    if (handlers > 1)
-        decoded.notes.push_back("\"" + method + "\" ran " + std::to_string(handlers) + " handlers");
-    if (handlers == 0) {
-        decoded.form = Decoded::Form::problem;
-        decoded.problem = method.empty() ? "not a message of this protocol: it has no " +
-                                               angled(protocol::kMethodTag) + " element"
-                                         : "not a message of this protocol: no event or "
-                                           "request is called \"" +
-                                               method + "\"";
+    for (const NamedCall& made : collector.calls) {
+        Call call{made.callback, argumentsOf(made)};
+        annotate(described, call.arguments);
+        decoded.calls.push_back(std::move(call));
     }
+    if (collector.calls.size() > 1)
+        decoded.notes.push_back("\"" + decoded.method + "\" ran " +
+                                std::to_string(collector.calls.size()) + " handlers");
     return decoded;
 }
 
 Decoded Decoder::request(std::string_view text) {
+    const message::Description described = message::describeRequest(text);
+    if (described.name.empty()) return event(text);
     Decoded decoded;
     decoded.form = Decoded::Form::request;
-    decoded.method = kit::record::methodOf(text);
-    const kit::record::Fields present = kit::record::requestFields(text);
-    bool known = false;
-    std::apply(
-        [&](const auto&... entry) {
-            (
-                [&](const auto& row) {
-                    if (known || row.method != decoded.method) return;
-                    known = true;
-                    Call call{desktop::message::operationName(row.method), {}};
-                    std::apply(
-                        [&](const auto&... field) {
-                            (
-                                [&](const auto& one) {
-                                    Argument argument{std::string(one.argument), {}, false, {}};
-                                    argument.quoted = one.encoding == protocol::Encoding::text ||
-                                                      one.encoding == protocol::Encoding::payload ||
-                                                      one.encoding == protocol::Encoding::stateName;
-                                    for (const auto& [name, value] : present)
-                                        if (name == one.argument) argument.value = value;
-                                    const bool found = std::any_of(
-                                        present.begin(), present.end(),
-                                        [&](const auto& p) { return p.first == one.argument; });
-                                    if (!found) argument.note = "missing: no " + angled(one.tag);
-                                    call.arguments.push_back(std::move(argument));
-                                }(field),
-                                ...);
-                        },
-                        row.fields);
-                    decoded.calls.push_back(std::move(call));
-                }(entry),
-                ...);
-        },
-        protocol::requests::all);
-    if (!known) {
-        if (text.substr(0, protocol::requests::kSignalling.size()) ==
-            protocol::requests::kSignalling) {
-            decoded.calls.push_back(
-                {"processSignallingComponentEvent",
-                 {{"message",
-                   std::string(text.substr(protocol::requests::kSignalling.size())),
-                   true,
-                   {}}}});
-            return decoded;
-        }
-        return event(text);
+    decoded.method = described.method;
+    Call call{std::string(described.name), {}};
+    for (const message::Value& value : described.values) {
+        Argument argument{std::string(value.name),
+                          std::string(value.text.value_or("")),
+                          message::quoted(value.kind),
+                          {}};
+        if (!value.text) argument.note = "missing: no " + angled(value.tag);
+        call.arguments.push_back(std::move(argument));
     }
+    decoded.calls.push_back(std::move(call));
     return decoded;
 }
 
@@ -271,14 +182,15 @@ Decoded Decoder::answer(std::string_view method, std::string_view text) {
     decoded.form = Decoded::Form::answer;
     decoded.method = std::string(method);
     Call call{"answer", {}};
-    const kit::record::Fields fields = kit::record::answerFields(method, text);
-    bool isRequest = false;
-    std::apply([&](const auto&... entry) { ((isRequest |= entry.method == method), ...); },
-               protocol::requests::all);
-    if (!method.empty() && !isRequest) {
+    const protocol::catalogue::Request* answered = protocol::catalogue::requestByMethod(method);
+    for (const message::Value& value : message::describeAnswer(answered, text).values) {
+        if (value.text)
+            call.arguments.push_back({std::string(value.name), std::string(*value.text), true, {}});
+    }
+    if (!method.empty() && answered == nullptr) {
         // The simulator's answer to a control command: its own words.
         call.arguments.push_back({"text", std::string(text), true, {}});
-    } else if (fields.empty()) {
+    } else if (call.arguments.empty()) {
         // Read by the real proxy, as every request answered by a result word is.
         communications::testing::CannedChannel channel{std::string(text)};
         proxy->initProxy(channel);
@@ -288,9 +200,6 @@ Decoded Decoder::answer(std::string_view method, std::string_view text) {
             {"result",
              std::to_string(result) + " (" + std::string(protocol::resultWord(result)) + ")", false,
              isResultWord(text) ? "" : "not a result word, so a failure"});
-    } else {
-        for (const auto& [name, value] : fields)
-            call.arguments.push_back({name, value, true, {}});
     }
     decoded.calls.push_back(std::move(call));
     return decoded;

@@ -60,9 +60,10 @@ public:
 
     void start() { readHeader(); }
 
-    // The frame must fit the frame limit. A client whose outbox would pass its limit has
-    // stopped reading: it is disconnected rather than left to grow.
-    void send(const Frame& frame) {
+    // The frame must fit the frame limit; an answer comes with the frame it answers. A
+    // client whose outbox would pass its limit has stopped reading: it is disconnected
+    // rather than left to grow.
+    void send(const Frame& frame, const Frame* question = nullptr) {
         if (!socket.is_open()) return;
         std::string bytes = desktop::wire::encode(frame);
         const std::size_t limit = server.limits.outboxBytes;
@@ -74,7 +75,7 @@ public:
         if (!hold(body.size() + waitingBytes + bytes.size())) return closeOverTotal();
         waitingBytes += bytes.size();
         outbox.push_back(std::move(bytes));
-        server.tell(Traffic::Happening::sent, number, frame);
+        server.tell(Traffic::Happening::sent, number, frame, question);
         if (outbox.size() == 1) writeNext();
     }
 
@@ -282,9 +283,10 @@ std::vector<Server::ClientView> Server::clients() const {
 
 void Server::watch(TrafficWatcher watcher) { watchers.push_back(std::move(watcher)); }
 
-void Server::tell(Traffic::Happening happening, int client, const Frame& frame) {
+void Server::tell(Traffic::Happening happening, int client, const Frame& frame,
+                  const Frame* question) {
     if (watchers.empty()) return;
-    const Traffic traffic{happening, client, frame, std::chrono::system_clock::now()};
+    const Traffic traffic{happening, client, frame, std::chrono::system_clock::now(), question};
     for (const TrafficWatcher& watcher : watchers)
         watcher(traffic);
 }
@@ -312,7 +314,7 @@ void Server::received(const std::shared_ptr<Session>& session, Frame frame) {
         }
         if (verbose)
             log(desktop::LogLevel::debug, client + " control '" + frame.text + "' -> " + reply);
-        answer(session, frame.id, std::move(reply), std::chrono::milliseconds(0));
+        answer(session, frame, std::move(reply), std::chrono::milliseconds(0));
         flushEvents();
         return;
     }
@@ -339,12 +341,12 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
     auto refuse = [&](const std::string& problem) {
         log(desktop::LogLevel::warning,
             client + (awaited ? " -> " + kFailure + ": " : std::string(" -> ignored: ")) + problem);
-        if (awaited) answer(session, frame.id, kFailure, answerDelay, problem);
+        if (awaited) answer(session, frame, kFailure, answerDelay, problem);
     };
     if (awaited && session->forcedAnswer) {
         log(desktop::LogLevel::info,
             client + " -> " + *session->forcedAnswer + ": forced by nextAnswer");
-        answer(session, frame.id, *session->forcedAnswer, answerDelay);
+        answer(session, frame, *session->forcedAnswer, answerDelay);
         session->forcedAnswer.reset();
         return;
     }
@@ -386,22 +388,25 @@ void Server::serveRequest(const std::shared_ptr<Session>& session, const Frame& 
         log(desktop::LogLevel::debug, client + " answer " + reply.value_or("(none, one way)"));
     }
     if (awaited) {
-        answer(session, frame.id, reply.value_or(std::string()), answerDelay, service->refusal());
+        answer(session, frame, reply.value_or(std::string()), answerDelay, service->refusal());
     }
 }
 
-void Server::answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
-                    std::chrono::milliseconds delay, const std::string& refusal) {
+void Server::answer(const std::shared_ptr<Session>& session, const Frame& question,
+                    std::string text, std::chrono::milliseconds delay, const std::string& refusal) {
     // The answer text stays the service's; why it refused rides in the channel field.
+    const std::uint32_t id = question.id;
     Frame frame{FrameKind::Answer, id, refusal, std::move(text)};
     if (std::string problem = desktop::wire::sizeProblem(frame); !problem.empty()) {
         log(desktop::LogLevel::warning,
             "client " + std::to_string(session->number) + " -> refused: " + problem);
         frame = {FrameKind::Answer, id, problem, {}};
     }
-    if (delay.count() == 0) return session->send(frame);
+    if (delay.count() == 0) return session->send(frame, &question);
     auto timer = std::make_shared<asio::steady_timer>(io, delay);
-    timer->async_wait([timer, session, frame](const asio::error_code&) { session->send(frame); });
+    timer->async_wait([timer, session, frame, question](const asio::error_code&) {
+        session->send(frame, &question);
+    });
 }
 
 void Server::publish(const std::string& event) {
@@ -444,10 +449,11 @@ void Server::after(std::chrono::milliseconds delay, std::function<void()> step) 
 }
 
 std::string Server::control(const std::string& command) {
-    tell(Traffic::Happening::received, 0, {FrameKind::Control, 0, {}, command});
+    const Frame question{FrameKind::Control, 0, {}, command};
+    tell(Traffic::Happening::received, 0, question);
     holdingEvents = true;
     std::string reply = control(command, nullptr);
-    tell(Traffic::Happening::sent, 0, {FrameKind::Answer, 0, {}, reply});
+    tell(Traffic::Happening::sent, 0, {FrameKind::Answer, 0, {}, reply}, &question);
     flushEvents();
     return reply;
 }

@@ -87,11 +87,12 @@ private:
     void received(const std::shared_ptr<Session>& session, desktop::wire::Frame frame);
     void serveRequest(const std::shared_ptr<Session>& session, const desktop::wire::Frame& frame);
     std::string control(const std::string& command, Session* session);
-    void answer(const std::shared_ptr<Session>& session, std::uint32_t id, std::string text,
-                std::chrono::milliseconds delay, const std::string& refusal = {});
+    void answer(const std::shared_ptr<Session>& session, const desktop::wire::Frame& question,
+                std::string text, std::chrono::milliseconds delay, const std::string& refusal = {});
     void flushEvents();
     void forget(int sessionNumber);
-    void tell(Traffic::Happening happening, int client, const desktop::wire::Frame& frame);
+    void tell(Traffic::Happening happening, int client, const desktop::wire::Frame& frame,
+              const desktop::wire::Frame* question = nullptr);
 
     asio::io_context& io;
     std::string socketPath;

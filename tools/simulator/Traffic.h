@@ -21,6 +21,9 @@ struct Traffic {
     // The frame received or sent; for a disconnection, its text says why.
     desktop::wire::Frame frame;
     std::chrono::system_clock::time_point time;
+    // For an answer: the request or control command it answers, so that no watcher has to
+    // pair them itself.
+    const desktop::wire::Frame* question = nullptr;
 };
 
 // Called on the server's thread, before the frame is handled or written: a watcher that

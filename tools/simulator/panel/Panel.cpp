@@ -10,6 +10,7 @@
 #include <tuple>
 #include <utility>
 
+#include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/testing/CallbackRecorder.h"
@@ -115,14 +116,38 @@ Json eventVocabulary() {
     return events;
 }
 
-// The line and the call a frame is about, for the trace's filters.
-void addSubject(Json& entry, const kit::record::Fields& fields) {
-    for (const auto& [name, value] : fields) {
+// The method of a frame a client sent or an event, the line and the call it is about (for
+// the trace's filters) and the call it stands for.
+void describe(Json& entry, const desktop::wire::Frame& frame) {
+    if (frame.kind == FrameKind::Control || frame.kind == FrameKind::Protocol) {
+        entry["method"] = kit::record::describeFrame(frame).method;
+        entry["typed"] = std::string(kit::record::kindWord(frame.kind)) + " " + frame.text;
+        return;
+    }
+    const desktop::message::Description described =
+        frame.kind == FrameKind::Event ? desktop::message::describeEvent(frame.text)
+                                       : desktop::message::describeRequest(frame.text);
+    entry["method"] = described.method;
+    for (const desktop::message::Value& value : described.values) {
+        if (!value.text) continue;
+        const std::string_view name = value.name;
         if ((name == "line" || name == "lineId" || name == "lineURI" || name == "deviceId") &&
             !entry.contains("line"))
-            entry["line"] = value;
+            entry["line"] = *value.text;
         if ((name == "callId" || name == "currentCallId") && !entry.contains("call"))
-            entry["call"] = value;
+            entry["call"] = *value.text;
+    }
+    entry["typed"] = desktop::trace::call(described, frame.text);
+}
+
+std::string_view kindShown(FrameKind kind) {
+    switch (kind) {
+    case FrameKind::Request:
+    case FrameKind::Subscribe:
+    case FrameKind::OneWay:
+        return "request";
+    default:
+        return kit::record::kindWord(kind);
     }
 }
 
@@ -265,7 +290,6 @@ private:
                                 .count()},
                    {"client", traffic.client}};
         const desktop::wire::Frame& frame = traffic.frame;
-        const auto waiting = std::make_pair(traffic.client, frame.id);
         switch (traffic.happening) {
         case Traffic::Happening::connected:
         case Traffic::Happening::disconnected:
@@ -275,43 +299,18 @@ private:
                                   ? " connected"
                                   : " disconnected: " + frame.text);
             break;
-        case Traffic::Happening::received: {
-            entry["direction"] = "in";
-            const kit::record::Entry described = kit::record::describeFrame(frame.kind, frame.text);
-            entry["method"] = described.method;
-            addSubject(entry, described.fields);
-            if (frame.kind == FrameKind::Control) {
-                entry["kind"] = "control";
-                entry["typed"] = "control " + frame.text;
-            } else if (frame.kind == FrameKind::Protocol) {
-                entry["kind"] = "protocol";
-                entry["typed"] = "protocol " + frame.text;
-            } else {
-                entry["kind"] = "request";
-                entry["typed"] = desktop::trace::request(frame.text);
-            }
-            if (frame.kind != FrameKind::OneWay && frame.kind != FrameKind::Protocol)
-                awaited[waiting] = entry;
-            break;
-        }
+        case Traffic::Happening::received:
         case Traffic::Happening::sent:
-            entry["direction"] = "out";
-            if (frame.kind == FrameKind::Answer) {
-                entry["kind"] = "answer";
-                const auto asked = awaited.find(waiting);
-                const Json question = asked == awaited.end() ? Json::object() : asked->second;
-                if (asked != awaited.end()) awaited.erase(asked);
-                for (const char* copied : {"method", "line", "call"})
-                    if (question.contains(copied)) entry[copied] = question[copied];
-                entry["typed"] = question.value("typed", std::string("answer")) + " -> " +
-                                 desktop::trace::answer(frame.text);
+            entry["direction"] = traffic.happening == Traffic::Happening::received ? "in" : "out";
+            entry["kind"] = kindShown(frame.kind);
+            if (frame.kind != FrameKind::Answer) {
+                describe(entry, frame);
+            } else if (traffic.question == nullptr) {
+                entry["typed"] = "answer -> " + desktop::trace::answer(frame.text);
             } else {
-                entry["kind"] = "event";
-                const kit::record::Entry described =
-                    kit::record::describeFrame(frame.kind, frame.text);
-                entry["method"] = described.method;
-                addSubject(entry, described.fields);
-                entry["typed"] = desktop::trace::event(frame.text);
+                describe(entry, *traffic.question);
+                entry["typed"] =
+                    entry["typed"].get<std::string>() + " -> " + desktop::trace::answer(frame.text);
             }
             break;
         }
@@ -394,7 +393,6 @@ private:
     std::deque<Json> trace;
     std::size_t evicted = 0;
     std::uint64_t sequence = 0;
-    std::map<std::pair<int, std::uint32_t>, Json> awaited;
     bool dirty = true;
 };
 

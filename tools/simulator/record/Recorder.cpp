@@ -13,8 +13,6 @@ namespace simulator {
 
 namespace {
 
-using desktop::wire::FrameKind;
-
 // The file descriptor of the path, made new unless `append`; -1 and errno on failure.
 int open(const std::string& path, bool append) {
     const int flags = O_WRONLY | O_CREAT | O_CLOEXEC | (append ? O_APPEND : O_EXCL);
@@ -58,29 +56,12 @@ void Recorder::write(const Traffic& traffic) {
         entry.text = frame.text;
         break;
     case Traffic::Happening::received:
-    case Traffic::Happening::sent: {
-        const auto key = std::make_pair(traffic.client, frame.id);
-        std::string answered;
-        if (frame.kind == FrameKind::Answer) {
-            if (const auto found = awaited.find(key); found != awaited.end()) {
-                answered = found->second;
-                awaited.erase(found);
-            }
-        }
-        entry = kit::record::describeFrame(frame.kind, frame.text, answered);
-        if (frame.kind == FrameKind::Request || frame.kind == FrameKind::Subscribe ||
-            frame.kind == FrameKind::Control)
-            awaited[key] = entry.method;
+    case Traffic::Happening::sent:
+        entry = kit::record::describeFrame(frame, traffic.question);
         entry.direction = traffic.happening == Traffic::Happening::received ? "in" : "out";
         entry.id = frame.id;
         entry.channel = frame.channel;
         break;
-    }
-    }
-    if (traffic.happening == Traffic::Happening::disconnected) {
-        for (auto it = awaited.lower_bound({traffic.client, 0});
-             it != awaited.end() && it->first.first == traffic.client;)
-            it = awaited.erase(it);
     }
     entry.time = traffic.time;
     entry.client = traffic.client;

@@ -7,9 +7,7 @@
 // it.
 
 #include <functional>
-#include <map>
 #include <string>
-#include <utility>
 
 #include "Traffic.h"
 
@@ -37,8 +35,6 @@ private:
     std::string path;
     Report report;
     int descriptor = -1;
-    // The method of each request waiting for its answer, by client and frame id.
-    std::map<std::pair<int, std::uint32_t>, std::string> awaited;
 };
 
 } // namespace simulator

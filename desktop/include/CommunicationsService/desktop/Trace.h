@@ -4,11 +4,17 @@
 // host's trace: `answerCall(line="1001", callId=1)`.
 
 #include <string>
+#include <string_view>
+
+#include "CommunicationsService/desktop/MessageText.h"
 
 namespace desktop::trace {
 
-// The request as the operation that wrote it; the text itself, shortened, when it is not
-// a request of the protocol.
+// The described text as a call with the values it has, texts quoted; payloads and parties
+// are left out, being long. The text itself, shortened, when it is none of the protocol's.
+std::string call(const message::Description& described, std::string_view text);
+
+// The request as the operation that wrote it.
 std::string request(const std::string& text);
 
 // The event as the callback it reaches, `onCallHeldEvent(lineId="1001", callId=1)`.
