@@ -20,13 +20,13 @@ public:
             step();
     }
     // The call states published so far, in order.
-    std::vector<int> callStates() const {
-        std::vector<int> states;
+    std::vector<CallState> callStates() const {
+        std::vector<CallState> states;
         for (const std::string& event : events) {
             const std::size_t at = event.find("<CallState>");
             if (event.rfind("<Method>CallStateChangeEvent</Method>", 0) == 0 &&
                 at != std::string::npos) {
-                states.push_back(std::stoi(event.substr(at + 11)));
+                states.push_back(static_cast<CallState>(std::stoi(event.substr(at + 11))));
             }
         }
         return states;
@@ -55,15 +55,15 @@ protected:
 TEST_F(Service, TheDestinationSteersTheFarEnd) {
     struct Case {
         std::string destination;
-        std::vector<int> states; // after the far end's delayed steps
+        std::vector<CallState> states; // after the far end's delayed steps
     };
     const std::vector<Case> cases = {
-        {"2001", {kDialing, kRingback, kConnected}},
-        {"sip:2001@elsewhere", {kDialing, kRingback, kConnected}},
-        {"5555", {kDialing, kRingback, kConnected}},
-        {"2002", {kDialing, kRingback}},
-        {"2003", {kDialing, kBusy}},
-        {"2004", {kDialing, kFailed}},
+        {"2001", {CallState::dialing, CallState::ringingBack, CallState::connected}},
+        {"sip:2001@elsewhere", {CallState::dialing, CallState::ringingBack, CallState::connected}},
+        {"5555", {CallState::dialing, CallState::ringingBack, CallState::connected}},
+        {"2002", {CallState::dialing, CallState::ringingBack}},
+        {"2003", {CallState::dialing, CallState::busy}},
+        {"2004", {CallState::dialing, CallState::failed}},
     };
     request("<Method>Activate</Method>");
     for (const Case& entry : cases) {
