@@ -7,12 +7,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "CommunicationsService/desktop/Host.h"
+#include "ControlWords.h"
 #include "NearestName.h"
 
 namespace kit {
@@ -21,13 +22,9 @@ namespace kit {
 inline CLI::Validator milliseconds(int low, int high) {
     return CLI::Validator(
         [low, high](std::string& word) -> std::string {
-            int value = 0;
-            const char* end = word.data() + word.size();
-            const auto parsed = std::from_chars(word.data(), end, value);
-            if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) {
-                return "takes a number of milliseconds, not '" + word + "'";
-            }
-            if (value < low || value > high) {
+            const std::optional<int> value = toInt(word);
+            if (!value) return "takes a number of milliseconds, not '" + word + "'";
+            if (*value < low || *value > high) {
                 return "takes " + std::to_string(low) + " to " + std::to_string(high) +
                        " milliseconds, not " + word;
             }
@@ -36,22 +33,38 @@ inline CLI::Validator milliseconds(int low, int high) {
         "MS");
 }
 
-// The log levels, least first; each includes the ones before it.
+// The log levels' names, least first; each level includes the ones before it.
 inline const std::vector<std::string>& logLevels() {
-    static const std::vector<std::string> levels = {"error", "warning", "info", "debug", "trace"};
+    static const std::vector<std::string> levels = [] {
+        std::vector<std::string> names;
+        for (const desktop::NamedLogLevel& named : desktop::kLogLevels)
+            names.emplace_back(named.name);
+        return names;
+    }();
     return levels;
+}
+
+// The level of the name, which addLogLevel's check lets through only when it names one.
+inline desktop::LogLevel logLevelNamed(const std::string& name) {
+    for (const desktop::NamedLogLevel& named : desktop::kLogLevels) {
+        if (named.name == name) return named.level;
+    }
+    return desktop::LogLevel::info;
 }
 
 // The log level option, also set by the environment variable COMMS_LOG_LEVEL.
 inline CLI::Option* addLogLevel(CLI::App& app, std::string& level, const std::string& what) {
-    return app.add_option("--log-level", level, what + " (error, warning, info, debug, trace)")
+    std::string names;
+    for (const std::string& name : logLevels())
+        names.append(names.empty() ? "" : ", ").append(name);
+    return app.add_option("--log-level", level, what + " (" + names + ")")
         ->envname("COMMS_LOG_LEVEL")
         ->check(CLI::Validator(
-            [](std::string& word) -> std::string {
+            [names](std::string& word) -> std::string {
                 if (std::find(logLevels().begin(), logLevels().end(), word) != logLevels().end())
                     return {};
                 return "names no log level: '" + word + "'" + didYouMean(word, logLevels()) +
-                       " (levels: error, warning, info, debug, trace)";
+                       " (levels: " + names + ")";
             },
             "LEVEL"));
 }

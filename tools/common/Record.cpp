@@ -7,6 +7,7 @@
 #include <tuple>
 
 #include "CommunicationsService/desktop/MessageText.h"
+#include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 
@@ -56,15 +57,6 @@ template <typename Visit> void visitEvent(std::string_view method, Visit&& visit
                 ...);
         },
         protocol::events::all);
-}
-
-bool validUtf8(const std::string& text) {
-    try {
-        (void)Json(text).dump();
-        return true;
-    } catch (const Json::type_error&) {
-        return false;
-    }
 }
 
 std::string hex(const std::string& bytes) {
@@ -272,14 +264,14 @@ std::string toLine(const Entry& entry) {
     line["direction"] = entry.direction;
     line["kind"] = entry.kind;
     line["id"] = entry.id;
-    line["channel"] = validUtf8(entry.channel) ? entry.channel : hex(entry.channel);
-    line["method"] = validUtf8(entry.method) ? entry.method : std::string();
+    line["channel"] = desktop::validUtf8(entry.channel) ? entry.channel : hex(entry.channel);
+    line["method"] = desktop::validUtf8(entry.method) ? entry.method : std::string();
     Json fields = Json::object();
     for (const auto& [name, value] : entry.fields) {
-        if (validUtf8(value) && !fields.contains(name)) fields[name] = value;
+        if (desktop::validUtf8(value) && !fields.contains(name)) fields[name] = value;
     }
     line["fields"] = std::move(fields);
-    if (validUtf8(entry.text))
+    if (desktop::validUtf8(entry.text))
         line["text"] = entry.text;
     else
         line["textHex"] = hex(entry.text);

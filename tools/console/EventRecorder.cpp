@@ -1,11 +1,11 @@
 #include "EventRecorder.h"
 
 #include <algorithm>
-#include <charconv>
 #include <utility>
 
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/SimulatorCodes.h"
+#include "ControlWords.h"
 
 namespace console {
 
@@ -31,11 +31,9 @@ std::string displayValue(const std::string& value) {
 std::string describe(const RecordedEvent& event) {
     std::string text = event.callback;
     for (const NamedValue& entry : event.arguments) {
-        int state = -1;
-        const char* end = entry.value.data() + entry.value.size();
-        const bool number = std::from_chars(entry.value.data(), end, state).ptr == end;
-        const std::string_view name = entry.name == "callState" && number
-                                          ? desktop::simulator::callStateName(state)
+        const std::optional<int> state = kit::toInt(entry.value);
+        const std::string_view name = entry.name == "callState" && state
+                                          ? desktop::simulator::callStateName(*state)
                                           : std::string_view();
         text += " " + entry.name + "=" +
                 (!name.empty() ? std::string(name) : displayValue(entry.value));

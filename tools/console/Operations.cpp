@@ -1,6 +1,5 @@
 #include "Operations.h"
 
-#include <charconv>
 #include <stdexcept>
 #include <string_view>
 #include <tuple>
@@ -10,6 +9,7 @@
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/desktop/SimulatorCodes.h"
 #include "CommunicationsService/protocol/Requests.h"
+#include "ControlWords.h"
 
 #include <limits>
 
@@ -17,21 +17,11 @@ namespace console {
 
 namespace {
 
-std::optional<int> parseInteger(const std::string& word) {
-    int value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-    return value;
-}
-
 // A whole number, but one too large for an int.
 bool outOfRange(const std::string& word) {
-    long long value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    return !word.empty() && parsed.ptr == end &&
-           (parsed.ec == std::errc::result_out_of_range || parsed.ec == std::errc());
+    const std::size_t sign = word.find_first_not_of('-') == 1 ? 1 : 0;
+    return !word.empty() && word.find_first_not_of("0123456789", sign) == std::string::npos &&
+           sign < word.size();
 }
 
 namespace protocol = CommunicationsService::protocol;
@@ -193,8 +183,11 @@ Operation describedOperation(const protocol::Request<Op, Answer, Fields...>& req
     else
         results = resultNames();
     const std::vector<std::string_view> outputs = outputNames(request.answer);
-    return {request.name, std::move(parameters), std::move(results),
-            {outputs.begin(), outputs.end()}, run};
+    return {request.name,
+            std::move(parameters),
+            std::move(results),
+            {outputs.begin(), outputs.end()},
+            run};
 }
 
 template <typename Op, typename Answer, typename... Fields>
@@ -251,7 +244,7 @@ std::vector<Operation> makeOperations() {
 
 } // namespace
 
-int Arguments::integer(std::size_t index) const { return parseInteger(words.at(index)).value(); }
+int Arguments::integer(std::size_t index) const { return kit::toInt(words.at(index)).value(); }
 
 bool Arguments::flag(std::size_t index) const { return parseFlag(words.at(index)).value(); }
 
@@ -296,7 +289,7 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
         }
         const std::string& word = words[i];
         std::string problem;
-        if (parameter.kind == ArgumentKind::Integer && !parseInteger(word)) {
+        if (parameter.kind == ArgumentKind::Integer && !kit::toInt(word)) {
             problem = outOfRange(word)
                           ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
                                 " to " + std::to_string(std::numeric_limits<int>::max()) + ")"

@@ -7,13 +7,13 @@
 #include <tuple>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/desktop/CallbackRecorder.h"
+#include "CommunicationsService/desktop/CannedChannel.h"
 #include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
-#include "CommunicationsService/testing/CallbackRecorder.h"
-#include "CommunicationsService/testing/CannedChannel.h"
 #include "Record.h"
 
 extern "C" FRAMEWORK_API Invoker* createCommunicationsServiceEventInvoker();
@@ -24,7 +24,7 @@ namespace decode {
 namespace {
 
 namespace protocol = CommunicationsService::protocol;
-using communications::testing::NamedCall;
+using desktop::NamedCall;
 using desktop::wire::FrameKind;
 using protocol::FieldKind;
 
@@ -35,7 +35,7 @@ constexpr std::size_t kPartyWidth = 64;
 constexpr std::string_view kPartyMembers[] = {"callingParty", "callingPartyName", "calledParty",
                                               "calledPartyName"};
 
-class CallCollector : public communications::testing::CallbackRecorder {
+class CallCollector : public desktop::CallbackRecorder {
 public:
     std::vector<NamedCall> calls;
 
@@ -265,7 +265,7 @@ Decoded Decoder::answer(std::string_view method, std::string_view text) {
         call.arguments.push_back({"text", std::string(text), true, {}});
     } else if (fields.empty()) {
         // Read by the real proxy, as every request answered by a result word is.
-        communications::testing::CannedChannel channel{std::string(text)};
+        desktop::CannedChannel channel{std::string(text)};
         proxy->initProxy(channel);
         auto* service = dynamic_cast<CommunicationsServiceIfc*>(proxy.get());
         const int result = service == nullptr ? -1 : service->activate();

@@ -1,9 +1,9 @@
 #include "ControlScript.h"
 
 #include "ControlCommandNames.h"
+#include "ControlWords.h"
 
 #include <algorithm>
-#include <charconv>
 #include <stdexcept>
 
 namespace simulator {
@@ -40,15 +40,10 @@ std::vector<ScriptStep> parseControlScript(std::string_view text, const std::str
         };
         if (words.empty() || words.front()[0] == '#') continue;
         if (words.front() == "wait") {
-            int milliseconds = -1;
-            const std::string& amount = words.size() == 2 ? words[1] : std::string();
-            const auto parsed =
-                std::from_chars(amount.data(), amount.data() + amount.size(), milliseconds);
-            if (words.size() != 2 || parsed.ec != std::errc() ||
-                parsed.ptr != amount.data() + amount.size() || milliseconds < 0) {
-                fail("'wait' takes one number of milliseconds");
-            }
-            pendingWait += std::chrono::milliseconds(milliseconds);
+            const std::optional<int> milliseconds =
+                words.size() == 2 ? kit::toInt(words[1]) : std::nullopt;
+            if (!milliseconds || *milliseconds < 0) fail("'wait' takes one number of milliseconds");
+            pendingWait += std::chrono::milliseconds(*milliseconds);
             continue;
         }
         if (!isControlCommand(words.front()))

@@ -10,9 +10,9 @@
 #include <tuple>
 #include <utility>
 
+#include "CommunicationsService/desktop/CallbackRecorder.h"
 #include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/protocol/Events.h"
-#include "CommunicationsService/testing/CallbackRecorder.h"
 #include "EmittedEvent.h"
 #include "PanelPage.h"
 #include "Record.h"
@@ -72,8 +72,7 @@ Json eventVocabulary() {
                                             {{"name", one.argument}, {"kind", kindName(one.kind)}});
                                         return;
                                     }
-                                    for (const char* name :
-                                         communications::testing::kPartyFieldNames)
+                                    for (const char* name : desktop::kPartyFieldNames)
                                         arguments.push_back(
                                             {{"name", name},
                                              {"kind", std::string_view(name) == "reservedValue"
@@ -83,7 +82,7 @@ Json eventVocabulary() {
                                 ...);
                         },
                         row.fields);
-                    const std::string callback = communications::testing::callbackName(row.method);
+                    const std::string callback(row.name);
                     events.push_back({{"event", eventOfCallback(callback)},
                                       {"callback", callback},
                                       {"arguments", arguments}});
