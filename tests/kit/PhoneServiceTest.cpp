@@ -298,7 +298,7 @@ TEST_F(Service, ResetReturnsToTheStartAndDropsStepsScheduledBefore) {
     EXPECT_EQ(service.control({"reset"}), "ok");
     EXPECT_EQ(service.control({"show"}), start);
     // Both calls end as subscribers see them: the connected one, then the ringing one missed.
-    EXPECT_EQ(recorder.callStates(), (std::vector<int>{0, 0}));
+    EXPECT_EQ(recorder.callStates(), (std::vector<CallState>{CallState::idle, CallState::idle}));
     ASSERT_EQ(recorder.events.size(), 3u);
     EXPECT_NE(recorder.events[1].find("IncomingCallMissedEvent"), std::string::npos)
         << recorder.events[1];
