@@ -13,10 +13,14 @@
 
 namespace communications::testing {
 
+/// Deprecated: desktop::CallbackArguments.
 using CallbackArguments [[deprecated("use desktop::CallbackArguments")]] =
     desktop::CallbackArguments;
+/// Deprecated: desktop::CallbackRecorder.
 using CallbackRecorder [[deprecated("use desktop::CallbackRecorder")]] = desktop::CallbackRecorder;
+/// Deprecated: desktop::NamedCall.
 using NamedCall [[deprecated("use desktop::NamedCall")]] = desktop::NamedCall;
+/// Deprecated: desktop::NamedValue.
 using NamedValue [[deprecated("use desktop::NamedValue")]] = desktop::NamedValue;
 using desktop::fieldText;
 using desktop::kPartyFieldNames;
