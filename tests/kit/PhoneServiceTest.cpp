@@ -177,7 +177,7 @@ TEST_F(Service, RefusedRequestsSayWhy) {
         {"<Method>RetrieveCall</Method><Line>1001</Line><CallID>5</CallID>",
          "call 5 on line 1001 is ringingBack, not held"},
         {"<Method>setLampMode</Method><Line>1001</Line><lampId>k1</lampId><lampMode>9</lampMode>",
-         "lamp mode 9 is not 0 to 4"},
+         "lamp mode 9 names no lamp mode"},
         {"<Method>ActivateCallbackBusy</Method><Line>1001</Line><CallID>5</CallID>",
          "call 5 on line 1001 is ringingBack, not busy"},
     };

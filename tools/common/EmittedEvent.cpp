@@ -54,9 +54,10 @@ EventArgument typed(const std::string& name, FieldKind kind, const std::string& 
         if (name == "callState") {
             if (auto state = numberOf(desktop::simulator::kCallStates, value))
                 return {name, *state};
-            refuse(
-                "a number or a call state (idle, dialing, ringingBack, ringing, connected, held, "
-                "busy, failed, conferenced)");
+            std::string states;
+            for (const desktop::simulator::Code& state : desktop::simulator::kCallStates)
+                states.append(states.empty() ? "" : ", ").append(state.name);
+            refuse(("a number or a call state (" + states + ")").c_str());
         }
         refuse("a number");
         break;

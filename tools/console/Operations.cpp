@@ -290,12 +290,14 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
         const std::string& word = words[i];
         std::string problem;
         if (parameter.kind == ArgumentKind::Integer && !kit::toInt(word)) {
+            std::string modes;
+            for (const desktop::simulator::Code& mode : desktop::simulator::kLampModes)
+                modes.append(modes.empty() ? "" : ", ").append(mode.name);
             problem = outOfRange(word)
                           ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
                                 " to " + std::to_string(std::numeric_limits<int>::max()) + ")"
                       : parameter.name == "lampMode"
-                          ? "must be a lamp mode (off, on, flashing, winking, flickering) or a "
-                            "number"
+                          ? "must be a lamp mode (" + modes + ") or a number"
                           : "must be a whole number";
         } else if (parameter.kind == ArgumentKind::Flag && !parseFlag(word)) {
             problem = "must be a flag (1/0, true/false, yes/no, on/off)";

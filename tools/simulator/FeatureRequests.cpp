@@ -130,10 +130,10 @@ std::optional<std::string> PhoneService::setLampMode(const ParsedRequest& reques
     const std::string& line = request.text(tagOf<0>(requests::setLampMode));
     const std::string& lamp = request.text(tagOf<1>(requests::setLampMode));
     const int mode = request.number(tagOf<2>(requests::setLampMode));
-    // Lamp modes: 0 off, 1 on, 2 flashing, 3 winking, 4 flickering.
     if (!knownLine(line)) return refuse(lineProblem(line));
     if (lamp.empty()) return refuse("the request names no lamp");
-    if (mode < 0 || mode > 4) return refuse("lamp mode " + std::to_string(mode) + " is not 0 to 4");
+    if (desktop::simulator::lampModeName(mode).empty())
+        return refuse("lamp mode " + std::to_string(mode) + " names no lamp mode");
     const std::string key = line + "/" + lamp;
     if (auto full = tableProblem("the lamp", lampModes.size(), lampModes.count(key) > 0, lamp))
         return refuse(*full);
