@@ -23,7 +23,7 @@ const std::vector<std::string>& firstWords() {
     static const std::vector<std::string> words = [] {
         std::vector<std::string> all = {"await", "sim", "help", "echo", "quit", ""};
         for (const console::Operation& operation : console::operations())
-            all.push_back(operation.name);
+            all.emplace_back(operation.name);
         return all;
     }();
     return words;
