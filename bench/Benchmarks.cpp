@@ -22,13 +22,13 @@
 #include "CommunicationsService/protocol/Requests.h"
 #include "CommunicationsService/testing/CannedChannel.h"
 #include "CommunicationsService/testing/NullSubscriber.h"
-#include "CommunicationsService/testing/Samples.h"
 #include "CommunicationsServiceEventInvoker.h"
 #include "CommunicationsServiceProxy.h"
 #include "EventFloor.h"
 #include "EventMessages.h"
 #include "References.h"
 #include "Report.h"
+#include "Samples.h"
 #include "Straightforward.h"
 
 namespace {
@@ -133,7 +133,7 @@ std::string devicesAnswer() {
 }
 
 namespace protocol = CommunicationsService::protocol;
-namespace samples = communications::testing::samples;
+namespace samples = testsupport::samples;
 
 const std::string kLine = "sip:1001@pbx";
 const std::string kSuccess(protocol::resultWord(sfiSuccess));

@@ -2,13 +2,13 @@
 
 #include <tuple>
 
-#include "CommunicationsService/testing/Samples.h"
+#include "Samples.h"
 
 namespace bench {
 namespace {
 
 namespace protocol = CommunicationsService::protocol;
-namespace samples = communications::testing::samples;
+namespace samples = testsupport::samples;
 using protocol::FieldKind;
 
 template <typename Entry, typename Values> Event make(const Entry& entry, Values&& valueOf) {

@@ -53,14 +53,10 @@ if(TARGET comms-simulator AND TARGET comms-console)
 endif()
 
 # Only the public headers: the private ones of src/ and the desktop kit's own stay behind.
-foreach(header_root include app/include testsupport/include)
+foreach(header_root include app/include desktop/include testsupport/include)
   install(DIRECTORY ${PROJECT_SOURCE_DIR}/${header_root}/
     DESTINATION ${comms_include_dir}
     FILES_MATCHING PATTERN "*.h")
-endforeach()
-foreach(desktop_header Framework.h ListEncoding.h Host.h SimulatorCodes.h Wire.h)
-  install(FILES ${PROJECT_SOURCE_DIR}/desktop/include/${comms_package}/desktop/${desktop_header}
-    DESTINATION ${comms_include_dir}/${comms_package}/desktop)
 endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/include/${comms_package}/Version.h
   DESTINATION ${comms_include_dir}/${comms_package})

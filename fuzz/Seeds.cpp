@@ -12,12 +12,12 @@
 #include <sys/stat.h>
 #include <tuple>
 
-#include "CommunicationsService/testing/Samples.h"
+#include "Samples.h"
 
 namespace {
 
 namespace protocol = CommunicationsService::protocol;
-namespace samples = communications::testing::samples;
+namespace samples = testsupport::samples;
 
 std::string quoted(std::string_view word) {
     std::string text = "\"";

@@ -11,7 +11,7 @@ mkdir -p "$out"
 sources="src/CommunicationsServiceProxy.cpp src/CommunicationsServiceEventInvoker.cpp
   src/Answers.cpp src/MessageFormat.cpp desktop/src/Framework.cpp bench/EventMessages.cpp
   bench/armhf/CountEvents.cpp"
-flags="-std=c++17 -O2 -static -Iinclude -Isrc -Idesktop/include -Itestsupport/include -Ibench"
+flags="-std=c++17 -O2 -static -Iinclude -Isrc -Idesktop/include -Itestsupport/include -Itests/support -Ibench"
 # shellcheck disable=SC2086
 arm-linux-gnueabihf-g++ $flags -DCOMMS_READER_FAST=1 $sources src/fast/*.cpp -o "$out/fast"
 # shellcheck disable=SC2086

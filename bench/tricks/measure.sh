@@ -31,7 +31,7 @@ prepare() { # variant
 build() { # variant compiler output
   local tree="$work/$1/tree"
   (cd "$tree" && "$2" -std=c++17 -O2 -static -Iinclude -Isrc -Idesktop/include \
-    -Itestsupport/include -Ibench -DCOMMS_READER_FAST=1 \
+    -Itestsupport/include -Itests/support -Ibench -DCOMMS_READER_FAST=1 \
     src/CommunicationsServiceProxy.cpp src/CommunicationsServiceEventInvoker.cpp \
     src/Answers.cpp src/MessageFormat.cpp desktop/src/Framework.cpp bench/EventMessages.cpp \
     bench/armhf/CountEvents.cpp src/fast/*.cpp -o "$3")

@@ -189,12 +189,8 @@ struct Delivery {
 } // namespace
 
 std::optional<LogLevel> logLevelNamed(std::string_view name) {
-    static const std::pair<std::string_view, LogLevel> kLevels[] = {
-        {"error", LogLevel::error}, {"warning", LogLevel::warning}, {"info", LogLevel::info},
-        {"debug", LogLevel::debug}, {"trace", LogLevel::trace},
-    };
-    for (const auto& [word, level] : kLevels) {
-        if (word == name) return level;
+    for (const NamedLogLevel& named : kLogLevels) {
+        if (named.name == name) return named.level;
     }
     return std::nullopt;
 }
@@ -203,8 +199,11 @@ LogLevel logLevelFromEnvironment() {
     const char* name = std::getenv("COMMS_LOG_LEVEL");
     if (name == nullptr || *name == '\0') return LogLevel::info;
     if (auto level = logLevelNamed(name)) return *level;
+    std::string levels;
+    for (const NamedLogLevel& named : kLogLevels)
+        levels.append(levels.empty() ? "" : ", ").append(named.name);
     throw std::runtime_error(std::string("COMMS_LOG_LEVEL names no log level: '") + name +
-                             "' (levels: error, warning, info, debug, trace)");
+                             "' (levels: " + levels + ")");
 }
 
 struct Host::State {

@@ -90,4 +90,17 @@ std::string printable(std::string_view text, std::size_t limit) {
 
 std::string terminalSafe(std::string_view text) { return escape(text, true); }
 
+bool validUtf8(std::string_view text) {
+    for (std::size_t i = 0; i < text.size();) {
+        if (static_cast<unsigned char>(text[i]) < 0x80) {
+            ++i;
+        } else if (const std::size_t length = utf8Length(text.substr(i)); length != 0) {
+            i += length;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
 } // namespace desktop

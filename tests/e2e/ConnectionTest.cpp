@@ -38,7 +38,8 @@ TEST(TwoClients, ShareTheServiceAndBothSeeItsEvents) {
 }
 
 TEST(LostService, CallersGetFailureAtOnceAndTheLossIsReportedOnce) {
-    auto simulator = std::make_unique<kit::SimulatorProcess>(std::vector<std::string>{"--verbose"});
+    auto simulator =
+        std::make_unique<kit::SimulatorProcess>(std::vector<std::string>{"--log-level", "debug"});
     const std::string socket = simulator->socketPath();
     kit::Client client(socket);
     ASSERT_TRUE(client.run({"subscribe => sfiSuccess", "sim delayAnswers 5000"}));

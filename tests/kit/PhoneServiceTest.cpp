@@ -20,13 +20,13 @@ public:
             step();
     }
     // The call states published so far, in order.
-    std::vector<int> callStates() const {
-        std::vector<int> states;
+    std::vector<CallState> callStates() const {
+        std::vector<CallState> states;
         for (const std::string& event : events) {
             const std::size_t at = event.find("<CallState>");
             if (event.rfind("<Method>CallStateChangeEvent</Method>", 0) == 0 &&
                 at != std::string::npos) {
-                states.push_back(std::stoi(event.substr(at + 11)));
+                states.push_back(static_cast<CallState>(std::stoi(event.substr(at + 11))));
             }
         }
         return states;
@@ -55,15 +55,15 @@ protected:
 TEST_F(Service, TheDestinationSteersTheFarEnd) {
     struct Case {
         std::string destination;
-        std::vector<int> states; // after the far end's delayed steps
+        std::vector<CallState> states; // after the far end's delayed steps
     };
     const std::vector<Case> cases = {
-        {"2001", {kDialing, kRingback, kConnected}},
-        {"sip:2001@elsewhere", {kDialing, kRingback, kConnected}},
-        {"5555", {kDialing, kRingback, kConnected}},
-        {"2002", {kDialing, kRingback}},
-        {"2003", {kDialing, kBusy}},
-        {"2004", {kDialing, kFailed}},
+        {"2001", {CallState::dialing, CallState::ringingBack, CallState::connected}},
+        {"sip:2001@elsewhere", {CallState::dialing, CallState::ringingBack, CallState::connected}},
+        {"5555", {CallState::dialing, CallState::ringingBack, CallState::connected}},
+        {"2002", {CallState::dialing, CallState::ringingBack}},
+        {"2003", {CallState::dialing, CallState::busy}},
+        {"2004", {CallState::dialing, CallState::failed}},
     };
     request("<Method>Activate</Method>");
     for (const Case& entry : cases) {
@@ -177,7 +177,7 @@ TEST_F(Service, RefusedRequestsSayWhy) {
         {"<Method>RetrieveCall</Method><Line>1001</Line><CallID>5</CallID>",
          "call 5 on line 1001 is ringingBack, not held"},
         {"<Method>setLampMode</Method><Line>1001</Line><lampId>k1</lampId><lampMode>9</lampMode>",
-         "lamp mode 9 is not 0 to 4"},
+         "lamp mode 9 names no lamp mode"},
         {"<Method>ActivateCallbackBusy</Method><Line>1001</Line><CallID>5</CallID>",
          "call 5 on line 1001 is ringingBack, not busy"},
     };
@@ -309,7 +309,7 @@ TEST_F(Service, ResetReturnsToTheStartAndDropsStepsScheduledBefore) {
     EXPECT_EQ(service.control({"reset"}), "ok");
     EXPECT_EQ(service.control({"show"}), start);
     // Both calls end as subscribers see them: the connected one, then the ringing one missed.
-    EXPECT_EQ(recorder.callStates(), (std::vector<int>{0, 0}));
+    EXPECT_EQ(recorder.callStates(), (std::vector<CallState>{CallState::idle, CallState::idle}));
     ASSERT_EQ(recorder.events.size(), 3u);
     EXPECT_NE(recorder.events[1].find("IncomingCallMissedEvent"), std::string::npos)
         << recorder.events[1];

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "CommunicationsService/desktop/Host.h"
 #include "ControlWords.h"
 #include "NearestName.h"
 
@@ -32,22 +33,38 @@ inline CLI::Validator milliseconds(int low, int high) {
         "MS");
 }
 
-// The log levels, least first; each includes the ones before it.
+// The log levels' names, least first; each level includes the ones before it.
 inline const std::vector<std::string>& logLevels() {
-    static const std::vector<std::string> levels = {"error", "warning", "info", "debug", "trace"};
+    static const std::vector<std::string> levels = [] {
+        std::vector<std::string> names;
+        for (const desktop::NamedLogLevel& named : desktop::kLogLevels)
+            names.emplace_back(named.name);
+        return names;
+    }();
     return levels;
+}
+
+// The level of the name, which addLogLevel's check lets through only when it names one.
+inline desktop::LogLevel logLevelNamed(const std::string& name) {
+    for (const desktop::NamedLogLevel& named : desktop::kLogLevels) {
+        if (named.name == name) return named.level;
+    }
+    return desktop::LogLevel::info;
 }
 
 // The log level option, also set by the environment variable COMMS_LOG_LEVEL.
 inline CLI::Option* addLogLevel(CLI::App& app, std::string& level, const std::string& what) {
-    return app.add_option("--log-level", level, what + " (error, warning, info, debug, trace)")
+    std::string names;
+    for (const std::string& name : logLevels())
+        names.append(names.empty() ? "" : ", ").append(name);
+    return app.add_option("--log-level", level, what + " (" + names + ")")
         ->envname("COMMS_LOG_LEVEL")
         ->check(CLI::Validator(
-            [](std::string& word) -> std::string {
+            [names](std::string& word) -> std::string {
                 if (std::find(logLevels().begin(), logLevels().end(), word) != logLevels().end())
                     return {};
                 return "names no log level: '" + word + "'" + didYouMean(word, logLevels()) +
-                       " (levels: error, warning, info, debug, trace)";
+                       " (levels: " + names + ")";
             },
             "LEVEL"));
 }

@@ -81,14 +81,6 @@ std::string quoteWords(const std::vector<std::string>& words) {
     return line;
 }
 
-std::optional<int> toInt(std::string_view word) {
-    int value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-    return value;
-}
-
 std::optional<bool> toFlag(std::string_view word) {
     namespace protocol = CommunicationsService::protocol;
     if (word == "1" || word == "on" || word == protocol::kTrueWord || word == "yes") return true;

@@ -1,9 +1,10 @@
 #pragma once
 
-// The words of console lines, control commands and script lines, which the simulator, the
-// console, `comms-simulator control` and the panel read alike: one splitter with one quoting
-// rule, and whole numbers and flags.
+// The words of console lines, control commands, script lines, emitted events and options,
+// which the kit's programs read alike: one splitter with one quoting rule, and whole numbers
+// and flags.
 
+#include <charconv>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,8 +24,18 @@ std::string joinFrom(const std::vector<std::string>& words, std::size_t first);
 // The words as one line that splitWords reads back as the same words.
 std::string quoteWords(const std::vector<std::string>& words);
 
-std::optional<int> toInt(std::string_view word);
+// The whole word as a number of the type; nothing when it is not one or does not fit.
+template <typename Number> std::optional<Number> toNumber(std::string_view word) {
+    Number value{};
+    const char* end = word.data() + word.size();
+    const auto parsed = std::from_chars(word.data(), end, value);
+    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
+    return value;
+}
 
+inline std::optional<int> toInt(std::string_view word) { return toNumber<int>(word); }
+
+// A flag as a word: 1, on, true, yes or 0, off, false, no.
 std::optional<bool> toFlag(std::string_view word);
 
 } // namespace kit

@@ -1,14 +1,12 @@
 #include "EmittedEvent.h"
 
-#include <charconv>
 #include <map>
 #include <optional>
 #include <stdexcept>
-#include <tuple>
 
+#include "CommunicationsService/desktop/EventText.h"
 #include "CommunicationsService/desktop/SimulatorCodes.h"
-#include "CommunicationsService/protocol/Events.h"
-#include "CommunicationsService/testing/EventDelivery.h"
+#include "CommunicationsService/protocol/Catalogue.h"
 #include "ControlWords.h"
 #include "NearestName.h"
 
@@ -16,13 +14,14 @@ namespace simulator {
 
 namespace {
 
-namespace protocol = CommunicationsService::protocol;
-using communications::testing::EventArgument;
-using protocol::FieldKind;
+namespace catalogue = CommunicationsService::protocol::catalogue;
+using CommunicationsService::protocol::FieldKind;
+using desktop::EventArgument;
 
-// An event is emitted under its method name without the final "Event", in lower case first.
-std::string eventName(std::string_view method) {
-    std::string name(method);
+// An event is emitted under its callback's name without "on" and the final "Event", in
+// lower case first.
+std::string eventName(std::string_view callback) {
+    std::string name(callback.substr(0, 2) == "on" ? callback.substr(2) : callback);
     const std::string suffix = "Event";
     if (name.size() > suffix.size() &&
         name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0) {
@@ -30,14 +29,6 @@ std::string eventName(std::string_view method) {
     }
     if (!name.empty() && name[0] >= 'A' && name[0] <= 'Z') name[0] = char(name[0] - 'A' + 'a');
     return name;
-}
-
-template <typename Number> std::optional<Number> parseNumber(const std::string& word) {
-    Number value{};
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    if (word.empty() || parsed.ec != std::errc() || parsed.ptr != end) return std::nullopt;
-    return value;
 }
 
 std::vector<std::string> splitList(const std::string& text) {
@@ -59,18 +50,19 @@ EventArgument typed(const std::string& name, FieldKind kind, const std::string& 
     };
     switch (kind) {
     case FieldKind::number:
-        if (auto number = parseNumber<int>(value)) return {name, *number};
+        if (auto number = kit::toInt(value)) return {name, *number};
         if (name == "callState") {
             if (auto state = numberOf(desktop::simulator::kCallStates, value))
                 return {name, *state};
-            refuse(
-                "a number or a call state (idle, dialing, ringingBack, ringing, connected, held, "
-                "busy, failed, conferenced)");
+            std::string states;
+            for (const desktop::simulator::Code& state : desktop::simulator::kCallStates)
+                states.append(states.empty() ? "" : ", ").append(state.name);
+            refuse(("a number or a call state (" + states + ")").c_str());
         }
         refuse("a number");
         break;
     case FieldKind::counter:
-        if (auto counter = parseNumber<unsigned int>(value)) return {name, *counter};
+        if (auto counter = kit::toNumber<unsigned int>(value)) return {name, *counter};
         refuse("a number from 0 to 4294967295");
         break;
     case FieldKind::flag:
@@ -80,7 +72,7 @@ EventArgument typed(const std::string& name, FieldKind kind, const std::string& 
     case FieldKind::numberList: {
         std::vector<int> numbers;
         for (const std::string& item : splitList(value)) {
-            auto number = parseNumber<int>(item);
+            auto number = kit::toInt(item);
             if (!number) refuse("numbers separated by commas");
             numbers.push_back(*number);
         }
@@ -96,19 +88,17 @@ EventArgument typed(const std::string& name, FieldKind kind, const std::string& 
 
 using Arguments = std::vector<std::pair<std::string, FieldKind>>;
 
-template <typename Field> void addArgument(Arguments& names, const Field& field) {
-    if constexpr (Field::kind == FieldKind::parties) {
-        for (const std::string_view party : communications::testing::detail::kPartyNames)
-            names.emplace_back(std::string(party), FieldKind::text);
-    } else {
-        names.emplace_back(std::string(field.argument), Field::kind);
-    }
-}
-
 // The names the event's arguments go by, with their kinds.
-template <typename Event> Arguments argumentsOf(const Event& event) {
+Arguments argumentsOf(const catalogue::Event& event) {
     Arguments names;
-    std::apply([&](const auto&... field) { (addArgument(names, field), ...); }, event.fields);
+    for (const catalogue::EventField& field : event.fields) {
+        if (field.kind != FieldKind::parties) {
+            names.emplace_back(std::string(field.argument), field.kind);
+            continue;
+        }
+        for (const std::string_view party : catalogue::kPartyNames)
+            names.emplace_back(std::string(party), FieldKind::text);
+    }
     return names;
 }
 
@@ -116,19 +106,15 @@ template <typename Event> Arguments argumentsOf(const Event& event) {
 const std::map<std::string, Arguments>& eventArguments() {
     static const std::map<std::string, Arguments> all = [] {
         std::map<std::string, Arguments> arguments;
-        std::apply(
-            [&](const auto&... event) {
-                ((arguments[eventName(event.method)] = argumentsOf(event)), ...);
-            },
-            protocol::events::all);
+        for (const catalogue::Event& event : catalogue::kEvents)
+            arguments[eventName(event.name)] = argumentsOf(event);
         return arguments;
     }();
     return all;
 }
 
-template <typename Event>
-EmittedEvent emit(const Event& event, const std::vector<std::string>& words) {
-    const Arguments& known = eventArguments().at(eventName(event.method));
+EmittedEvent emit(const catalogue::Event& event, const std::vector<std::string>& words) {
+    const Arguments& known = eventArguments().at(words[0]);
     std::vector<std::string> knownNames;
     for (const auto& [name, kind] : known)
         knownNames.push_back(name);
@@ -148,7 +134,7 @@ EmittedEvent emit(const Event& event, const std::vector<std::string>& words) {
             }
             arguments.push_back(typed(name, found->second, words[i].substr(equals + 1)));
         }
-        return {communications::testing::writeEventFrom(event, arguments), {}};
+        return {desktop::writeEventText(event, arguments, true), {}};
     } catch (const std::invalid_argument& error) {
         return {{}, words[0] + ": " + error.what()};
     }
@@ -159,17 +145,14 @@ EmittedEvent emit(const Event& event, const std::vector<std::string>& words) {
 const std::vector<std::string>& emittableEvents() {
     static const std::vector<std::string> names = [] {
         std::vector<std::string> all;
-        std::apply([&](const auto&... event) { (all.push_back(eventName(event.method)), ...); },
-                   protocol::events::all);
+        for (const catalogue::Event& event : catalogue::kEvents)
+            all.push_back(eventName(event.name));
         return all;
     }();
     return names;
 }
 
-std::string eventOfCallback(const std::string& callback) {
-    std::string name = callback.compare(0, 2, "on") == 0 ? callback.substr(2) : callback;
-    return eventName(name);
-}
+std::string eventOfCallback(const std::string& callback) { return eventName(callback); }
 
 std::string recordedValue(const std::string& event, const std::string& argument,
                           const std::string& value) {
@@ -202,15 +185,9 @@ std::string valueProblem(const std::string& event, const std::string& argument,
 
 EmittedEvent emittedEvent(const std::vector<std::string>& words) {
     if (words.empty()) return {{}, "usage: emit EVENT [name=value...]"};
-    std::optional<EmittedEvent> emitted;
-    std::apply(
-        [&](const auto&... event) {
-            ((!emitted && eventName(event.method) == words[0] ? (void)(emitted = emit(event, words))
-                                                              : (void)0),
-             ...);
-        },
-        protocol::events::all);
-    if (emitted) return *emitted;
+    for (const catalogue::Event& event : catalogue::kEvents) {
+        if (eventName(event.name) == words[0]) return emit(event, words);
+    }
     return {{}, "no event '" + words[0] + "'" + kit::didYouMean(words[0], emittableEvents())};
 }
 

@@ -7,6 +7,7 @@
 
 #include "BoundedJson.h"
 #include "CommunicationsService/desktop/MessageText.h"
+#include "CommunicationsService/desktop/Printable.h"
 
 namespace kit::record {
 
@@ -24,15 +25,6 @@ constexpr std::pair<FrameKind, std::string_view> kKindWords[] = {
 
 const std::set<std::string> kMembers = {"time",    "client", "direction", "kind", "id",
                                         "channel", "method", "fields",    "text", "textHex"};
-
-bool validUtf8(const std::string& text) {
-    try {
-        (void)Json(text).dump();
-        return true;
-    } catch (const Json::type_error&) {
-        return false;
-    }
-}
 
 std::string hex(const std::string& bytes) {
     static const char digits[] = "0123456789abcdef";
@@ -154,14 +146,14 @@ std::string toLine(const Entry& entry) {
     line["direction"] = entry.direction;
     line["kind"] = entry.kind;
     line["id"] = entry.id;
-    line["channel"] = validUtf8(entry.channel) ? entry.channel : hex(entry.channel);
-    line["method"] = validUtf8(entry.method) ? entry.method : std::string();
+    line["channel"] = desktop::validUtf8(entry.channel) ? entry.channel : hex(entry.channel);
+    line["method"] = desktop::validUtf8(entry.method) ? entry.method : std::string();
     Json fields = Json::object();
     for (const auto& [name, value] : entry.fields) {
-        if (validUtf8(value) && !fields.contains(name)) fields[name] = value;
+        if (desktop::validUtf8(value) && !fields.contains(name)) fields[name] = value;
     }
     line["fields"] = std::move(fields);
-    if (validUtf8(entry.text))
+    if (desktop::validUtf8(entry.text))
         line["text"] = entry.text;
     else
         line["textHex"] = hex(entry.text);

@@ -11,12 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "CommunicationsService/testing/CallbackRecorder.h"
+#include "CommunicationsService/desktop/CallbackRecorder.h"
 
 namespace console {
 
-using communications::testing::NamedValue;
-using RecordedEvent = communications::testing::NamedCall;
+using desktop::NamedValue;
+using RecordedEvent = desktop::NamedCall;
 
 // The value of the event's named argument, or nothing.
 std::optional<std::string> argumentOf(const RecordedEvent& event, const std::string& name);
@@ -29,7 +29,7 @@ std::string describe(const RecordedEvent& event);
 // quoted when empty or holding blanks.
 std::string displayValue(const std::string& value);
 
-class EventRecorder : public communications::testing::CallbackRecorder {
+class EventRecorder : public desktop::CallbackRecorder {
 public:
     using Sink = std::function<void(const RecordedEvent& event)>;
     explicit EventRecorder(Sink sink) : sink(std::move(sink)) {}

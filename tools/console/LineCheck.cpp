@@ -5,8 +5,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "CommunicationsService/desktop/CallbackRecorder.h"
 #include "CommunicationsService/desktop/Printable.h"
-#include "CommunicationsService/testing/CallbackRecorder.h"
 #include "Console.h"
 #include "ControlCommands.h"
 #include "ControlWords.h"
@@ -115,7 +115,7 @@ std::string didYouMean(const std::string& word, const std::vector<std::string>& 
 const std::vector<std::string>& callbackNames() {
     static const std::vector<std::string> names = [] {
         std::vector<std::string> all;
-        for (const auto& callback : communications::testing::recordedCallbacks())
+        for (const auto& callback : desktop::recordedCallbacks())
             all.push_back(callback.callback);
         return all;
     }();
@@ -123,7 +123,7 @@ const std::vector<std::string>& callbackNames() {
 }
 
 const std::vector<std::string>* callbackArguments(const std::string& callback) {
-    for (const auto& entry : communications::testing::recordedCallbacks()) {
+    for (const auto& entry : desktop::recordedCallbacks()) {
         if (entry.callback == callback) return &entry.arguments;
     }
     return nullptr;

@@ -1,6 +1,5 @@
 #include "Operations.h"
 
-#include <charconv>
 #include <stdexcept>
 #include <string_view>
 #include <tuple>
@@ -20,11 +19,9 @@ namespace {
 
 // A whole number, but one too large for an int.
 bool outOfRange(const std::string& word) {
-    long long value = 0;
-    const char* end = word.data() + word.size();
-    const auto parsed = std::from_chars(word.data(), end, value);
-    return !word.empty() && parsed.ptr == end &&
-           (parsed.ec == std::errc::result_out_of_range || parsed.ec == std::errc());
+    const std::size_t sign = word.find_first_not_of('-') == 1 ? 1 : 0;
+    return !word.empty() && word.find_first_not_of("0123456789", sign) == std::string::npos &&
+           sign < word.size();
 }
 
 namespace protocol = CommunicationsService::protocol;
@@ -287,12 +284,14 @@ Arguments bindArguments(const Operation& operation, std::vector<std::string> wor
         const std::string& word = words[i];
         std::string problem;
         if (parameter.kind == ArgumentKind::Integer && !kit::toInt(word)) {
+            std::string modes;
+            for (const desktop::simulator::Code& mode : desktop::simulator::kLampModes)
+                modes.append(modes.empty() ? "" : ", ").append(mode.name);
             problem = outOfRange(word)
                           ? "is out of range (" + std::to_string(std::numeric_limits<int>::min()) +
                                 " to " + std::to_string(std::numeric_limits<int>::max()) + ")"
                       : parameter.name == "lampMode"
-                          ? "must be a lamp mode (off, on, flashing, winking, flickering) or a "
-                            "number"
+                          ? "must be a lamp mode (" + modes + ") or a number"
                           : "must be a whole number";
         } else if (parameter.kind == ArgumentKind::Flag && !kit::toFlag(word)) {
             problem = "must be a flag (1/0, true/false, yes/no, on/off)";

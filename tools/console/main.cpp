@@ -324,10 +324,11 @@ int main(int argc, char** argv) {
     app.add_option("--await-timeout", awaitTimeout, "Default milliseconds an await waits")
         ->check(kit::milliseconds(0, 3600000))
         ->capture_default_str();
-    app.add_flag("--log", logging, "Show the framework's log lines (standard error)");
+    app.add_flag("--log", logging, "Deprecated: --log-level debug");
     std::string logLevel;
     kit::addLogLevel(app, logLevel,
-                     "How much the host reports; trace shows every request, answer and event");
+                     "How much the host reports; debug and trace also show the framework's log "
+                     "lines (standard error), trace every request, answer and event");
     app.set_version_flag("--version", "comms-console " COMMUNICATIONS_SERVICE_VERSION);
     app.add_flag("--check", checkOnly,
                  "Check the script (--script, else standard input) without connecting");
@@ -372,9 +373,10 @@ int main(int argc, char** argv) {
         output.printFromAnyThread("* " + console::describe(event));
         events.add(event);
     });
-    desktop::setLogging(logging);
+    if (logging && logLevel.empty()) logLevel = "debug";
+    if (!logLevel.empty()) options.logLevel = kit::logLevelNamed(logLevel);
+    desktop::setLogging(options.logLevel >= desktop::LogLevel::debug);
     options.answerTimeout = std::chrono::milliseconds(answerTimeout);
-    if (!logLevel.empty()) options.logLevel = desktop::logLevelNamed(logLevel);
     options.report = [&](const std::string& line) {
         output.printFromAnyThread("! host: " + desktop::printable(line, 1000));
     };

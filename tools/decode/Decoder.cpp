@@ -4,13 +4,13 @@
 #include <stdexcept>
 
 #include "CommunicationsService/CommunicationsServiceIfc.h"
+#include "CommunicationsService/desktop/CallbackRecorder.h"
+#include "CommunicationsService/desktop/CannedChannel.h"
 #include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/desktop/Printable.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
 #include "CommunicationsService/protocol/Catalogue.h"
-#include "CommunicationsService/testing/CallbackRecorder.h"
-#include "CommunicationsService/testing/CannedChannel.h"
 #include "Record.h"
 
 extern "C" FRAMEWORK_API Invoker* createCommunicationsServiceEventInvoker();
@@ -22,13 +22,13 @@ namespace {
 
 namespace protocol = CommunicationsService::protocol;
 namespace message = desktop::message;
-using communications::testing::NamedCall;
+using desktop::NamedCall;
 using desktop::wire::FrameKind;
 
 // A party field holds 64 characters and its terminator; the plug-in cuts a longer value.
 constexpr std::size_t kPartyWidth = 64;
 
-class CallCollector : public communications::testing::CallbackRecorder {
+class CallCollector : public desktop::CallbackRecorder {
 public:
     std::vector<NamedCall> calls;
 
@@ -192,7 +192,7 @@ Decoded Decoder::answer(std::string_view method, std::string_view text) {
         call.arguments.push_back({"text", std::string(text), true, {}});
     } else if (call.arguments.empty()) {
         // Read by the real proxy, as every request answered by a result word is.
-        communications::testing::CannedChannel channel{std::string(text)};
+        desktop::CannedChannel channel{std::string(text)};
         proxy->initProxy(channel);
         auto* service = dynamic_cast<CommunicationsServiceIfc*>(proxy.get());
         const int result = service == nullptr ? -1 : service->activate();

@@ -19,7 +19,7 @@ std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) 
     }
     if (destination.empty()) return refuse("the request names no destination");
     for (auto& [id, other] : calls) {
-        if (other.line == line && other.state == kConnected) hold(other, false);
+        if (other.line == line && other.state == CallState::connected) hold(other, false);
     }
     dial(line, allocateCallId(request.number(tagOf<1>(requests::outgoingCallMake))),
          partyFor(destination));
@@ -29,21 +29,22 @@ std::optional<std::string> PhoneService::makeCall(const ParsedRequest& request) 
 std::optional<std::string> PhoneService::acceptCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
-    if (request.flag(tagOf<2>(requests::acceptCall))) setState(*call, kConnected, kCauseNone);
+    if (call->state != CallState::ringing) return refuse(notInState(*call, "ringing"));
+    if (request.flag(tagOf<2>(requests::acceptCall)))
+        setState(*call, CallState::connected, Cause::none);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::answerCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    if (call->state != CallState::ringing) return refuse(notInState(*call, "ringing"));
     for (auto& [id, other] : calls) {
-        if (id != call->id && other.line == call->line && other.state == kConnected) {
+        if (id != call->id && other.line == call->line && other.state == CallState::connected) {
             hold(other, false);
         }
     }
-    setState(*call, kConnected, kCauseNone);
+    setState(*call, CallState::connected, Cause::none);
     return kSuccess;
 }
 
@@ -51,19 +52,19 @@ std::optional<std::string> PhoneService::deflectCall(const ParsedRequest& reques
     Call* call = requestedCall(request);
     const std::string& destination = request.text(tagOf<2>(requests::deflectCall));
     if (call == nullptr) return kFailure;
-    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
+    if (call->state != CallState::ringing) return refuse(notInState(*call, "ringing"));
     if (destination.empty()) return refuse("the request names no destination");
     events.publish(writeEvent(protocol::events::callForwarded, call->line, call->id,
                               call->remote.uri, call->remote.name, call->remote.fullPai(),
-                              partyFor(destination).uri, kCauseForwarded));
-    clear(call->id, kCauseForwarded);
+                              partyFor(destination).uri, Cause::callForward));
+    clear(call->id, Cause::callForward);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (auto refusal = refusalOutsideState(*call, kConnected, "connected", kFeatureHold))
+    if (auto refusal = refusalOutsideState(*call, CallState::connected, Feature::hold))
         return refusal;
     hold(*call, request.flag(tagOf<3>(requests::holdCall)));
     return kSuccess;
@@ -72,7 +73,8 @@ std::optional<std::string> PhoneService::holdCall(const ParsedRequest& request) 
 std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (auto refusal = refusalOutsideState(*call, kHeld, "held", kFeatureRetrieve)) return refusal;
+    if (auto refusal = refusalOutsideState(*call, CallState::held, Feature::retrieve))
+        return refusal;
     retrieve(*call);
     return kSuccess;
 }
@@ -80,33 +82,33 @@ std::optional<std::string> PhoneService::retrieveCall(const ParsedRequest& reque
 std::optional<std::string> PhoneService::clearCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    clear(call->id, request.number(tagOf<2>(requests::callClear)));
+    clear(call->id, static_cast<Cause>(request.number(tagOf<2>(requests::callClear))));
     return kSuccess;
 }
 
 std::optional<std::string>
-PhoneService::refusalToMoveOn(const Call* call, const std::string& destination, int feature) {
+PhoneService::refusalToMoveOn(const Call* call, const std::string& destination, Feature feature) {
     if (call == nullptr) return kFailure;
     if (destination.empty()) return refuse("the request names no destination");
-    if (call->state != kConnected && call->state != kHeld) {
-        publishFeatureFailure(call->line, call->id, feature, kFailureInvalidState);
+    if (call->state != CallState::connected && call->state != CallState::held) {
+        publishFeatureFailure(call->line, call->id, feature, FeatureFailure::invalidState);
         return refuse(notInState(*call, "connected or held"));
     }
     return std::nullopt;
 }
 
-std::optional<std::string> PhoneService::refusalOutsideState(const Call& call, int state,
-                                                             const char* stateName, int feature) {
+std::optional<std::string> PhoneService::refusalOutsideState(const Call& call, CallState state,
+                                                             Feature feature) {
     if (call.state == state) return std::nullopt;
-    publishFeatureFailure(call.line, call.id, feature, kFailureInvalidState);
-    return refuse(notInState(call, stateName));
+    publishFeatureFailure(call.line, call.id, feature, FeatureFailure::invalidState);
+    return refuse(notInState(call, std::string(desktop::simulator::callStateName(state))));
 }
 
 std::optional<std::string> PhoneService::consult(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     const std::string& destination = request.text(tagOf<2>(requests::consultationCall));
-    if (auto refusal = refusalToMoveOn(call, destination, kFeatureHold)) return refusal;
-    if (call->state == kConnected) hold(*call, false);
+    if (auto refusal = refusalToMoveOn(call, destination, Feature::hold)) return refusal;
+    if (call->state == CallState::connected) hold(*call, false);
     dial(call->line, allocateCallId(0), partyFor(destination));
     return kSuccess;
 }
@@ -119,40 +121,44 @@ std::optional<std::string> PhoneService::attendedTransfer(const ParsedRequest& r
     Call* held = requestedCall(request, tagOf<2>(requests::attendedTransferCall), " (held call)");
     if (held == nullptr) return kFailure;
     if (active == held) return refuse("the active and the held call are the same call");
-    if ((active->state != kConnected && active->state != kRingback) || held->state != kHeld) {
-        publishFeatureFailure(line, active->id, kFeatureTransfer, kFailureInvalidState);
-        return refuse(held->state != kHeld ? notInState(*held, "held")
-                                           : notInState(*active, "connected or ringing back"));
+    if ((active->state != CallState::connected && active->state != CallState::ringingBack) ||
+        held->state != CallState::held) {
+        publishFeatureFailure(line, active->id, Feature::transfer, FeatureFailure::invalidState);
+        return refuse(held->state != CallState::held
+                          ? notInState(*held, "held")
+                          : notInState(*active, "connected or ringing back"));
     }
     const int activeId = active->id;
     const int heldId = held->id;
-    publishFeature(line, activeId, kFeatureTransfer);
-    clear(heldId, kCauseNormalClearing);
-    clear(activeId, kCauseNormalClearing);
+    publishFeature(line, activeId, Feature::transfer);
+    clear(heldId, Cause::normalClearing);
+    clear(activeId, Cause::normalClearing);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::blindTransfer(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     const std::string& destination = request.text(tagOf<2>(requests::blindTransferCall));
-    if (auto refusal = refusalToMoveOn(call, destination, kFeatureTransfer)) return refusal;
+    if (auto refusal = refusalToMoveOn(call, destination, Feature::transfer)) return refusal;
     const Outcome outcome = outcomeFor(partyFor(destination).number);
     if (outcome == Outcome::Busy || outcome == Outcome::Rejects) {
-        publishFeatureFailure(call->line, call->id, kFeatureTransfer,
-                              outcome == Outcome::Busy ? kFailureBusy : kFailureRejected);
+        publishFeatureFailure(call->line, call->id, Feature::transfer,
+                              outcome == Outcome::Busy ? FeatureFailure::busy
+                                                       : FeatureFailure::rejected);
         return refuse(destination + (outcome == Outcome::Busy ? " is busy" : " rejects the call"));
     }
-    publishFeature(call->line, call->id, kFeatureTransfer);
-    clear(call->id, kCauseNormalClearing);
+    publishFeature(call->line, call->id, Feature::transfer);
+    clear(call->id, Cause::normalClearing);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::refuseCall(const ParsedRequest& request) {
     Call* call = requestedCall(request);
     if (call == nullptr) return kFailure;
-    if (call->state != kRinging) return refuse(notInState(*call, "ringing"));
-    clear(call->id,
-          request.number(tagOf<2>(requests::refuseCall)) == 0 ? kCauseBusy : kCauseRejected);
+    if (call->state != CallState::ringing) return refuse(notInState(*call, "ringing"));
+    clear(call->id, request.number(tagOf<2>(requests::refuseCall)) == 0
+                        ? Cause::busy
+                        : Cause::destinationNotObtainable);
     return kSuccess;
 }
 
@@ -162,8 +168,8 @@ std::optional<std::string> PhoneService::alternateCalls(const ParsedRequest& req
     Call* held = nullptr;
     for (auto& [id, call] : calls) {
         if (call.line != line) continue;
-        if (call.state == kConnected && active == nullptr) active = &call;
-        if (call.state == kHeld && held == nullptr) held = &call;
+        if (call.state == CallState::connected && active == nullptr) active = &call;
+        if (call.state == CallState::held && held == nullptr) held = &call;
     }
     if (active == nullptr || held == nullptr) {
         return refuse(knownLine(line) ? "line " + line + " needs one connected and one held call"
@@ -177,7 +183,7 @@ std::optional<std::string> PhoneService::alternateCalls(const ParsedRequest& req
 void PhoneService::publishConference(const std::string& line, int callId) {
     std::string users;
     for (const auto& [id, call] : calls) {
-        if (call.line == line && call.state == kConferenced) {
+        if (call.line == line && call.state == CallState::conferenced) {
             users += "<user entity=\"" + call.remote.uri + "\" state=\"full\"><display-text>" +
                      call.remote.name + "</display-text></user>";
         }
@@ -195,19 +201,19 @@ std::optional<std::string> PhoneService::conferenceCall(const ParsedRequest& req
     Call* held = requestedCall(request, tagOf<2>(requests::conferenceCall), " (held call)");
     if (held == nullptr) return kFailure;
     if (active == held) return refuse("the active and the held call are the same call");
-    if (active->state != kConnected || held->state != kHeld) {
-        publishFeatureFailure(line, active->id, kFeatureConference, kFailureInvalidState);
-        return refuse(held->state != kHeld ? notInState(*held, "held")
-                                           : notInState(*active, "connected"));
+    if (active->state != CallState::connected || held->state != CallState::held) {
+        publishFeatureFailure(line, active->id, Feature::conference, FeatureFailure::invalidState);
+        return refuse(held->state != CallState::held ? notInState(*held, "held")
+                                                     : notInState(*active, "connected"));
     }
     for (Call* member : {held, active}) {
         member->manualHold = false;
-        setState(*member, kConferenced, kCauseConference);
+        setState(*member, CallState::conferenced, Cause::conference);
         events.publish(writeEvent(protocol::events::remoteEndpointDetailsChanged, line, member->id,
                                   member->remote.uri, member->remote.name, member->remote.fullPai(),
                                   false, true));
     }
-    publishFeature(line, active->id, kFeatureConference);
+    publishFeature(line, active->id, Feature::conference);
     publishConference(line, active->id);
     return kSuccess;
 }
@@ -219,19 +225,19 @@ std::optional<std::string> PhoneService::removeConferenceParticipant(const Parse
                       std::to_string(request.number(tagOf<0>(requests::RemoveConfParticipant))) +
                       " does not exist");
     }
-    if (conference->second.state != kConferenced) {
+    if (conference->second.state != CallState::conferenced) {
         return refuse(notInState(conference->second, "conferenced"));
     }
     const std::string line = conference->second.line;
     const Party leaving = partyFor(request.text(tagOf<1>(requests::RemoveConfParticipant)));
     for (auto& [id, call] : calls) {
-        if (call.line == line && call.state == kConferenced &&
+        if (call.line == line && call.state == CallState::conferenced &&
             call.remote.number == leaving.number) {
             events.publish(writeEvent(protocol::events::remoteEndpointDetailsChanged, line, id,
                                       call.remote.uri, call.remote.name, call.remote.fullPai(),
                                       true, false));
             const int leavingId = id;
-            clear(leavingId, kCauseNormalClearing);
+            clear(leavingId, Cause::normalClearing);
             publishConference(line, request.number(tagOf<0>(requests::RemoveConfParticipant)));
             return kSuccess;
         }
@@ -259,7 +265,7 @@ std::optional<std::string> PhoneService::directedPickup(const ParsedRequest& req
                               [&](const auto& entry) { return entry.second.line == extension; });
     if (!knownLine(line) || offer == pickupOffers.end()) {
         publishFeatureFailure(line, request.number(tagOf<1>(requests::directedPickupCall)),
-                              kFeaturePickup, kFailureNoCall);
+                              Feature::pickup, FeatureFailure::noSuchCall);
         return refuse(!knownLine(line) ? lineProblem(line)
                                        : "no call rings at extension " + extension +
                                              " (send the colleagueCall control command first)");
@@ -272,10 +278,10 @@ std::optional<std::string> PhoneService::pickUp(std::map<int, Call>::iterator of
     Call picked = offer->second;
     pickupOffers.erase(offer);
     picked.line = line;
-    picked.state = kConnected;
+    picked.state = CallState::connected;
     calls[picked.id] = picked;
-    publishCallState(picked, kCausePickup);
-    publishFeature(line, picked.id, kFeaturePickup);
+    publishCallState(picked, Cause::callPickup);
+    publishFeature(line, picked.id, Feature::pickup);
     return kSuccess;
 }
 
@@ -283,7 +289,7 @@ std::optional<std::string> PhoneService::groupPickup(const ParsedRequest& reques
     const std::string& line = request.text(tagOf<0>(requests::groupPickupCall));
     if (!knownLine(line) || pickupOffers.empty()) {
         publishFeatureFailure(line, request.number(tagOf<1>(requests::groupPickupCall)),
-                              kFeaturePickup, kFailureNoCall);
+                              Feature::pickup, FeatureFailure::noSuchCall);
         return refuse(!knownLine(line) ? lineProblem(line)
                                        : "no call rings at a colleague's phone (send the "
                                          "colleagueCall control command first)");

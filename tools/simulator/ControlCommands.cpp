@@ -274,18 +274,18 @@ std::string PhoneService::farEndHangUp(const std::vector<std::string>& words) {
 }
 
 void PhoneService::hangUp(const Call& call) {
-    if (call.state == kRinging) {
-        publishMissed(call, kCauseNotAnswered);
-        clear(call.id, kCauseNotAnswered);
+    if (call.state == CallState::ringing) {
+        publishMissed(call, Cause::callNotAnswered);
+        clear(call.id, Cause::callNotAnswered);
     } else {
-        clear(call.id, kCauseNormalClearing);
+        clear(call.id, Cause::normalClearing);
     }
 }
 
 std::string PhoneService::farEndAnswer(const std::vector<std::string>& words) {
     const int id = *toInt(words[1]);
     auto found = calls.find(id);
-    if (found == calls.end() || found->second.state != kRingback) {
+    if (found == calls.end() || found->second.state != CallState::ringingBack) {
         return "error: call " + words[1] + " is not ringing at a far end";
     }
     farEndAnswers(id);
@@ -343,9 +343,9 @@ std::string PhoneService::preempt(const std::vector<std::string>& words) {
                               priority, 1, reason));
     Call cleared = *call;
     calls.erase(call->id);
-    cleared.state = kIdle;
+    cleared.state = CallState::idle;
     cleared.priority = priority;
-    publishCallState(cleared, kCauseNormalClearing, reason);
+    publishCallState(cleared, Cause::normalClearing, reason);
     return "ok";
 }
 
@@ -425,7 +425,8 @@ std::string PhoneService::show() {
     }
     for (const auto& [id, call] : calls) {
         text += "\ncall " + std::to_string(id) + " on " + call.line + " with " +
-                call.remote.number + " " + callStateName(call.state);
+                call.remote.number + " " +
+                std::string(desktop::simulator::callStateName(call.state));
     }
     for (const auto& [id, offer] : pickupOffers) {
         text += "\npickup " + std::to_string(id) + " ringing at " + offer.line;

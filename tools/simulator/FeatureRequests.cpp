@@ -28,8 +28,9 @@ std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& r
     }
     const Party callee = call->remote;
     if (call->state != needed) {
-        return refuseCallback(sfiFailureCallBackInvalidState, 1, callee.uri,
-                              notInState(*call, callStateName(needed)));
+        return refuseCallback(
+            sfiFailureCallBackInvalidState, 1, callee.uri,
+            notInState(*call, std::string(desktop::simulator::callStateName(needed))));
     }
     const bool exists = std::any_of(callbacks.begin(), callbacks.end(), [&](const Callback& c) {
         return c.callee.number == callee.number;
@@ -46,16 +47,16 @@ std::optional<std::string> PhoneService::activateCallback(const ParsedRequest& r
     callbacks.push_back({line, callee, type});
     events.publish(writeEvent(protocol::events::callCompletion, line, callee.uri, type,
                               kCallbackActivated, true));
-    clear(call->id, kCauseNormalClearing);
+    clear(call->id, Cause::normalClearing);
     return kSuccess;
 }
 
 std::optional<std::string> PhoneService::callbackRinging(const ParsedRequest& request) {
-    return activateCallback(request, kRingback, kCallbackNoReply);
+    return activateCallback(request, CallState::ringingBack, kCallbackNoReply);
 }
 
 std::optional<std::string> PhoneService::callbackBusy(const ParsedRequest& request) {
-    return activateCallback(request, kBusy, kCallbackBusy);
+    return activateCallback(request, CallState::busy, kCallbackBusy);
 }
 
 std::optional<std::string> PhoneService::cancelCallbacks(const ParsedRequest& request) {
@@ -110,13 +111,13 @@ std::optional<std::string> PhoneService::setForwarding(const ParsedRequest& requ
         problem = "the ring count " + std::to_string(ringCount) + " is negative";
     }
     if (!problem.empty()) {
-        publishFeatureFailure(line, 0, kFeatureForwarding, kFailureInvalidState);
+        publishFeatureFailure(line, 0, Feature::forwarding, FeatureFailure::invalidState);
         return refuse(problem);
     }
     auto type =
         forwarding[line].find(request.number(tagOf<1>(requests::setForwardingConfiguration)));
     type->second = {status, uri, ringCount};
-    publishFeature(line, 0, kFeatureForwarding);
+    publishFeature(line, 0, Feature::forwarding);
     return kSuccess;
 }
 
@@ -129,10 +130,10 @@ std::optional<std::string> PhoneService::setLampMode(const ParsedRequest& reques
     const std::string& line = request.text(tagOf<0>(requests::setLampMode));
     const std::string& lamp = request.text(tagOf<1>(requests::setLampMode));
     const int mode = request.number(tagOf<2>(requests::setLampMode));
-    // Lamp modes: 0 off, 1 on, 2 flashing, 3 winking, 4 flickering.
     if (!knownLine(line)) return refuse(lineProblem(line));
     if (lamp.empty()) return refuse("the request names no lamp");
-    if (mode < 0 || mode > 4) return refuse("lamp mode " + std::to_string(mode) + " is not 0 to 4");
+    if (desktop::simulator::lampModeName(mode).empty())
+        return refuse("lamp mode " + std::to_string(mode) + " names no lamp mode");
     const std::string key = line + "/" + lamp;
     if (auto full = tableProblem("the lamp", lampModes.size(), lampModes.count(key) > 0, lamp))
         return refuse(*full);

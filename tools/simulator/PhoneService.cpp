@@ -193,7 +193,7 @@ int PhoneService::allocateCallId(int wanted) {
     return nextCallId++;
 }
 
-void PhoneService::publishCallState(const Call& call, int reason,
+void PhoneService::publishCallState(const Call& call, Cause reason,
                                     const std::string& preemptionText) {
     const Party local = linePartyFor(call.line);
     const Party& calling = call.incoming ? call.remote : local;
@@ -202,50 +202,51 @@ void PhoneService::publishCallState(const Call& call, int reason,
                               reason, 0, call.remote.uri, call.remote.name, call.remote.fullPai(),
                               Parties{calling.uri, calling.name, called.uri, called.name},
                               call.priority, preemptionText.empty() ? 0L : 1L, preemptionText,
-                              call.state == kBusy || call.state == kRingback, 0, 0));
+                              call.state == CallState::busy || call.state == CallState::ringingBack,
+                              0, 0));
 }
 
-void PhoneService::publishFeature(const std::string& line, int callId, int feature) {
+void PhoneService::publishFeature(const std::string& line, int callId, Feature feature) {
     events.publish(writeEvent(protocol::events::featureSuccess, line, callId, feature));
 }
 
-void PhoneService::publishFeatureFailure(const std::string& line, int callId, int feature,
-                                         int failure) {
+void PhoneService::publishFeatureFailure(const std::string& line, int callId, Feature feature,
+                                         FeatureFailure failure) {
     events.publish(writeEvent(protocol::events::featureFailed, line, callId, feature, failure));
 }
 
-void PhoneService::setState(Call& call, CallState state, int reason) {
+void PhoneService::setState(Call& call, CallState state, Cause reason) {
     call.state = state;
     publishCallState(call, reason);
 }
 
-void PhoneService::clear(int id, int reason) {
+void PhoneService::clear(int id, Cause reason) {
     auto found = calls.find(id);
     if (found == calls.end()) return;
     Call call = found->second;
     calls.erase(found);
-    call.state = kIdle;
+    call.state = CallState::idle;
     publishCallState(call, reason);
 }
 
 void PhoneService::hold(Call& call, bool manual) {
     call.manualHold = manual;
-    call.state = kHeld;
+    call.state = CallState::held;
     events.publish(writeEvent(protocol::events::callHeld, call.line, call.id));
-    publishCallState(call, kCauseNone);
+    publishCallState(call, Cause::none);
 }
 
 void PhoneService::retrieve(Call& call) {
     for (auto& [id, other] : calls) {
-        if (id != call.id && other.line == call.line && other.state == kConnected) {
+        if (id != call.id && other.line == call.line && other.state == CallState::connected) {
             hold(other, false);
         }
     }
     call.manualHold = false;
-    call.state = kConnected;
+    call.state = CallState::connected;
     events.publish(writeEvent(protocol::events::callRetrieved, call.line, call.id, call.remote.uri,
                               call.remote.name, call.remote.fullPai(), 0, 0, false));
-    publishCallState(call, kCauseNone);
+    publishCallState(call, Cause::none);
 }
 
 // An outgoing call: dialing, then the far end's answer decides the rest.
@@ -254,19 +255,19 @@ void PhoneService::dial(const std::string& line, int id, const Party& remote) {
     call.id = id;
     call.line = line;
     call.remote = remote;
-    setState(call, kDialing, kCauseNone);
+    setState(call, CallState::dialing, Cause::none);
     switch (outcomeFor(remote.number)) {
     case Outcome::Busy:
-        setState(call, kBusy, kCauseBusy);
+        setState(call, CallState::busy, Cause::busy);
         return;
     case Outcome::Rejects:
-        setState(call, kFailed, kCauseRejected);
+        setState(call, CallState::failed, Cause::destinationNotObtainable);
         return;
     case Outcome::RingsOn:
-        setState(call, kRingback, kCauseNone);
+        setState(call, CallState::ringingBack, Cause::none);
         return;
     case Outcome::Answers:
-        setState(call, kRingback, kCauseNone);
+        setState(call, CallState::ringingBack, Cause::none);
         schedule(settings.ringTime, [this, id] { farEndAnswers(id); });
         return;
     }
@@ -274,11 +275,11 @@ void PhoneService::dial(const std::string& line, int id, const Party& remote) {
 
 void PhoneService::farEndAnswers(int id) {
     auto found = calls.find(id);
-    if (found == calls.end() || found->second.state != kRingback) return;
-    setState(found->second, kConnected, kCauseNone);
+    if (found == calls.end() || found->second.state != CallState::ringingBack) return;
+    setState(found->second, CallState::connected, Cause::none);
 }
 
-void PhoneService::publishMissed(const Call& call, int reason) {
+void PhoneService::publishMissed(const Call& call, Cause reason) {
     events.publish(writeEvent(protocol::events::incomingCallMissed, call.line, call.id,
                               call.remote.uri, call.remote.name, call.remote.fullPai(), reason, "",
                               "", 0));
@@ -291,19 +292,20 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
     Forwarding& onBusy = forwarding[line][1];
     Forwarding& noReply = forwarding[line][2];
     const bool lineBusy = std::any_of(calls.begin(), calls.end(), [&](const auto& entry) {
-        return entry.first != id && entry.second.line == line && entry.second.state != kIdle;
+        return entry.first != id && entry.second.line == line &&
+               entry.second.state != CallState::idle;
     });
     auto forwardTo = [this, id, line](const std::string& target) {
         Call forwarded = calls[id];
         events.publish(writeEvent(protocol::events::callForwarded, line, id, forwarded.remote.uri,
                                   forwarded.remote.name, forwarded.remote.fullPai(),
-                                  partyFor(target).uri, kCauseForwarded));
+                                  partyFor(target).uri, Cause::callForward));
         calls.erase(id);
     };
     if (lines[line].doNotDisturb) {
         const Call refused = call;
         calls.erase(id);
-        publishMissed(refused, kCauseDoNotDisturb);
+        publishMissed(refused, Cause::doNotDisturb);
         return;
     }
     if (unconditional.status) return forwardTo(unconditional.uri);
@@ -318,24 +320,24 @@ void PhoneService::ringIncoming(Call& call, bool missed) {
             }
         }
     }
-    call.state = kRinging;
+    call.state = CallState::ringing;
     events.publish(writeEvent(protocol::events::incomingCall, line, id, call.remote.uri,
                               call.remote.name, call.remote.fullPai(), "", "", false, 0, "", "", 0,
                               false, call.priority, 0, 0, false));
-    publishCallState(call, kCauseNone);
+    publishCallState(call, Cause::none);
     if (missed) {
         schedule(settings.ringTime, [this, id] {
             auto found = calls.find(id);
-            if (found != calls.end() && found->second.state == kRinging) {
-                publishMissed(found->second, kCauseNotAnswered);
-                clear(id, kCauseNotAnswered);
+            if (found != calls.end() && found->second.state == CallState::ringing) {
+                publishMissed(found->second, Cause::callNotAnswered);
+                clear(id, Cause::callNotAnswered);
             }
         });
     } else if (noReply.status) {
         const auto delay = settings.ringTime * std::max(1, noReply.ringCount);
         schedule(delay, [this, id, target = noReply.uri, forwardTo] {
             auto found = calls.find(id);
-            if (found == calls.end() || found->second.state != kRinging) return;
+            if (found == calls.end() || found->second.state != CallState::ringing) return;
             forwardTo(target);
         });
     }

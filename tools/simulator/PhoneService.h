@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "CallStates.h"
+#include "CommunicationsService/desktop/SimulatorCodes.h"
 #include "ControlCommands.h"
 #include "RequestParser.h"
 
@@ -42,36 +42,12 @@ struct ServiceSettings {
     std::size_t nameBytes = 256;
 };
 
-// Causes in the events' reason element (CSTA event causes).
-enum Cause {
-    kCauseNone = 0,
-    kCauseBusy = 3,
-    kCauseForwarded = 9,
-    kCauseNotAnswered = 10,
-    kCausePickup = 11,
-    kCauseConference = 13,
-    kCauseRejected = 14,
-    kCauseDoNotDisturb = 15,
-    kCauseNormalClearing = 48,
-};
-
-// Feature numbers of the feature success and failure events.
-enum Feature {
-    kFeatureHold = 2,
-    kFeatureRetrieve = 3,
-    kFeatureTransfer = 4,
-    kFeatureConference = 5,
-    kFeatureForwarding = 6,
-    kFeaturePickup = 8,
-};
-
-// Failure numbers of the feature failure event.
-enum FeatureFailure {
-    kFailureInvalidState = 1,
-    kFailureBusy = 2,
-    kFailureRejected = 3,
-    kFailureNoCall = 4,
-};
+// The simulator's codes, in the kit's one vocabulary of them.
+using desktop::simulator::CallState;
+using desktop::simulator::Cause;
+using desktop::simulator::Feature;
+using desktop::simulator::FeatureFailure;
+using desktop::simulator::number;
 
 // Everything the service holds about lines, calls and settings; a reset replaces it with
 // a fresh one.
@@ -90,7 +66,7 @@ protected:
         int id = 0;
         std::string line;
         Party remote;
-        CallState state = kIdle;
+        CallState state = CallState::idle;
         bool incoming = false;
         bool manualHold = false;
         bool recorded = false;
@@ -253,11 +229,11 @@ private:
     // Why a connected or held call cannot move on to `destination` for `feature` (a
     // consultation or a transfer), as the answer to give; nothing when it can.
     std::optional<std::string> refusalToMoveOn(const Call* call, const std::string& destination,
-                                               int feature);
+                                               Feature feature);
     // Why `feature` cannot act on a call that is not in `state` (named `stateName`), as the
     // answer to give after telling the application of the failure; nothing when it can.
-    std::optional<std::string> refusalOutsideState(const Call& call, int state,
-                                                   const char* stateName, int feature);
+    std::optional<std::string> refusalOutsideState(const Call& call, CallState state,
+                                                   Feature feature);
     std::string emit(const std::vector<std::string>& words);
     std::string listRequests(const std::vector<std::string>& words);
     // Kept for the requests command, as method and fields.
@@ -267,18 +243,19 @@ private:
     int allocateCallId(int wanted);
     void dial(const std::string& line, int id, const Party& remote);
     void farEndAnswers(int id);
-    void setState(Call& call, CallState state, int reason);
-    void clear(int id, int reason);
+    void setState(Call& call, CallState state, Cause reason);
+    void clear(int id, Cause reason);
     // The far end ends the call: a ringing one is missed.
     void hangUp(const Call& call);
     void hold(Call& call, bool manual);
     void retrieve(Call& call);
-    void publishCallState(const Call& call, int reason, const std::string& preemptionText = {});
-    void publishFeature(const std::string& line, int callId, int feature);
-    void publishFeatureFailure(const std::string& line, int callId, int feature, int failure);
+    void publishCallState(const Call& call, Cause reason, const std::string& preemptionText = {});
+    void publishFeature(const std::string& line, int callId, Feature feature);
+    void publishFeatureFailure(const std::string& line, int callId, Feature feature,
+                               FeatureFailure failure);
     void publishConference(const std::string& line, int callId);
     void publishMessageWaiting();
-    void publishMissed(const Call& call, int reason);
+    void publishMissed(const Call& call, Cause reason);
     void ringIncoming(Call& call, bool missed);
     std::optional<std::string> activateCallback(const ParsedRequest& request, CallState needed,
                                                 int type);

@@ -10,9 +10,9 @@
 #include <string>
 #include <vector>
 
-#include "CallStates.h"
 #include "CommunicationsService/protocol/Description.h"
 #include "ControlWords.h"
+#include "PhoneService.h"
 
 namespace simulator::parts {
 
@@ -61,13 +61,14 @@ inline Outcome outcomeFor(const std::string& number) {
 // A call's state does not allow what was asked.
 template <typename CallRecord>
 inline std::string notInState(const CallRecord& call, const std::string& wanted) {
-    const char* state = callStateName(call.state);
+    const std::string_view state = desktop::simulator::callStateName(call.state);
     return "call " + std::to_string(call.id) + " on line " + call.line + " is " +
-           (state != nullptr ? state : "in an unknown state") + ", not " + wanted;
+           std::string(state.empty() ? "in an unknown state" : state) + ", not " + wanted;
 }
 
 inline bool isActive(CallState state) {
-    return state == kConnected || state == kConferenced || state == kRingback || state == kDialing;
+    return state == CallState::connected || state == CallState::conferenced ||
+           state == CallState::ringingBack || state == CallState::dialing;
 }
 
 } // namespace simulator::parts

@@ -55,14 +55,14 @@ std::optional<std::string> PhoneService::getDevices(const ParsedRequest&) {
 std::optional<std::string> PhoneService::isCallHoldPossible(const ParsedRequest& request) {
     const std::string& line = request.text(tagOf<0>(requests::isCallHoldPossible));
     const bool possible = std::any_of(calls.begin(), calls.end(), [&](const auto& entry) {
-        return entry.second.line == line && entry.second.state == kConnected;
+        return entry.second.line == line && entry.second.state == CallState::connected;
     });
     return flagAnswer(possible);
 }
 
 std::optional<std::string> PhoneService::getManualHold(const ParsedRequest& request) {
     Call* call = requestedCall(request);
-    return flagAnswer(call != nullptr && call->state == kHeld && call->manualHold);
+    return flagAnswer(call != nullptr && call->state == CallState::held && call->manualHold);
 }
 
 // Answers a CSTA document with the response named after its root element, or with a

@@ -30,7 +30,7 @@ std::string PhoneService::stateJson() const {
     for (const auto& [id, call] : calls) {
         callList.push_back({{"id", id},
                             {"line", call.line},
-                            {"state", static_cast<int>(call.state)},
+                            {"state", number(call.state)},
                             {"stateName", desktop::simulator::callStateName(call.state)},
                             {"incoming", call.incoming},
                             {"remote", call.remote.uri},

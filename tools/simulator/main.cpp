@@ -106,7 +106,7 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     app.add_option("--script", scriptPath, "Control script of timed steps to run once serving")
         ->check(kit::readableFile());
-    app.add_flag("-v,--verbose", verbose, "Log every request, answer and event");
+    app.add_flag("-v,--verbose", verbose, "Deprecated: --log-level debug");
     app.add_option("--max-outbox-bytes", limits.outboxBytes,
                    "Bytes waiting to be written to one client; a client that falls further "
                    "behind is disconnected")
@@ -155,8 +155,8 @@ int main(int argc, char** argv) {
         ->capture_default_str();
     std::string logLevel = "info";
     kit::addLogLevel(app, logLevel,
-                     "How much to log; debug and trace also log every request, answer and event, "
-                     "as --verbose does");
+                     "How much to log; debug and trace also log every request, answer and "
+                     "event");
     app.set_version_flag("--version", "comms-simulator " COMMUNICATIONS_SERVICE_VERSION);
 
     std::vector<std::string> controlWords;
@@ -217,8 +217,7 @@ int main(int argc, char** argv) {
 
         std::signal(SIGPIPE, SIG_IGN);
         asio::io_context io;
-        const auto named = std::find(kit::logLevels().begin(), kit::logLevels().end(), logLevel);
-        shownLevel = static_cast<desktop::LogLevel>(named - kit::logLevels().begin());
+        shownLevel = kit::logLevelNamed(logLevel);
         if (verbose) shownLevel = std::max(shownLevel, desktop::LogLevel::debug);
         std::optional<simulator::Recorder> recorder;
         if (!recordPath.empty()) {

@@ -10,12 +10,11 @@
 #include <tuple>
 #include <utility>
 
+#include "CommunicationsService/desktop/CallbackRecorder.h"
 #include "CommunicationsService/desktop/MessageText.h"
 #include "CommunicationsService/desktop/Trace.h"
 #include "CommunicationsService/protocol/Events.h"
-#include "CommunicationsService/testing/CallbackRecorder.h"
 #include "ControlCommands.h"
-#include "ControlWords.h"
 #include "EmittedEvent.h"
 #include "PanelMessage.h"
 #include "PanelPage.h"
@@ -94,8 +93,7 @@ Json eventVocabulary() {
                                             {{"name", one.argument}, {"kind", kindName(one.kind)}});
                                         return;
                                     }
-                                    for (const char* name :
-                                         communications::testing::kPartyFieldNames)
+                                    for (const char* name : desktop::kPartyFieldNames)
                                         arguments.push_back(
                                             {{"name", name},
                                              {"kind", std::string_view(name) == "reservedValue"
@@ -105,7 +103,7 @@ Json eventVocabulary() {
                                 ...);
                         },
                         row.fields);
-                    const std::string callback = communications::testing::callbackName(row.method);
+                    const std::string callback(row.name);
                     events.push_back({{"event", eventOfCallback(callback)},
                                       {"callback", callback},
                                       {"arguments", arguments}});

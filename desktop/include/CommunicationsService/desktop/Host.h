@@ -15,13 +15,19 @@
 #include <string>
 #include <string_view>
 
-#include "CommunicationsService/desktop/Wire.h"
 #include "CommunicationsService/framework/Executable.h"
 #include "CommunicationsService/framework/ProxyRequest.h"
 
 class CommunicationsServiceIfc;
 
 namespace desktop {
+
+namespace wire {
+/// Where the service simulator listens unless told otherwise: comms-simulator.sock in
+/// $XDG_RUNTIME_DIR, or in /tmp when that is not set. (Defined with the framing, which the
+/// host's users never see.)
+std::string defaultSocketPath();
+} // namespace wire
 
 /// Receives the host's reports (a lost connection, an unanswered request, an event for an
 /// unknown channel), one line each, without a line end.
@@ -137,7 +143,20 @@ enum class LogLevel {
     trace,   ///< also every request with its answer and time, and every event, as typed calls
 };
 
-/// "error", "warning", "info", "debug" or "trace"; nothing for any other word.
+/// A log level and the word that names it.
+struct NamedLogLevel {
+    std::string_view name; ///< as options and COMMS_LOG_LEVEL give it
+    LogLevel level;        ///< the level it names
+};
+
+/// Every log level, least first, under its name.
+inline constexpr NamedLogLevel kLogLevels[] = {{"error", LogLevel::error},
+                                               {"warning", LogLevel::warning},
+                                               {"info", LogLevel::info},
+                                               {"debug", LogLevel::debug},
+                                               {"trace", LogLevel::trace}};
+
+/// The level of kLogLevels named @p name; nothing for any other word.
 std::optional<LogLevel> logLevelNamed(std::string_view name);
 
 /// The level named by the environment variable COMMS_LOG_LEVEL, info when it is not set;

@@ -7,6 +7,7 @@
 
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 /// The service simulator's numbering.
 namespace desktop::simulator {
@@ -111,8 +112,16 @@ constexpr std::optional<int> numberOf(const Code (&codes)[size], std::string_vie
     return std::nullopt;
 }
 
+/// The number of a code as the simulator writes it: 4 for CallState::connected.
+template <typename Named, typename = std::enable_if_t<std::is_enum_v<Named>>>
+constexpr int number(Named code) {
+    return static_cast<int>(code);
+}
+
 /// "connected" for 4; empty for a number that names no state.
 constexpr std::string_view callStateName(int state) { return nameOf(kCallStates, state); }
+/// "connected" for CallState::connected.
+constexpr std::string_view callStateName(CallState state) { return callStateName(number(state)); }
 /// "flashing" for 2; empty for a number that names no mode.
 constexpr std::string_view lampModeName(int mode) { return nameOf(kLampModes, mode); }
 /// "normalClearing" for 48; empty for a number that names no cause.

@@ -1,51 +1,13 @@
 #pragma once
 
 /// @file
-/// A request channel that answers every request at once with one text, so that a test can
-/// drive the plug-in's real proxy with the service's answer of its choice:
-///
-/// @code
-/// communications::testing::CannedChannel channel(answer); // the service's text
-/// proxy->initProxy(channel);
-/// EXPECT_EQ(app.holdTheCall(), sfiSuccess);
-/// @endcode
+/// The desktop kit's canned channel under the test support's name, for tests written
+/// against 1.3; new code includes CommunicationsService/desktop/CannedChannel.h.
 
-#include <string>
-#include <utility>
-
-#include "CommunicationsService/framework/ProxyRequest.h"
+#include "CommunicationsService/desktop/CannedChannel.h"
 
 namespace communications::testing {
 
-/// Answers every request, timed request and subscription with `answer`; one-way messages
-/// are taken and dropped.
-class CannedChannel : public ProxyRequest {
-public:
-    /// A channel that answers with @p answer, owned by @p context (a subscription asks the
-    /// context for its event channel).
-    explicit CannedChannel(std::string answer = {}, FrameworkContext* context = nullptr)
-        : ProxyRequest(context), answer(std::move(answer)) {}
-
-    /// Answers with #answer.
-    int sendRequest(const std::string&, std::string& response) override {
-        response = answer;
-        return 0;
-    }
-    /// Answers with #answer at once, whatever the time-out.
-    int sendRequestTimed(const std::string&, std::string& response, int) override {
-        response = answer;
-        return 0;
-    }
-    /// Answers with #answer.
-    int sendSubscribe(const std::string&, std::string& response, const std::string&, int) override {
-        response = answer;
-        return 0;
-    }
-    /// Takes the message and drops it.
-    int sendOneWay(const std::string&) override { return 0; }
-
-    /// What every request is answered with.
-    std::string answer;
-};
+using desktop::CannedChannel;
 
 } // namespace communications::testing

@@ -10,14 +10,18 @@
 #include <utility>
 #include <vector>
 
-#include "CommunicationsService/testing/CallbackRecorder.h"
+#include "CommunicationsService/desktop/CallbackRecorder.h"
 
 namespace communications::testing {
+
+// The texts arguments are recorded as, for writing expected values of the same shape.
+using desktop::toText;
+using desktop::toTexts;
 
 /// One callback as it arrived: its name and its arguments as texts, in order.
 struct RecordedCall {
     std::string callback;               ///< the callback's name, such as "onCallHeldEvent"
-    std::vector<std::string> arguments; ///< its arguments as toText() writes them
+    std::vector<std::string> arguments; ///< its arguments as desktop::toText() writes them
 };
 
 /// Whether two calls have the same callback and the same argument texts.
@@ -51,12 +55,12 @@ inline std::ostream& operator<<(std::ostream& out, const RecordedCall& call) {
 /// EXPECT_EQ(subscriber.calls().at(0), (RecordedCall{"onCallHeldEvent", {"1001", "7"}}));
 /// @endcode
 ///
-/// The call-state event's CallPartyInfo is recorded as the nine texts of toTexts() in
+/// The call-state event's CallPartyInfo is recorded as the nine texts of desktop::toTexts() in
 /// place of the pointer. Every callback is virtual, so a test can derive from this class
 /// to throw, to change a payload or to look at a record before it is released. Callbacks
 /// are recorded without a lock: read calls() on the delivering thread, or after delivery
 /// has stopped.
-class RecordingSubscriber : public CallbackRecorder {
+class RecordingSubscriber : public desktop::CallbackRecorder {
 public:
     /// Every callback received so far, oldest first.
     const std::vector<RecordedCall>& calls() const { return received; }
@@ -74,9 +78,9 @@ public:
 
 protected:
     /// Keeps the call's argument texts, without their names.
-    void recorded(NamedCall call) override {
+    void recorded(desktop::NamedCall call) override {
         RecordedCall texts{std::move(call.callback), {}};
-        for (NamedValue& argument : call.arguments)
+        for (desktop::NamedValue& argument : call.arguments)
             texts.arguments.push_back(std::move(argument.value));
         received.push_back(std::move(texts));
     }

@@ -21,4 +21,8 @@ std::string printable(std::string_view text, std::size_t limit = kPrintLimit);
 // steer the terminal (other control characters, bytes that are not UTF-8) is escaped.
 std::string terminalSafe(std::string_view text);
 
+// Whether the text is well-formed UTF-8 (no overlong forms, surrogates or code points past
+// U+10FFFF), as a JSON text must be.
+bool validUtf8(std::string_view text);
+
 } // namespace desktop

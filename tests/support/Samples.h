@@ -14,7 +14,7 @@
 #include "CommunicationsService/protocol/Events.h"
 #include "CommunicationsService/protocol/Requests.h"
 
-namespace communications::testing::samples {
+namespace testsupport::samples {
 
 namespace protocol = ::CommunicationsService::protocol;
 using protocol::FieldKind;
@@ -130,4 +130,4 @@ template <typename Request> std::string answer(const Request& request) {
     }
 }
 
-} // namespace communications::testing::samples
+} // namespace testsupport::samples
