@@ -96,7 +96,9 @@ TEST(RecordReader, ProblemsAreNamedByLineAndReadingGoesOn) {
 
 TEST(RecordReader, AWrittenLineReadsBackAsItWasWritten) {
     kit::record::Entry entry = kit::record::describeFrame(
-        {desktop::wire::FrameKind::Event, 0, {},
+        {desktop::wire::FrameKind::Event,
+         0,
+         {},
          "<Method>CallStateChangeEvent</Method><CallID>5</CallID><GPUCLG>sip:a</GPUCLG>\xff"});
     entry.time = *kit::record::parseIsoTime("2026-11-24T19:00:00.123456Z");
     entry.client = 3;

@@ -19,7 +19,7 @@ using namespace parts;
 namespace {
 
 constexpr ArgumentKind word = ArgumentKind::word;
-constexpr ArgumentKind number = ArgumentKind::number;
+constexpr ArgumentKind integer = ArgumentKind::number;
 constexpr ArgumentKind count = ArgumentKind::count;
 constexpr ArgumentKind flag = ArgumentKind::flag;
 constexpr ArgumentKind rest = ArgumentKind::rest;
@@ -40,7 +40,7 @@ bool fits(ArgumentKind kind, const std::string& word) {
 
 using T = ControlTarget&;
 using W = const Words&;
-constexpr ControlArgument kLine{"LINE", word}, kCallId{"CALLID", number};
+constexpr ControlArgument kLine{"LINE", word}, kCallId{"CALLID", integer};
 constexpr ControlArgument kNumber{"NUMBER", word}, kCallerName{"NAME", rest, optional};
 
 } // namespace
@@ -70,15 +70,15 @@ const std::vector<ControlCommand>& controlCommands() {
         {"voicemail", {kLine, {"NEW", count}, {"OLD", count}, {"NEWURGENT", count, optional},
                        {"OLDURGENT", count, optional}}, "the mailbox changed",
          [](T t, W w) { return t.service.voicemail(w); }},
-        {"registrationLost", {kLine, {"CODE", number, optional}},
+        {"registrationLost", {kLine, {"CODE", integer, optional}},
          "the line loses its registration (503 unless CODE)",
          [](T t, W w) { return t.service.registration(w, false); }},
         {"register", {kLine}, "the line registers again",
          [](T t, W w) { return t.service.registration(w, true); }},
-        {"preempt", {kLine, kCallId, {"PRIORITY", number, optional}},
+        {"preempt", {kLine, kCallId, {"PRIORITY", integer, optional}},
          "a call of higher precedence pre-empts the call",
          [](T t, W w) { return t.service.preempt(w); }},
-        {"impactLevel", {kLine, kCallId, {"CALLLEVEL", number}, {"LOCALLEVEL", number}},
+        {"impactLevel", {kLine, kCallId, {"CALLLEVEL", integer}, {"LOCALLEVEL", integer}},
          "the impact levels of a call change", [](T t, W w) { return t.service.impactLevel(w); }},
         {"recording", {kLine, kCallId, {"on|off", flag}}, "call recording starts or stops",
          [](T t, W w) { return t.service.recording(w); }},
