@@ -19,7 +19,9 @@ if command -v arm-linux-gnueabihf-g++ >/dev/null && command -v qemu-arm >/dev/nu
 prepare() { # variant
   local tree="$work/$1/tree"
   mkdir -p "$tree"
+  mkdir -p "$tree/tests"
   cp -r src include desktop testsupport bench "$tree/"
+  cp -r tests/support "$tree/tests/"
   if [ "$1" != fast ]; then
     if ! (cd "$tree" && patch -s -p1 --no-backup-if-mismatch <"$root/bench/tricks/$1.patch"); then
       echo "tricks: bench/tricks/$1.patch no longer applies; write it again for the current reader" >&2
